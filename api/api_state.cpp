@@ -1,0 +1,3 @@
+#include "api/api_state.h"
+
+ApiState apiState;

@@ -1,0 +1,31 @@
+// The writable state of api/, all of it. For api/ alone.
+#pragma once
+
+#include "api/orvIdx.h"
+
+#include <cstdint>
+
+constexpr int RECORD_BUFFER_SIZE = 16384;
+
+struct ApiState {
+    // Connection: set by connect, until disconnect.
+    IdxConnection* connection;                // the handle in force, null when no file is open
+    uint8_t recordBuffer[RECORD_BUFFER_SIZE]; // lent to the record layer
+
+    // Operation: the splitting of one chain description.
+    const char* chainCursor; // the members still to take, null behind the last one
+};
+
+extern ApiState apiState;
+
+// True for the handle that connect handed out last, until its disconnect. Element
+// operations refuse any other.
+inline bool handleIsInForce(const IdxConnection* handle)
+{
+    return handle != nullptr && handle == apiState.connection;
+}
+
+inline int slotOfHandle(const IdxConnection* handle)
+{
+    return static_cast<int>(handle->fileNumber);
+}

@@ -1,0 +1,181 @@
+// Profiles: the list of segments becomes an array of vertices.
+#include "api/element_builders.h"
+#include "api/orvIdx.h"
+#include "cogo/cogo.h"
+#include "platform/heap.h"
+
+constexpr int32_t FIRST_VERTEX_ROOM = 100;
+constexpr int32_t NO_CODE = 0;    // of a segment's end: no vertex there
+constexpr int32_t LINK_CODE = -1; // begin code of a segment that is a link
+
+struct CodeRow {
+    int32_t code;
+    int32_t vertexCode;
+};
+
+constexpr CodeRow CODE_ROWS[] = {
+    {-1, VERTEX_LINK_BEGIN}, {-2, VERTEX_LINK_END},   {-7, VERTEX_CURVE_BEGIN},
+    {-8, VERTEX_CURVE_END},  {-5, VERTEX_HIGH_POINT}, {-6, VERTEX_LOW_POINT},
+};
+
+// The vertex code of a segment's code. Any code that the rows do not name makes an
+// intersection point where there are two lengths.
+static int32_t vertexCodeOf(int32_t code, double backLength, double aheadLength)
+{
+    for (const CodeRow& row : CODE_ROWS) {
+        if (row.code == code) return row.vertexCode;
+    }
+    return backLength != 0.0 && aheadLength != 0.0 ? VERTEX_INTERSECTION : VERTEX_POINT;
+}
+
+// A profile while its vertices are appended.
+struct VertexArray {
+    ProfileElement* profile;
+    int32_t room;          // of profile->vertices
+    int32_t segmentNumber; // of the vertices appended next
+    int result;            // IDX_OK, or IDX_ERROR once a vertex had no room
+};
+
+// Keeps one vertex free behind the next.
+static void makeRoom(VertexArray* array)
+{
+    ProfileElement* profile = array->profile;
+    if (profile->vertexCount + 1 <= array->room - 1) return;
+    size_t bytes = static_cast<size_t>(array->room) * sizeof(ProfileVertex);
+    void* grown = reallocate(profile->vertices, bytes, 2 * bytes);
+    if (grown == nullptr) {
+        array->result = IDX_ERROR;
+        return;
+    }
+    profile->vertices = static_cast<ProfileVertex*>(grown);
+    array->room *= 2;
+}
+
+// Appends a vertex. After a failure it does nothing any more.
+static void append(VertexArray* array, const ProfileVertex& vertex)
+{
+    if (array->result == IDX_OK) makeRoom(array);
+    if (array->result != IDX_OK) return;
+    ProfileElement* profile = array->profile;
+    ProfileVertex* appended = &profile->vertices[profile->vertexCount];
+    *appended = vertex;
+    appended->segmentNumber = array->segmentNumber;
+    ++profile->vertexCount;
+}
+
+// A vertex without lengths, which is all but intersection points.
+static void appendPlain(VertexArray* array, int32_t vertexCode, double station, double elevation)
+{
+    append(array, {vertexCode, station, 0, elevation, 0.0, 0.0});
+}
+
+static void appendStraight(VertexArray* array, const StraightSegment& segment)
+{
+    if (segment.beginCode == LINK_CODE) {
+        appendPlain(array, VERTEX_LINK_BEGIN, segment.beginStation, segment.beginElevation);
+        ++array->segmentNumber;
+        appendPlain(array, VERTEX_LINK_END, segment.endStation, segment.endElevation);
+        return;
+    }
+    if (segment.beginCode != NO_CODE) {
+        appendPlain(array, vertexCodeOf(segment.beginCode, 0.0, 0.0), segment.beginStation,
+                    segment.beginElevation);
+    }
+    if (segment.endCode != NO_CODE) {
+        appendPlain(array, vertexCodeOf(segment.endCode, 0.0, 0.0), segment.endStation,
+                    segment.endElevation);
+    }
+}
+
+static void appendTurningPoint(VertexArray* array, const VerticalCurve& curve)
+{
+    appendPlain(array, curve.rateOfChange < 0.0 ? VERTEX_HIGH_POINT : VERTEX_LOW_POINT,
+                curve.turningStation, curve.turningElevation);
+}
+
+// A turning point at the station of the intersection comes before it. With an
+// intersection code below 0 there is no vertex for it.
+static void appendCurve(VertexArray* array, const VerticalCurve& curve)
+{
+    bool turns = curve.turningStation != NO_VALUE && curve.turningElevation != NO_VALUE &&
+                 curve.turningStation > curve.beginStation &&
+                 curve.turningStation < curve.endStation;
+    int32_t code = curve.intersectionCode;
+
+    if (curve.flag1 != 0) {
+        appendPlain(array, VERTEX_CURVE_BEGIN, curve.beginStation, curve.beginElevation);
+    }
+    if (turns &&
+        (code == NO_CODE || (code > 0 && curve.intersectionStation >= curve.turningStation))) {
+        appendTurningPoint(array, curve);
+    }
+    if (code != NO_CODE) {
+        append(array,
+               {vertexCodeOf(code, curve.backLength, curve.aheadLength), curve.intersectionStation,
+                0, curve.intersectionElevation, curve.backLength, curve.aheadLength});
+    }
+    if (turns && code > 0 && curve.intersectionStation < curve.turningStation) {
+        appendTurningPoint(array, curve);
+    }
+    if (curve.flag2 != 0) {
+        appendPlain(array, VERTEX_CURVE_END, curve.endStation, curve.endElevation);
+    }
+}
+
+// Converts the segments of a profile, of which there is at least one.
+static int appendVertices(ProfileElement* profile, const ProfileResult& result)
+{
+    VertexArray array = {profile, FIRST_VERTEX_ROOM, result.headerValue, IDX_OK};
+    const ProfileSegment* first = result.firstSegment;
+    const ProfileSegment* last = result.lastSegment;
+    if (first->kind == SEGMENT_VERTICAL_CURVE) {
+        appendPlain(&array, VERTEX_POINT, first->curve.beginStation, first->curve.beginElevation);
+    }
+    for (const ProfileSegment* segment = first; segment != nullptr; segment = segment->next) {
+        if (segment->kind == SEGMENT_STRAIGHT) {
+            appendStraight(&array, segment->straight);
+        } else {
+            appendCurve(&array, segment->curve);
+        }
+    }
+    if (last->kind == SEGMENT_VERTICAL_CURVE) {
+        appendPlain(&array, VERTEX_POINT, last->curve.endStation, last->curve.endElevation);
+    }
+    return array.result;
+}
+
+static int fillProfile(ProfileElement* profile, int slot)
+{
+    // The whole name, which may be longer than the element's.
+    char name[ELEMENT_NAME_ROOM];
+    setMember(name, currentName());
+    if (findProfile(name, slot) != COGO_OK) return IDX_ERROR;
+
+    ProfileResult result = {};
+    setMember(result.name, name);
+    int filled = IDX_ERROR;
+    if (readProfile(&result, slot) == COGO_OK && result.firstSegment != nullptr) {
+        setMember(profile->name, result.name);
+        setMember(profile->secondaryCode, result.secondaryCode);
+        setMember(profile->noteText, result.noteText);
+        filled = appendVertices(profile, result);
+    }
+    clearProfile(&result);
+
+    // Reading moved on to data and extension records; the walk of profiles is to go
+    // on from this one.
+    if (filled == IDX_OK) findProfile(name, slot);
+    return filled;
+}
+
+ProfileElement* buildProfile(int slot)
+{
+    ProfileElement* profile =
+        static_cast<ProfileElement*>(allocateZeroed(1, sizeof(ProfileElement)));
+    if (profile == nullptr) return nullptr;
+    profile->vertices =
+        static_cast<ProfileVertex*>(allocateZeroed(FIRST_VERTEX_ROOM, sizeof(ProfileVertex)));
+    if (profile->vertices != nullptr && fillProfile(profile, slot) == IDX_OK) return profile;
+    releaseElement(ELEMENT_PROFILE, profile);
+    return nullptr;
+}

@@ -1,0 +1,98 @@
+// Connect and disconnect, and the exports that need no job database.
+#include "api/api_state.h"
+#include "api/orvIdx.h"
+#include "engine/engine.h"
+#include "jobdb/jobdb.h"
+#include "platform/heap.h"
+
+#include <cstring>
+
+constexpr char PASS_CODE[] = "H2W84RCTM7L3";
+static_assert(sizeof PASS_CODE == 13);
+
+static int openJobDatabase(IndexFile* file, const char* path)
+{
+    return recordOpen(file, path, apiState.recordBuffer, RECORD_BUFFER_SIZE, OPEN_SHARED);
+}
+
+// Closes an open job database. One that cannot be closed is given up, so that no
+// lock and no descriptor of it stays behind.
+static void closeForGood(IndexFile* file)
+{
+    if (recordClose(file) != IX_OK) ixAbandon(file);
+}
+
+// True when the file that did not open as a current job database is one of the older
+// format. Leaves it closed and the current format in force.
+static bool isOlderFormat(IndexFile* file, const char* path)
+{
+    setFormatVersion(true, OLDER_FORMAT_VERSION);
+    bool opened = openJobDatabase(file, path) == IX_OK;
+    if (recordClose(file) != IX_OK && opened) ixAbandon(file);
+    setFormatVersion(true, CURRENT_FORMAT_VERSION);
+    return opened;
+}
+
+// The handle of the job database just opened, or null when there is no room for it.
+static IdxConnection* makeHandle(const char* path, uint32_t userValue)
+{
+    IdxConnection* handle = static_cast<IdxConnection*>(allocateZeroed(1, sizeof(IdxConnection)));
+    if (handle == nullptr) return nullptr;
+    handle->fileNumber = COGO_SLOT;
+    copyText(handle->path, sizeof handle->path, path);
+    handle->userValue = userValue;
+    return handle;
+}
+
+int32_t ORVIDX_CALL orvIdx_isOrvaneOrvFile(const char*) { return 1; }
+
+int32_t ORVIDX_CALL orvIdx_connectToOrvaneOrvFile(IdxConnection** handleOut, const char* path,
+                                                  uint32_t userValue)
+{
+    if (handleOut == nullptr || path == nullptr || path[0] == '\0') return IDX_ERROR;
+    // A shortened path could name another file.
+    if (std::strlen(path) >= sizeof(IdxConnection::path)) return IDX_ERROR;
+
+    if (apiState.connection != nullptr) {
+        closeForGood(slotContext(COGO_SLOT));
+        apiState.connection = nullptr;
+    }
+
+    layerStartUp();
+    char name[sizeof(IdxConnection::path)];
+    copyText(name, sizeof name, path);
+    int32_t slot = COGO_SLOT;
+    if (jobFileCommand(&slot, name, "ADD_COGO_FILE") == JOB_FILE_REFUSED) return IDX_ERROR;
+
+    IndexFile* file = slotContext(COGO_SLOT);
+    if (openJobDatabase(file, path) != IX_OK) {
+        return isOlderFormat(file, path) ? IDX_OLDER_FORMAT : IDX_ERROR;
+    }
+    IdxConnection* handle = makeHandle(path, userValue);
+    if (handle == nullptr) {
+        closeForGood(file);
+        return IDX_ERROR;
+    }
+    apiState.connection = handle;
+    *handleOut = handle;
+    return IDX_OK;
+}
+
+int32_t ORVIDX_CALL orvIdx_disconnectFromOrvaneOrvFile(IdxConnection** handleVar)
+{
+    if (handleVar == nullptr || *handleVar == nullptr) return IDX_OK;
+    // The file of an earlier handle was closed by the connect that followed it.
+    if (handleIsInForce(*handleVar)) {
+        if (recordClose(slotContext(slotOfHandle(*handleVar))) != IX_OK) return IDX_ERROR;
+        apiState.connection = nullptr;
+    }
+    release(*handleVar);
+    *handleVar = nullptr;
+    return IDX_OK;
+}
+
+char* ORVIDX_CALL dlmPassword(char* buffer)
+{
+    std::memcpy(buffer, PASS_CODE, sizeof PASS_CODE);
+    return buffer;
+}

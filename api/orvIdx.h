@@ -1,0 +1,131 @@
+/*
+ * orvIdx: read access to a COGO job database.
+ *
+ * Conventions
+ *   Results    IDX_OK or IDX_ERROR, connect also IDX_OLDER_FORMAT. An operation
+ *              that fails leaves the caller's out variables as they were unless
+ *              it says otherwise.
+ *   Ownership  What a call stores through an out pointer is a heap block of the
+ *              library that belongs to the caller until it is given back to the
+ *              release function named there. It refers to nothing inside the
+ *              library and stays valid after further calls and after disconnect.
+ *   Texts      Zero-terminated single-byte strings, file names included.
+ *   Threads    One call at a time in a process: the library guards nothing.
+ *   Processes  Up to 128 may have one file open; each call sees what others
+ *              have written before it.
+ *   Handles    One job database at a time. Connecting closes an earlier
+ *              connection; its handle answers IDX_ERROR from then on and is
+ *              still to be passed to disconnect.
+ *
+ * For hosts, in C11 or C++17.
+ */
+#ifndef ORVIDX_H
+#define ORVIDX_H
+
+#include "element_records.h"
+
+#if defined(_WIN32)
+#define ORVIDX_CALL __cdecl
+#if defined(ORVIDX_BUILDING)
+#define ORVIDX_API
+#else
+#define ORVIDX_API __declspec(dllimport)
+#endif
+#else
+#define ORVIDX_CALL
+#define ORVIDX_API __attribute__((visibility("default")))
+#endif
+
+/* Results. */
+#define IDX_OK 0
+#define IDX_ERROR 32768
+#define IDX_OLDER_FORMAT (-1)
+
+/* Element kinds. Another kind answers IDX_ERROR from every call that takes one. */
+#define ELEMENT_POINT 0        /* PointElement */
+#define ELEMENT_LINE 1         /* LineElement */
+#define ELEMENT_CURVE 2        /* CurveElement */
+#define ELEMENT_SPIRAL 3       /* SpiralElement */
+#define ELEMENT_CHAIN 4        /* ChainElement */
+#define ELEMENT_PROFILE 5      /* ProfileElement */
+#define ELEMENT_SURVEY_CHAIN 6 /* SurveyChainElement */
+
+/* The connection handle. Made by connect, released by disconnect. */
+typedef struct IdxConnection {
+    uint32_t fileNumber; /* slot of the job file, always 0 */
+    char path[256];      /* the path exactly as given to connect */
+    uint32_t userValue;  /* the host's value, never read by the library */
+} IdxConnection;
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Always answers 1; no argument is read, the file is not looked at. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_isOrvaneOrvFile(const char* path);
+
+/* Opens the job database at path (at most 255 characters) and stores a new
+ * handle. IDX_ERROR: an argument is null or empty, the path is too long, the file
+ * cannot be opened, is no job database or has no free user slot (128 are taken).
+ * IDX_OLDER_FORMAT: it is a job database of the older format, which is closed
+ * again. Release the handle with orvIdx_disconnectFromOrvaneOrvFile. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_connectToOrvaneOrvFile(IdxConnection** handleOut,
+                                                             const char* path, uint32_t userValue);
+
+/* Closes the job database, frees the handle and sets the caller's variable to
+ * null. Nothing to close (null) is IDX_OK. IDX_ERROR: the file could not be
+ * written or closed; the handle stays as it was and the call may be repeated. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_disconnectFromOrvaneOrvFile(IdxConnection** handleVar);
+
+/* Counts the elements of a kind and, unless names is null, stores their names in
+ * the order of first and next: one string, separated by single commas, empty for
+ * no element. A null count is IDX_OK and does nothing. IDX_ERROR with the kind
+ * ELEMENT_SURVEY_CHAIN when a record cannot be read; the count then holds the
+ * number of names so far. Moves the walk of the kind behind its last element.
+ * Release the names with orvIdx_freeElementNameList. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, uint32_t kind,
+                                                       uint32_t* count, char** names);
+
+/* Frees a name list and sets the caller's variable to null. Always IDX_OK. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_freeElementNameList(char** namesVar);
+
+/* Reads the element of a kind by its name. IDX_ERROR: there is none of that name,
+ * or its records cannot be read. Reading a line that has no extension record, or
+ * a chain of the older record layout, writes to the file; it fails when the file
+ * is read-only. Release the element with orvIdx_freeElement and the same kind. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_readElementbyName(IdxConnection* handle, uint32_t kind,
+                                                        const char* name, void** elementOut);
+
+/* Starts a walk: reads the first element of a kind in the order of names. Result
+ * and ownership as orvIdx_readElementbyName; IDX_ERROR also when there is none. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_readFirstElement(IdxConnection* handle, uint32_t kind,
+                                                       void** elementOut);
+
+/* Reads the element that follows in the walk of the kind; IDX_ERROR at its end,
+ * every time. Reads by name in between do not disturb the walks of lines, curves,
+ * spirals, chains and survey chains; those of points and profiles go on from the
+ * element read last. An element that cannot be read is IDX_ERROR too, and the next
+ * call goes on behind it, except after a profile: start again, or read by name. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_readNextElement(IdxConnection* handle, uint32_t kind,
+                                                      void** elementOut);
+
+/* Frees an element with everything it points to and sets the caller's variable to
+ * null. The kind must be the one it was read with: it decides what is freed. A
+ * null variable is IDX_OK; a kind outside 0 to 6 is IDX_ERROR and frees nothing. */
+ORVIDX_API int32_t ORVIDX_CALL orvIdx_freeElement(uint32_t kind, void** elementVar);
+
+/* Does nothing and answers 0. A host that has a function of this name itself
+ * defines ORVIDX_WITHOUT_INITIALIZE before it includes this header. */
+#ifndef ORVIDX_WITHOUT_INITIALIZE
+ORVIDX_API int32_t ORVIDX_CALL initialize(void);
+#endif
+
+/* Copies the module's pass code, 12 characters and a zero byte, into the buffer
+ * of at least 13 bytes and answers the buffer. */
+ORVIDX_API char* ORVIDX_CALL dlmPassword(char* buffer);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

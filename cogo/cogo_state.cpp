@@ -1,0 +1,3 @@
+#include "cogo/cogo_state.h"
+
+CogoState cogoState = {};

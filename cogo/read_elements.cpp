@@ -1,0 +1,113 @@
+// The readers of curves, spirals and lines.
+#include "cogo/cogo.h"
+#include "cogo/cogo_state.h"
+#include "cogo/extension.h"
+#include "engine/engine.h"
+#include "jobdb/jobdb.h"
+
+#include <cmath>
+#include <cstring>
+
+int32_t truncateToInt32(double value)
+{
+    // Also refuses what is not a number.
+    const bool fits = value > -2147483649.0 && value < 2147483648.0;
+    return fits ? static_cast<int32_t>(value) : 0;
+}
+
+// -- Curves ------------------------------------------------------------------
+
+constexpr int CURVE_ANGLE = 20 - 1;
+constexpr int ANGLE_CORRECTIONS = 10; // a wild angle stays outside
+constexpr double FULL_CIRCLE = 360.0;
+
+static double normalizedAngle(double angle)
+{
+    for (int i = 0; i < ANGLE_CORRECTIONS && angle < 0.0; ++i) {
+        angle += FULL_CIRCLE;
+    }
+    for (int i = 0; i < ANGLE_CORRECTIONS && angle > FULL_CIRCLE; ++i) {
+        angle -= FULL_CIRCLE;
+    }
+    return angle;
+}
+
+int readCurve(CurveResult* result, int slot)
+{
+    if (readCurrentRecord(slotContext(slot), cogoState.curveLayout) != IX_OK) return COGO_FAILED;
+    loadCurrentKey(slot);
+    *result = cogoState.curve;
+    copyText(result->name, sizeof(result->name), currentName());
+    result->values[CURVE_ANGLE] = normalizedAngle(result->values[CURVE_ANGLE]);
+    return COGO_OK;
+}
+
+// -- Spirals -----------------------------------------------------------------
+
+constexpr int SPIRAL_TYPE = 40 - 1;
+constexpr int SPIRAL_DIRECTION = 5 - 1; // its sign counts, 0 being positive
+constexpr int SPIRAL_SIGNED = 24 - 1;
+
+// The signed value of a spiral: for types 1 and 3 with the sign of its direction, for
+// types 2 and 4 with the opposite one, else as it is stored.
+static double signedSpiralValue(const double* values)
+{
+    const int type = truncateToInt32(values[SPIRAL_TYPE]);
+    const bool negativeDirection = values[SPIRAL_DIRECTION] < 0.0;
+    const double magnitude = std::fabs(values[SPIRAL_SIGNED]);
+    if (type == 1 || type == 3) return negativeDirection ? -magnitude : magnitude;
+    if (type == 2 || type == 4) return negativeDirection ? magnitude : -magnitude;
+    return values[SPIRAL_SIGNED];
+}
+
+int readSpiral(SpiralResult* result, int slot)
+{
+    if (readCurrentRecord(slotContext(slot), cogoState.spiralLayout) != IX_OK) return COGO_FAILED;
+    loadCurrentKey(slot);
+    *result = cogoState.spiral;
+    copyText(result->name, sizeof(result->name), currentName());
+    result->values[SPIRAL_SIGNED] = signedSpiralValue(result->values);
+    return COGO_OK;
+}
+
+// -- Lines -------------------------------------------------------------------
+
+constexpr size_t SUFFIX_LENGTH = 6;
+
+// Appends the beginning of an extension text, without the blanks at its end, as far
+// as there is room.
+static void appendSuffix(char* text, const char* extensionText)
+{
+    char suffix[SUFFIX_LENGTH + 1];
+    copyText(suffix, sizeof(suffix), extensionText);
+    trimEnd(suffix);
+    const size_t length = std::strlen(text);
+    copyText(text + length, LINE_TEXT_ROOM - length, suffix);
+}
+
+// Takes over what the extension record of a line adds to it.
+static void extendLine(LineResult* line, const ExtensionResult* extension)
+{
+    line->elementNumber = extension->elementNumber;
+    copyText(line->secondaryCode, sizeof(line->secondaryCode), extension->secondaryCode);
+    copyText(line->noteText, sizeof(line->noteText), extension->noteText);
+    appendSuffix(line->lineText, extension->longText);
+    appendSuffix(line->beginPointName, extension->longText);
+    appendSuffix(line->endPointName, extension->shortText);
+}
+
+int readLine(LineResult* result, int slot)
+{
+    if (readCurrentRecord(slotContext(slot), cogoState.lineLayout) != IX_OK) return COGO_FAILED;
+    loadCurrentKey(slot);
+    LineResult line = cogoState.line;
+    char name[ELEMENT_NAME_ROOM];
+    copyText(name, sizeof(name), currentName());
+    copyText(line.name, sizeof(line.name), name);
+
+    ExtensionResult extension;
+    if (readOrCreateLineExtension(&extension, name, slot) != COGO_OK) return COGO_FAILED;
+    extendLine(&line, &extension);
+    *result = line;
+    return COGO_OK;
+}

@@ -1,0 +1,21 @@
+// Layouts of the COGO records. For cogo/ and its tests.
+#pragma once
+
+#include "jobdb/layout.h"
+
+constexpr int CHAIN_FIELDS = 5; // of the older layout too
+constexpr int CURVE_FIELDS = 36;
+constexpr int LINE_FIELDS = 5;
+constexpr int SPIRAL_FIELDS = 54;
+constexpr int EXTENSION_FIELDS = 10;
+constexpr int VERSION_FIELDS = 2;
+constexpr int PROFILE_DATA_FIELDS = 3;
+
+// Field of the point block in the profile data layout. Its length tells the bytes of
+// the block after a read; its room stays PROFILE_BLOCK_ROOM.
+constexpr int PROFILE_BLOCK_FIELD = 2;
+
+// A point block: up to 100 profile points of 24 bytes.
+constexpr int PROFILE_POINT_SIZE = 24;
+constexpr int PROFILE_BLOCK_ROOM = 2400;
+constexpr int PROFILE_SECONDARY_KEY_ROOM = 9;

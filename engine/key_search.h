@@ -1,0 +1,45 @@
+// Search below the operations: descent, location, and the frame that operations
+// which move a position share. For engine/.
+#pragma once
+
+#include "engine/engine.h"
+#include "engine/key_order.h"
+#include "engine/node_buffer.h"
+#include "engine/positions.h"
+
+// Descends to the first entry at or after the sought key in the leaf where it
+// belongs. Returns it, or that leaf's end marker, in the node buffer; null when a
+// page is damaged or cannot be read. Sets the position of the index there. The
+// sought key must not lie in the context.
+const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought);
+
+// From a position at the end of the leaf in the node buffer: moves it to the first
+// entry of the next leaf that has any. Returns the entry, the end marker of the
+// last leaf when there is none, null on failure.
+const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index);
+
+// Finds the first entry of the tree at or after the sought key, which may belong to
+// a later index, and makes it position and current entry. IX_OK, IX_SAME_KEY,
+// IX_GREATER_KEY, IX_NOT_FOUND (end of the tree) or IX_DESCENT_FAILED; also in
+// status.
+int locate(IndexFile* file, int index, const SoughtKey* sought);
+
+// The search of ixFind, inside a bracket. The key string of the sought key may be
+// longer than any stored one.
+int findSought(IndexFile* file, int index, const SoughtKey* sought, void* data, uint32_t length);
+
+// IX_OK, IX_NOT_OPEN or IX_BAD_ARGUMENT for an operation on an index with a buffer.
+int checkRequest(IndexFile* file, int index, const void* data, uint32_t length);
+
+// Opens and closes the bracket of an operation that moves the position of an index,
+// letting go of the record lock held there: an update when such a lock stands in
+// the file, else a read. 0, or a failure code with nothing opened or moved.
+int beginMove(IndexFile* file, int index, bool* updating);
+int endMove(IndexFile* file, bool updating);
+
+// Leaves the result in status and answers it.
+inline int withStatus(IndexFile* file, int result)
+{
+    file->status = result;
+    return result;
+}

@@ -1,0 +1,212 @@
+#include "engine/node_insert.h"
+
+#include "engine/key_search.h"
+#include "engine/page_supply.h"
+#include "platform/platform.h"
+
+// Where a node that overflows is cut: entries that end before this many bytes of
+// the entry area stay. Ascending insertions, which go to the rightmost node, fill
+// pages almost completely.
+constexpr int SPLIT_RIGHTMOST = 1000;
+constexpr int SPLIT_INNER = 520;
+
+// An insertion on its way up the tree.
+struct Insertion {
+    IndexFile* file;
+    int page;  // of the node in the node buffer
+    int level; // its level
+    bool split;
+    int growthResult; // of a growth after the first split
+    uint8_t entry[MAX_ENTRY_SIZE];
+};
+
+// Puts the entry before the one at the offset; the node may overflow its page.
+static void placeEntry(uint8_t* node, int offset, const uint8_t* entry)
+{
+    int size = entrySize(entry);
+    int end = NODE_ENTRIES + nodeUsed(node);
+    memmove(node + offset + size, node + offset, static_cast<size_t>(end - offset));
+    memcpy(node + offset, entry, static_cast<size_t>(size));
+    storeInt16(node + NODE_COUNT, nodeCount(node) + 1);
+    storeInt16(node + NODE_FREE, nodeFree(node) - size);
+
+    // What an earlier overflow left behind must not look like an entry.
+    end += size;
+    memset(node + end, 0, static_cast<size_t>(NODE_BUFFER_SIZE - end));
+}
+
+// Moves the upper entries of the overfull node to the split buffer. Returns the
+// last entry that stays; *kept becomes the number of those.
+static const uint8_t* divideNode(uint8_t* node, int page, int newPage, int* kept)
+{
+    int limit = nodeNextPage(node) == NO_PAGE ? SPLIT_RIGHTMOST : SPLIT_INNER;
+    const uint8_t* last = firstEntry(node);
+    const uint8_t* entry = last;
+    *kept = 0;
+    while (nextEntry(entry) - firstEntry(node) < limit) {
+        last = entry;
+        entry = nextEntry(entry);
+        ++*kept;
+    }
+
+    int cut = static_cast<int>(entry - node);
+    int moved = NODE_ENTRIES + nodeUsed(node) - cut;
+    bool branch = nodeLevel(node) > 0;
+    uint8_t* newNode = engineState.splitBuffer;
+    initNode(newNode, nodeLevel(node), branch ? entryChild(last) : 0);
+    memcpy(newNode + NODE_ENTRIES, entry, static_cast<size_t>(moved));
+    storeInt16(newNode + NODE_COUNT, nodeCount(node) - *kept);
+    storeInt16(newNode + NODE_FREE, NODE_ENTRY_AREA - moved);
+    storeInt16(newNode + NODE_NEXT_PAGE, nodeNextPage(node));
+    storeInt16(newNode + NODE_PREVIOUS_PAGE, page);
+
+    storeInt16(node + NODE_COUNT, *kept);
+    storeInt16(node + NODE_FREE, nodeFree(node) + moved);
+    storeInt16(node + NODE_NEXT_PAGE, newPage);
+    memset(node + cut, 0, static_cast<size_t>(NODE_BUFFER_SIZE - cut));
+    return last;
+}
+
+// Everything that a split of the node in the node buffer needs and that can be
+// refused, before anything is changed: pages, and a sound right neighbour.
+static int prepareSplit(Insertion* insertion, int* newPage)
+{
+    IndexFile* file = insertion->file;
+    if (!insertion->split && file->height >= MAX_HEIGHT) return IX_SHORT_WRITE;
+
+    int grown = growFile(file);
+    if (grown != IX_OK) {
+        // The pages for the splits above were there before the first one.
+        if (!insertion->split) return grown;
+        insertion->growthResult = grown;
+    }
+    int neighbour = nodeNextPage(engineState.nodeBuffer);
+    if (neighbour != NO_PAGE && peekNode(file, neighbour, insertion->level) != IX_OK) {
+        return IX_PAGE_IO;
+    }
+    return allocatePage(file, newPage) == IX_OK ? IX_OK : IX_PAGE_IO;
+}
+
+// Splits the overfull node and writes both halves; the separator for the parent
+// becomes the entry on its way.
+static int splitNode(Insertion* insertion, int newPage)
+{
+    IndexFile* file = insertion->file;
+    uint8_t* node = engineState.nodeBuffer;
+    int neighbour = nodeNextPage(node);
+    int kept = 0;
+    const uint8_t* last = divideNode(node, insertion->page, newPage, &kept);
+    if (!insertion->split) correctForSplit(file, insertion->page, kept, newPage);
+    insertion->split = true;
+
+    int result = cachedPageWrite(file, engineState.splitBuffer, newPage);
+    if (result == IX_OK) result = writeNode(file, insertion->page);
+    if (result != IX_OK) return result;
+
+    // Before the neighbour replaces the node.
+    uint8_t child[CHILD_SIZE];
+    storeInt16(child, newPage);
+    uint8_t separator[MAX_ENTRY_SIZE];
+    int size = buildEntry(separator, entryKey(last), entryNumber(last), entrySegment(last), child,
+                          CHILD_SIZE);
+    memcpy(insertion->entry, separator, static_cast<size_t>(size));
+
+    if (neighbour == NO_PAGE) return IX_OK;
+    if (readNode(file, neighbour, insertion->level) != IX_OK) return IX_PAGE_IO;
+    storeInt16(node + NODE_PREVIOUS_PAGE, newPage);
+    return writeNode(file, neighbour);
+}
+
+// A new root above the split one, in the node buffer.
+static int addRoot(Insertion* insertion)
+{
+    IndexFile* file = insertion->file;
+    int rootPage = NO_PAGE;
+    if (allocatePage(file, &rootPage) != IX_OK) return IX_PAGE_IO;
+
+    initNode(engineState.nodeBuffer, file->height, insertion->page);
+    ++file->height;
+    file->rootPage = rootPage;
+    insertion->page = rootPage;
+    int result = writeNode(file, rootPage);
+    if (result != IX_OK) return result;
+    if (file->writePolicy == WRITE_AT_END_HEADER_TOO) {
+        file->headerDirty = 1;
+        return IX_OK;
+    }
+    return writeHeader(file);
+}
+
+// Offset of the first entry of the node buffer that is greater than the entry on
+// its way, or of the end marker.
+static int offsetInBranch(const Insertion* insertion, bool* atEnd)
+{
+    const uint8_t* separator = insertion->entry;
+    SoughtKey sought = {entryKey(separator), entryNumber(separator), entrySegment(separator)};
+    const uint8_t* entry = firstEntry(engineState.nodeBuffer);
+    while (!isEndMarker(entry) && compareWithSegments(entry, &sought) < 0) {
+        entry = nextEntry(entry);
+    }
+    *atEnd = isEndMarker(entry);
+    return static_cast<int>(entry - engineState.nodeBuffer);
+}
+
+// Brings the parent of the split node into the node buffer and tells where the
+// separator goes. The descent may have moved sideways below the page at which it
+// entered the level, so the parent is the node whose bound the separator is under.
+static int readParent(Insertion* insertion, int* offset)
+{
+    IndexFile* file = insertion->file;
+    insertion->page = engineState.path[insertion->level];
+    for (int moves = 0; moves <= file->pagesInFile; ++moves) {
+        if (readNode(file, insertion->page, insertion->level) != IX_OK) return IX_PAGE_IO;
+        bool atEnd = false;
+        *offset = offsetInBranch(insertion, &atEnd);
+        int neighbour = nodeNextPage(engineState.nodeBuffer);
+        if (!atEnd || neighbour == NO_PAGE) return IX_OK;
+        insertion->page = neighbour;
+    }
+    return IX_PAGE_IO;
+}
+
+// Makes the new entry the position of its index, and keeps the others right.
+static void positionOnInserted(IndexFile* file, int index, const uint8_t* entry)
+{
+    setPosition(file, index, entry);
+    correctForInsertion(file, index, file->leafPage[index], file->positionInLeaf[index]);
+}
+
+int insertEntry(IndexFile* file, int index, const uint8_t* newEntry)
+{
+    Insertion insertion = {file, file->leafPage[index], 0, false, IX_OK, {}};
+    memcpy(insertion.entry, newEntry, static_cast<size_t>(entrySize(newEntry)));
+    uint8_t* node = engineState.nodeBuffer;
+    int offset = static_cast<int>(entryAt(node, file->positionInLeaf[index]) - node);
+
+    for (;;) {
+        bool overflows = nodeFree(node) < entrySize(insertion.entry);
+        int newPage = NO_PAGE;
+        if (overflows) {
+            int prepared = prepareSplit(&insertion, &newPage);
+            if (prepared != IX_OK) return prepared;
+        }
+        placeEntry(node, offset, insertion.entry);
+        if (insertion.level == 0) positionOnInserted(file, index, newEntry);
+        if (!overflows) break;
+
+        int result = splitNode(&insertion, newPage);
+        if (result != IX_OK) return result;
+        ++insertion.level;
+        if (insertion.level == file->height) {
+            result = addRoot(&insertion);
+            offset = NODE_ENTRIES;
+        } else {
+            result = readParent(&insertion, &offset);
+        }
+        if (result != IX_OK) return result;
+    }
+
+    int written = writeNode(file, insertion.page);
+    if (insertion.split) file->headerDirty = 1;
+    return written != IX_OK ? written : insertion.growthResult;
+}

@@ -1,0 +1,133 @@
+#include "engine/positions.h"
+
+static void copyKeyString(char* buffer, const char* key)
+{
+    size_t length = strnlen(key, MAX_KEY);
+    memmove(buffer, key, length); // the key may lie in the buffer itself
+    buffer[length] = 0;
+}
+
+void buildSoughtKey(char* text, int index, const char* key)
+{
+    size_t length = strnlen(key, SOUGHT_KEY_SIZE - 2);
+    text[0] = static_cast<char>(index);
+    memcpy(text + 1, key, length);
+    text[1 + length] = 0;
+}
+
+void setPosition(IndexFile* file, int index, const uint8_t* entry)
+{
+    file->indexAtPosition[index] = entryIndex(entry);
+    copyKeyString(file->keyBuffer[index], entryKey(entry) + 1);
+    file->numberAtPosition[index] = entryNumber(entry);
+    file->segmentAtPosition[index] = entrySegment(entry);
+}
+
+void setPositionPastEnd(IndexFile* file, int index)
+{
+    file->indexAtPosition[index] = index + 1;
+    file->keyBuffer[index][0] = 0;
+    file->numberAtPosition[index] = 0;
+    file->segmentAtPosition[index] = 0;
+}
+
+void setPositionKey(IndexFile* file, int index, const char* key, int32_t number)
+{
+    copyKeyString(file->keyBuffer[index], key);
+    file->numberAtPosition[index] = number;
+}
+
+void setPositionBeforeStart(IndexFile* file, int index)
+{
+    if (file->indexAtPosition[index] >= index) file->indexAtPosition[index] = index - 1;
+    file->keyBuffer[index][0] = 0;
+    file->numberAtPosition[index] = -1;
+}
+
+void takeEntry(IndexFile* file, const uint8_t* entry)
+{
+    memcpy(file->currentEntry, entry + ENTRY_KEY, entry[0]);
+    file->number = entryNumber(entry);
+    file->segment = entrySegment(entry);
+    int length = entryDataLength(entry);
+    file->dataLength = static_cast<uint32_t>(length);
+    file->data = length == 0 ? nullptr : file->currentEntry + (entry[0] - length);
+    file->key = reinterpret_cast<const char*>(file->currentEntry);
+}
+
+void clearCurrentEntry(IndexFile* file)
+{
+    memset(file->currentEntry, 0, sizeof file->currentEntry);
+    file->number = 0;
+    file->dataLength = 0;
+    file->recordLength = 0;
+}
+
+void keepPosition(const IndexFile* file, int index, KeptPosition* kept)
+{
+    copyKeyString(kept->key, file->keyBuffer[index]);
+    kept->number = file->numberAtPosition[index];
+    kept->segment = file->segmentAtPosition[index];
+    kept->positionInLeaf = file->positionInLeaf[index];
+    kept->leafPage = file->leafPage[index];
+    kept->indexAtPosition = file->indexAtPosition[index];
+}
+
+void putPositionBack(IndexFile* file, int index, const KeptPosition* kept)
+{
+    setPositionKey(file, index, kept->key, kept->number);
+    file->segmentAtPosition[index] = kept->segment;
+    file->positionInLeaf[index] = kept->positionInLeaf;
+    file->leafPage[index] = kept->leafPage;
+    file->indexAtPosition[index] = kept->indexAtPosition;
+}
+
+constexpr int LAST_SLOT = INDEX_SLOTS - 1;
+
+void correctForInsertion(IndexFile* file, int index, int leaf, int ordinal)
+{
+    for (int slot = index + 1; slot <= LAST_SLOT; ++slot) {
+        if (file->leafPage[slot] != leaf || file->indexAtPosition[slot] == NO_POSITION) continue;
+        // At or before the place, only a position on an entry of a later index has
+        // been pushed along, or one that rests before such an entry it removed.
+        if (file->positionInLeaf[slot] > ordinal || file->indexAtPosition[slot] > index) {
+            ++file->positionInLeaf[slot];
+        }
+    }
+}
+
+void correctForRemoval(IndexFile* file, int index, int leaf, int ordinal)
+{
+    file->removedAtPosition[index] = 1;
+    for (int slot = index + 1; slot <= LAST_SLOT; ++slot) {
+        if (file->leafPage[slot] != leaf || file->indexAtPosition[slot] == NO_POSITION) continue;
+        if (file->positionInLeaf[slot] >= ordinal && file->positionInLeaf[slot] != -1) {
+            --file->positionInLeaf[slot];
+        }
+    }
+}
+
+void correctForSplit(IndexFile* file, int leaf, int kept, int newLeaf)
+{
+    for (int slot = MIN_INDEX; slot <= LAST_SLOT; ++slot) {
+        if (file->leafPage[slot] != leaf || file->indexAtPosition[slot] == NO_POSITION) continue;
+        if (file->positionInLeaf[slot] >= kept) {
+            file->leafPage[slot] = newLeaf;
+            file->positionInLeaf[slot] -= kept;
+        }
+    }
+}
+
+KeptRequest keepRequest(const IndexFile* file)
+{
+    return {file->indexNumber, file->key, file->number, file->data, file->dataLength};
+}
+
+void putRequestBack(IndexFile* file, const KeptRequest* kept)
+{
+    file->indexNumber = kept->indexNumber;
+    file->key = kept->key;
+    file->number = kept->number;
+    file->data = kept->data;
+    file->dataLength = kept->dataLength;
+}

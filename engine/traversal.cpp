@@ -1,0 +1,334 @@
+// Sequential traversal. In shared mode a position is re-found by its key, for
+// another process may have changed the tree since; in exclusive mode it is exact.
+#include "engine/traversal.h"
+
+#include "engine/key_search.h"
+#include "engine/record_data.h"
+
+#include <limits>
+
+// The key at the position as a sought key; the text must live as long.
+static SoughtKey keyAtPosition(const IndexFile* file, int index, char* text)
+{
+    buildSoughtKey(text, file->indexAtPosition[index], file->keyBuffer[index]);
+    return {text, file->numberAtPosition[index], file->segmentAtPosition[index]};
+}
+
+// -- Single steps ------------------------------------------------------------
+
+// Each step leads to a greater, or smaller, key, so that every walk ends. Only a
+// position outside its index has no key of its own to compare with.
+enum StepCheck { ANY_KEY, ORDERED_KEY };
+
+static int stepForwardByPlace(IndexFile* file, int index, StepCheck check)
+{
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey before = keyAtPosition(file, index, text);
+    int result = readNode(file, file->leafPage[index], 0);
+    if (result != IX_OK) return withStatus(file, result);
+
+    const uint8_t* node = engineState.nodeBuffer;
+    const uint8_t* entry = entryAt(node, ++file->positionInLeaf[index]);
+    if (file->positionInLeaf[index] >= nodeCount(node)) entry = nextNonEmptyLeaf(file, index);
+    if (entry == nullptr) return withStatus(file, IX_DESCENT_FAILED);
+
+    file->removedAtPosition[index] = 0;
+    if (isEndMarker(entry)) {
+        ++file->indexAtPosition[index];
+        clearCurrentEntry(file);
+        return withStatus(file, IX_NOT_FOUND);
+    }
+    bool ordered = check == ANY_KEY || compareWithSegments(entry, &before) > 0;
+    if (!ordered) return withStatus(file, IX_DESCENT_FAILED);
+    takeEntry(file, entry);
+    setPosition(file, index, entry);
+    return withStatus(file, IX_OK);
+}
+
+int stepForward(IndexFile* file, int index)
+{
+    if (file->openMode == OPEN_EXCLUSIVE) return stepForwardByPlace(file, index, ORDERED_KEY);
+
+    char text[SOUGHT_KEY_SIZE];
+    buildSoughtKey(text, index, file->keyBuffer[index]);
+    uint8_t nextSegment = static_cast<uint8_t>(file->segmentAtPosition[index] + 1);
+    SoughtKey sought = {text, file->numberAtPosition[index], nextSegment};
+    return locate(file, index, &sought);
+}
+
+// Moves to the last entry of the nearest leaf to the left that has any. Null when
+// there is none (*result IX_NOT_FOUND) or on failure.
+static const uint8_t* lastOfPreviousLeaf(IndexFile* file, int index, int* result)
+{
+    const uint8_t* node = engineState.nodeBuffer;
+    *result = IX_DESCENT_FAILED;
+    for (int moves = 0; moves <= file->pagesInFile; ++moves) {
+        int page = nodePreviousPage(node);
+        if (page == NO_PAGE) {
+            *result = IX_NOT_FOUND;
+            return nullptr;
+        }
+        if (readNode(file, page, 0) != IX_OK) return nullptr;
+        file->leafPage[index] = page;
+        if (nodeCount(node) > 0) {
+            file->positionInLeaf[index] = nodeCount(node) - 1;
+            *result = IX_OK;
+            return entryAt(node, nodeCount(node) - 1);
+        }
+    }
+    return nullptr;
+}
+
+static int stepBackByPlace(IndexFile* file, int index, StepCheck check)
+{
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey before = keyAtPosition(file, index, text);
+    int result = readNode(file, file->leafPage[index], 0);
+    if (result != IX_OK) return withStatus(file, result);
+
+    const uint8_t* node = engineState.nodeBuffer;
+    int* ordinal = &file->positionInLeaf[index];
+    // A removal has moved the position to the entry before the removed one.
+    bool alreadyBack = file->removedAtPosition[index] == 1 && *ordinal != -1;
+    if (!alreadyBack && *ordinal != -1) --*ordinal;
+
+    const uint8_t* entry = nullptr;
+    if (*ordinal == -1) {
+        entry = lastOfPreviousLeaf(file, index, &result);
+    } else if (*ordinal < nodeCount(node)) {
+        entry = entryAt(node, *ordinal);
+    } else {
+        result = IX_DESCENT_FAILED; // the leaf has fewer entries than the position says
+    }
+
+    if (result == IX_DESCENT_FAILED) return withStatus(file, result);
+    file->removedAtPosition[index] = 0;
+    if (entry == nullptr) {
+        --file->indexAtPosition[index];
+        clearCurrentEntry(file);
+        return withStatus(file, IX_NOT_FOUND);
+    }
+    // A position that rests before its key may have that very key again.
+    int order = compareWithSegments(entry, &before);
+    bool ordered = check == ANY_KEY || order < 0 || (order == 0 && alreadyBack);
+    if (!ordered) return withStatus(file, IX_DESCENT_FAILED);
+    takeEntry(file, entry);
+    setPosition(file, index, entry);
+    return withStatus(file, IX_OK);
+}
+
+int stepBack(IndexFile* file, int index) { return stepBackByPlace(file, index, ORDERED_KEY); }
+
+// -- Operations --------------------------------------------------------------
+
+// Delivers the record at the position.
+static int deliver(IndexFile* file, int index, void* data, uint32_t length)
+{
+    int result = readRecordAtPosition(file, index, static_cast<uint8_t*>(data), length);
+    file->data = static_cast<uint8_t*>(data);
+    file->key = reinterpret_cast<const char*>(file->currentEntry) + 1;
+    return result;
+}
+
+int ixFindFirst(IndexFile* file, int index, void* data, uint32_t length)
+{
+    int result = ixFind(file, index, "", 0, data, length);
+    return result < 0 ? result : withStatus(file, IX_OK);
+}
+
+// The lowest key behind the position: its key string with a higher number, or the
+// next greater key string.
+static SoughtKey keyBehindPosition(const IndexFile* file, int index, char* text)
+{
+    buildSoughtKey(text, index, file->keyBuffer[index]);
+    int32_t number = file->numberAtPosition[index];
+    if (number < std::numeric_limits<int32_t>::max()) return {text, number + 1, 0};
+
+    size_t end = strlen(text);
+    text[end] = 1;
+    text[end + 1] = 0;
+    return {text, 0, 0};
+}
+
+static int nextByKey(IndexFile* file, int index, void* data, uint32_t length)
+{
+    char key[KEY_BUFFER_SIZE];
+    memcpy(key, file->keyBuffer[index], sizeof key);
+    int32_t number = file->numberAtPosition[index];
+
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey sought = keyBehindPosition(file, index, text);
+    int result = findSought(file, index, &sought, data, length);
+    if (result >= 0) return IX_OK;
+
+    // The next call is to try again from the same place.
+    setPositionKey(file, index, key, number);
+    return result;
+}
+
+static int nextByPlace(IndexFile* file, int index, void* data, uint32_t length)
+{
+    if (file->indexAtPosition[index] > index) {
+        clearCurrentEntry(file);
+        return IX_NOT_FOUND;
+    }
+    // To the first segment of the next record; from before the start also over
+    // entries of smaller indexes that came in between.
+    StepCheck check = file->indexAtPosition[index] < index ? ANY_KEY : ORDERED_KEY;
+    int result = IX_OK;
+    do {
+        result = stepForwardByPlace(file, index, check);
+        check = ORDERED_KEY;
+    } while (result == IX_OK && ((file->segment & SEGMENT_ORDINAL) != 0 ||
+                                 file->indexAtPosition[index] < index));
+    if (result < IX_NOT_FOUND) return result;
+    if (result != IX_OK || file->indexAtPosition[index] != index) {
+        clearCurrentEntry(file);
+        return IX_NOT_FOUND;
+    }
+    return deliver(file, index, data, length);
+}
+
+int ixNext(IndexFile* file, int index, void* data, uint32_t length)
+{
+    int result = checkRequest(file, index, data, length);
+    if (result != IX_OK) return result;
+    if (file->indexAtPosition[index] == NO_POSITION) return ixFindFirst(file, index, data, length);
+
+    bool updating = false;
+    result = beginMove(file, index, &updating);
+    if (result != IX_OK) return withStatus(file, result);
+    file->indexNumber = index;
+    file->data = static_cast<uint8_t*>(data);
+    result = file->openMode == OPEN_SHARED ? nextByKey(file, index, data, length)
+                                           : nextByPlace(file, index, data, length);
+    int ended = endMove(file, updating);
+    return withStatus(file, ended != 0 ? ended : result);
+}
+
+// Steps back from a position whose place in the leaf is exact, to the first segment
+// of the record before it.
+static int previousByPlace(IndexFile* file, int index, void* data, uint32_t length)
+{
+    // Before the start there is nothing; from past the end the way may lead over
+    // entries of greater indexes that came in between.
+    StepCheck check = file->indexAtPosition[index] > index ? ANY_KEY : ORDERED_KEY;
+    int result = file->indexAtPosition[index] < index ? IX_NOT_FOUND : IX_OK;
+    bool arrived = false;
+    while (result == IX_OK && !arrived) {
+        result = stepBackByPlace(file, index, check);
+        check = ORDERED_KEY;
+        arrived = (file->segment & SEGMENT_ORDINAL) == 0 && file->indexAtPosition[index] <= index;
+    }
+    if (result < IX_NOT_FOUND) return result;
+    if (result != IX_OK || file->indexAtPosition[index] != index) {
+        clearCurrentEntry(file);
+        setPositionBeforeStart(file, index);
+        return IX_NOT_FOUND;
+    }
+    return deliver(file, index, data, length);
+}
+
+// Makes the place of a shared-mode position exact again: the entry itself, or, for a
+// position past the end or on a removed entry, the first entry behind it.
+static int refindPosition(IndexFile* file, int index)
+{
+    if (file->indexAtPosition[index] < index) return IX_OK;
+    int result = ixReadCurrent(file, index, nullptr, 0);
+    if (result != IX_NOT_FOUND) return result == IX_NO_CURRENT ? IX_OK : result;
+
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey sought = keyBehindPosition(file, index, text);
+    result = locate(file, index, &sought);
+    return result < IX_NOT_FOUND ? result : IX_OK;
+}
+
+int ixPrevious(IndexFile* file, int index, void* data, uint32_t length)
+{
+    int result = checkRequest(file, index, data, length);
+    if (result != IX_OK) return result;
+
+    bool updating = false;
+    result = beginMove(file, index, &updating);
+    if (result != IX_OK) return withStatus(file, result);
+    file->indexNumber = index;
+    file->data = static_cast<uint8_t*>(data);
+    if (file->openMode == OPEN_SHARED) result = refindPosition(file, index);
+    if (result == IX_OK) result = previousByPlace(file, index, data, length);
+    int ended = endMove(file, updating);
+    return withStatus(file, ended != 0 ? ended : result);
+}
+
+int ixFindLast(IndexFile* file, int index, void* data, uint32_t length)
+{
+    int result = checkRequest(file, index, data, length);
+    if (result != IX_OK) return result;
+
+    bool updating = false;
+    result = beginMove(file, index, &updating);
+    if (result != IX_OK) return withStatus(file, result);
+    file->indexNumber = index;
+    char text[SOUGHT_KEY_SIZE];
+    buildSoughtKey(text, index + 1, "");
+    SoughtKey sought = {text, 0, 0};
+    result = locate(file, index, &sought);
+    if (result >= IX_NOT_FOUND) result = previousByPlace(file, index, data, length);
+    int ended = endMove(file, updating);
+    return withStatus(file, ended != 0 ? ended : result);
+}
+
+// The entry at the position, which nobody else can have changed.
+static int readByPlace(IndexFile* file, int index, void* data, uint32_t length)
+{
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey here = keyAtPosition(file, index, text);
+    int result = readNode(file, file->leafPage[index], 0);
+    if (result != IX_OK) return result;
+
+    const uint8_t* node = engineState.nodeBuffer;
+    int ordinal = file->positionInLeaf[index];
+    if (ordinal < 0 || ordinal >= nodeCount(node)) {
+        clearCurrentEntry(file);
+        return IX_NOT_FOUND;
+    }
+    const uint8_t* entry = entryAt(node, ordinal);
+    if (compareEntry(entry, &here) != 0) return IX_DESCENT_FAILED;
+    takeEntry(file, entry);
+    return deliver(file, index, data, length);
+}
+
+static int readByKey(IndexFile* file, int index, void* data, uint32_t length)
+{
+    char key[KEY_BUFFER_SIZE];
+    memcpy(key, file->keyBuffer[index], sizeof key);
+    int32_t number = file->numberAtPosition[index];
+
+    int32_t internalCall = file->internalCall;
+    file->internalCall = 1; // the record lock stays
+    int result = ixFind(file, index, key, number, data, length);
+    file->internalCall = internalCall;
+    if (result == IX_OK) return IX_OK;
+
+    setPositionKey(file, index, key, number);
+    bool gone = result == IX_SAME_KEY || result == IX_GREATER_KEY || result == IX_NOT_FOUND;
+    return gone ? IX_NO_CURRENT : result;
+}
+
+int ixReadCurrent(IndexFile* file, int index, void* data, uint32_t length)
+{
+    int result = checkRequest(file, index, data, length);
+    if (result != IX_OK) return result;
+    if (ixBeginRead(file) != 0) return withStatus(file, IX_FILE_LOCK);
+
+    file->indexNumber = index;
+    file->data = static_cast<uint8_t*>(data);
+    if (file->indexAtPosition[index] != index || file->removedAtPosition[index] == 1) {
+        clearCurrentEntry(file);
+        result = IX_NOT_FOUND;
+    } else {
+        result = file->openMode == OPEN_SHARED ? readByKey(file, index, data, length)
+                                               : readByPlace(file, index, data, length);
+    }
+    int ended = ixEndRead(file);
+    return withStatus(file, ended != 0 ? ended : result);
+}

@@ -1,0 +1,3 @@
+#include "jobdb/jobdb_state.h"
+
+JobdbState jobdbState = {};

@@ -1,0 +1,21 @@
+// The bracket around every engine operation. Part of the boundaries platform.h
+// and engine.h.
+//
+// In shared mode the outermost begin takes the file lock byte, shared for reading
+// and exclusively for updating, and refreshes the header; the outermost end of an
+// update writes what was changed; the last end releases the lock. Operations
+// inside take no second lock. Each begin that answers 0 is to be ended.
+#pragma once
+
+struct IndexFile;
+
+// 0, or a code that callers turn into IX_FILE_LOCK; nothing is held or counted
+// then. An update inside an outermost read is refused: it would change the file
+// under the shared lock.
+int ixBeginRead(IndexFile* file);
+int ixBeginUpdate(IndexFile* file);
+
+// 0, or the error of the release, or of writing the changes. An update whose
+// changes could not be written keeps them in memory for the next bracket to write.
+int ixEndRead(IndexFile* file);
+int ixEndUpdate(IndexFile* file);

@@ -1,0 +1,16 @@
+// The heap: the only allocation calls of the product. For api/ and cogo/, whose
+// blocks go to the host or live no longer than one call.
+#pragma once
+
+#include <cstddef>
+
+// A block for count items of size bytes, all zero, or null when there is no room.
+// A large block costs no memory before it is written to.
+void* allocateZeroed(size_t count, size_t size);
+
+// The block with room for newSize bytes: its oldSize bytes are kept, the new ones
+// are zero. Null when there is no room; the block then stays as it was.
+void* reallocate(void* block, size_t oldSize, size_t newSize);
+
+// Gives a block back; null does nothing.
+void release(void* block);

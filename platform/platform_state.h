@@ -1,0 +1,50 @@
+// The writable state of the platform layer, one for the whole process and all
+// databases. For platform/ and its tests; the engine sets formatVersion through
+// setFormatVersion.
+#pragma once
+
+#include "engine/file_format.h"
+#include "platform/os.h"
+#include "platform/platform.h"
+
+// One page in memory. A block is found by (descriptor, pageNumber) and stands in
+// two lists: all blocks in order of use, and the bucket of its hash.
+struct CacheBlock {
+    int32_t descriptor; // -1: free
+    int32_t pageNumber; // -1: never used
+    int32_t dirty;      // 1 when the page differs from the file
+    CacheBlock* next;   // used less recently, or null
+    uint8_t page[NODE_PAGE_SIZE];
+    CacheBlock* previous; // used more recently, or null
+    CacheBlock* bucketNext;
+    bool sound; // the engine has found this content well formed
+};
+
+constexpr int CACHE_BUCKETS = 2048; // a power of two, about two a block
+
+struct PageCache {
+    CacheBlock blocks[CACHE_BLOCKS];
+    CacheBlock* head; // most recently used
+    CacheBlock* tail; // the next victim
+    CacheBlock* buckets[CACHE_BUCKETS];
+    bool built; // false until the first cached read or write of the process
+};
+
+struct PlatformState {
+    // For the life of the process.
+    int32_t formatVersion; // which header magic a reader accepts
+    PageCache cache;
+
+    // Until the next call that sets it.
+    int32_t lastIoError;     // of the last header write, page read or page write
+    OsLockRange lockRequest; // the range of the last lock request
+};
+
+extern PlatformState platformState;
+
+// In shared mode nothing but the exclusive file lock permits a change of the file.
+inline bool mayWrite(const IndexFile* file)
+{
+    return file->openMode == OPEN_EXCLUSIVE ||
+           (file->fileLockState == LOCKED && file->fileLockExclusive == 1);
+}

@@ -1,0 +1,14 @@
+// Texts of a job are single bytes, each the Unicode code point of the same number
+// (Latin-1); the world outside speaks UTF-8.
+//
+// For orvidx.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+std::string utf8FromLatin1(std::string_view text);
+
+// Returns the text as Latin-1 when it is UTF-8 of such characters, else unchanged:
+// it then holds single bytes already.
+std::string latin1FromUtf8(std::string_view text);

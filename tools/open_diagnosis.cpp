@@ -1,0 +1,123 @@
+#include "open_diagnosis.h"
+
+#include "orvIdx.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+// The front of a job database file, numbers little-endian:
+//   offset  width  field
+//        2      2  root page
+//       14      2  height           levels of the tree, leaves included
+//       18      2  next free page   lowest page number never handed out
+//       30      2  pages in file
+//     1024         page n starts at 1024 + 1024 x n
+// with eight magic characters in between. A page begins with its level, its entry
+// count and its free bytes, 2 bytes each; entries follow from offset 12, each a
+// length byte and that many bytes more, a length of 0 behind the last.
+constexpr size_t HEADER_LENGTH = 40;
+constexpr size_t MAGIC_OFFSETS[] = {0, 4, 8, 12, 16, 20, 28, 32};
+constexpr std::string_view CURRENT_MAGIC = "ORVANE98";
+constexpr std::string_view OLDER_MAGIC = "VALIDATE";
+constexpr size_t ROOT_PAGE = 2;
+constexpr size_t HEIGHT = 14;
+constexpr size_t NEXT_FREE_PAGE = 18;
+constexpr size_t PAGES_IN_FILE = 30;
+constexpr size_t PAGE_SIZE = 1024;
+constexpr size_t PAGE_FREE_BYTES = 4;
+constexpr size_t PAGE_ENTRIES = 12;
+constexpr int MAX_LEVELS = 20;
+
+// The longest path that a connection handle holds.
+constexpr size_t MAX_PATH_LENGTH = sizeof(IdxConnection::path) - 1;
+
+using Bytes = std::vector<unsigned char>;
+
+static int int16At(const Bytes& bytes, size_t offset)
+{
+    return static_cast<int16_t>(bytes[offset] | bytes[offset + 1] << 8);
+}
+
+// Returns the bytes from offset on, fewer than length at the end of the file.
+static Bytes readBytes(std::ifstream& file, size_t offset, size_t length)
+{
+    Bytes bytes(length);
+    file.clear();
+    file.seekg(static_cast<std::streamoff>(offset));
+    file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length));
+    bytes.resize(static_cast<size_t>(file.gcount()));
+    return bytes;
+}
+
+static bool isJobDatabase(const Bytes& header)
+{
+    std::string magic;
+    if (header.size() < HEADER_LENGTH) return false;
+    for (size_t offset : MAGIC_OFFSETS)
+        magic += static_cast<char>(header[offset]);
+    return magic == CURRENT_MAGIC || magic == OLDER_MAGIC;
+}
+
+// True when the page stands on the level and its entries lie in it as its free
+// bytes and its count say.
+static bool isSoundPage(const Bytes& page, int level)
+{
+    int entries = 0;
+    size_t end = PAGE_ENTRIES;
+    while (end < page.size() && page[end] != 0) {
+        end += page[end] + size_t{1};
+        ++entries;
+    }
+    return end <= page.size() && int16At(page, 0) == level && int16At(page, 2) == entries &&
+           int16At(page, PAGE_FREE_BYTES) == static_cast<int>(PAGE_SIZE - end);
+}
+
+// Returns what contradicts what in a job database, or an empty text.
+static std::string damage(std::ifstream& file, const Bytes& header, uintmax_t fileLength)
+{
+    int root = int16At(header, ROOT_PAGE);
+    int height = int16At(header, HEIGHT);
+    int nextFree = int16At(header, NEXT_FREE_PAGE);
+    int pages = int16At(header, PAGES_IN_FILE);
+
+    if (height < 1 || height > MAX_LEVELS) return "its tree has an impossible height";
+    if (nextFree < 1 || nextFree > pages) return "its page counts contradict each other";
+    if (root < 0 || root >= nextFree) return "its root page is not one of its pages";
+    if (fileLength < PAGE_SIZE * (static_cast<uintmax_t>(pages) + 1))
+        return "the file is shorter than its page count says";
+
+    Bytes page = readBytes(file, PAGE_SIZE * (static_cast<size_t>(root) + 1), PAGE_SIZE);
+    if (page.size() < PAGE_SIZE || !isSoundPage(page, height - 1))
+        return "its root page is damaged";
+    return {};
+}
+
+std::string openDiagnosis(const std::string& path, int32_t connectResult)
+{
+    if (connectResult == IDX_OLDER_FORMAT)
+        return "a job database of the older format, which is not read";
+    if (path.size() > MAX_PATH_LENGTH)
+        return "the path is longer than " + std::to_string(MAX_PATH_LENGTH) + " characters";
+
+    std::error_code error;
+    fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found) return "there is no such file";
+    if (status.type() == fs::file_type::none) return "no access: " + error.message();
+    if (status.type() == fs::file_type::directory) return "a directory, not a job database";
+    if (status.type() != fs::file_type::regular) return "not a regular file, not a job database";
+
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return "no access: the file may not be read";
+    uintmax_t length = fs::file_size(path, error);
+    Bytes header = readBytes(file, 0, HEADER_LENGTH);
+    if (!isJobDatabase(header)) return "not a job database";
+
+    std::string found = damage(file, header, length);
+    if (!found.empty()) return "damaged job database: " + found;
+    return "too many users: all 128 user slots are taken, or another program has the file to "
+           "itself";
+}
