@@ -124,16 +124,24 @@ static int expandReferences(TextBlock* text, const char* description, int slot)
 
         char name[WORD_ROOM];
         const char* end = nullptr;
-        const char* word = findWord(occurrence + NAMED_KEYWORD_LENGTH, &end);
+        const char* behind = occurrence + NAMED_KEYWORD_LENGTH;
+        const char* word = findWord(behind, &end);
         bool isReference = copyWord(name, word, end);
+        // The name is left behind with the keyword, however many blanks stand between
+        // them. Letters inside a word are no keyword: a name that is the next word
+        // remains, as a member of its own.
+        if (occurrence[NAMED_KEYWORD_LENGTH - 1] == BLANK) behind = end;
+        const char* next = std::strchr(behind, BLANK);
+
         // The character before belongs to the reference: the blank that separates it.
         // What no chain can be called stays, and becomes an unresolved member.
-        const char* keptEnd = isReference ? occurrence - (occurrence > cursor ? 1 : 0) : end;
+        const char* keptEnd = next != nullptr ? next : end;
+        if (isReference) keptEnd = occurrence - (occurrence > cursor ? 1 : 0);
         if (appendText(text, cursor, static_cast<size_t>(keptEnd - cursor)) != IDX_OK) {
             return IDX_ERROR;
         }
         if (isReference && appendDescription(text, name, slot) != IDX_OK) return IDX_ERROR;
-        cursor = std::strchr(end, BLANK);
+        cursor = next;
     }
     return IDX_OK;
 }

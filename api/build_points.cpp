@@ -62,17 +62,17 @@ static int makeRoom(PointArray* array)
 }
 
 // Appends the point that a piece of the list names, or marks the chain when there is
-// none. IDX_ERROR when a point found cannot be read or has no room.
+// none or its record cannot be read. IDX_ERROR when there is no room.
 static int appendPoint(PointArray* array, const char* name, int slot)
 {
     SurveyChainElement* chain = array->chain;
     if (makeRoom(array) != IDX_OK) return IDX_ERROR;
     PointElement* point = &chain->points[chain->pointCount];
     bool isGap = std::strcmp(name, GAP_NAME) == 0;
-    if (readPointByName(name, slot) == COGO_OK) {
-        if (fillPoint(point, slot) != IDX_OK) return IDX_ERROR;
+    if (fillNamedPoint(point, name, slot) == IDX_OK) {
         array->lastFound = chain->pointCount;
     } else if (!isGap) {
+        *point = {}; // for the next point
         chain->unresolvedPoints = 1;
         return IDX_OK;
     } else if (array->lastFound != NO_POINT) {

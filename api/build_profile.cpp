@@ -163,8 +163,8 @@ static int fillProfile(ProfileElement* profile, int slot)
     clearProfile(&result);
 
     // Reading moved on to data and extension records; the walk of profiles is to go
-    // on from this one.
-    if (filled == IDX_OK) findProfile(name, slot);
+    // on from this one, also when it could not be read.
+    findProfile(name, slot);
     return filled;
 }
 

@@ -103,9 +103,10 @@ ORVIDX_API int32_t ORVIDX_CALL orvIdx_readFirstElement(IdxConnection* handle, ui
 
 /* Reads the element that follows in the walk of the kind; IDX_ERROR at its end,
  * every time. Reads by name in between do not disturb the walks of lines, curves,
- * spirals, chains and survey chains; those of points and profiles go on from the
- * element read last. An element that cannot be read is IDX_ERROR too, and the next
- * call goes on behind it, except after a profile: start again, or read by name. */
+ * spirals and chains. The walks of points and survey chains go on from the element of
+ * the kind read last, be it by name or as a part of another element; that of
+ * profiles too, but reading anything else than profiles in between ends it. An element
+ * that cannot be read is IDX_ERROR too, and the next call goes on behind it. */
 ORVIDX_API int32_t ORVIDX_CALL orvIdx_readNextElement(IdxConnection* handle, uint32_t kind,
                                                       void** elementOut);
 

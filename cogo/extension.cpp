@@ -44,15 +44,20 @@ int readOrCreateLineExtension(ExtensionResult* extension, const char* lineName, 
     if (findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK) {
         return readExtension(extension, slot);
     }
+    // Nothing is written for an extension that may be there.
+    if (lookupFailed(slot)) return COGO_FAILED;
     IndexFile* file = slotContext(slot);
     // The engine refuses each write by itself, and says so.
     if (file->readOnly) return addLineExtension(extension, lineName, slot);
 
     if (ixBeginUpdate(file) != IX_OK) return COGO_FAILED;
     // Another process may have added it before the file was locked.
-    const bool exists = findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK;
-    const int result =
-        exists ? readExtension(extension, slot) : addLineExtension(extension, lineName, slot);
+    int result = COGO_FAILED;
+    if (findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK) {
+        result = readExtension(extension, slot);
+    } else if (!lookupFailed(slot)) {
+        result = addLineExtension(extension, lineName, slot);
+    }
     const int ended = ixEndUpdate(file);
     return ended == IX_OK ? result : COGO_FAILED;
 }

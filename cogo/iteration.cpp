@@ -131,10 +131,18 @@ int firstProfile(int slot)
     return kindOfCurrent(slot) == KIND_PROFILE ? COGO_OK : COGO_FAILED;
 }
 
+// From a profile on to one whose name sorts behind it, as the other walks do: reading
+// leads back to the key of the profile's name, whichever key the walk had reached.
 int nextProfile(int slot)
 {
-    if (stepNext(slot) != COGO_OK) return COGO_FAILED;
-    return kindOfCurrent(slot) == KIND_PROFILE ? COGO_OK : COGO_FAILED;
+    const bool onProfile = kindOfCurrent(slot) == KIND_PROFILE;
+    char name[ELEMENT_NAME_ROOM];
+    copyText(name, sizeof(name), currentName());
+    do {
+        if (stepNext(slot) != COGO_OK) return COGO_FAILED;
+        if (kindOfCurrent(slot) != KIND_PROFILE) return COGO_FAILED;
+    } while (onProfile && !sortsBehind(currentName(), name));
+    return COGO_OK;
 }
 
 // -- Points ------------------------------------------------------------------

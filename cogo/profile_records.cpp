@@ -40,8 +40,7 @@ static int findNextData(const char* name, int slot)
 {
     if (stepNext(slot) != COGO_OK) {
         // A step that failed is no end: a profile cut short would look complete.
-        int status = slotContext(slot)->status;
-        return status < IX_NOT_FOUND ? status : COGO_FAILED;
+        return lookupFailed(slot) ? slotContext(slot)->status : COGO_FAILED;
     }
     if (kindOfCurrent(slot) != KIND_PROFILE_DATA) return COGO_FAILED;
     return isCurrentName(name) ? COGO_OK : COGO_FAILED;
@@ -86,7 +85,7 @@ static int takeDataRecord(ProfileResult* profile, int slot)
 static int takeExtension(ProfileResult* profile, int slot)
 {
     if (findExtension(profile->name, EXTENSION_MEMBER, EXTENDS_PROFILE, slot) != COGO_OK) {
-        return COGO_OK;
+        return lookupFailed(slot) ? COGO_FAILED : COGO_OK;
     }
     ExtensionResult extension;
     if (readExtension(&extension, slot) != COGO_OK) return COGO_FAILED;

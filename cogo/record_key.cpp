@@ -172,6 +172,8 @@ int findByName(int slot)
     return result == IX_OK ? COGO_OK : COGO_FAILED;
 }
 
+bool lookupFailed(int slot) { return slotContext(slot)->status < IX_NOT_FOUND; }
+
 static int findTagged(const char* tag, const char* name, const char* qualifierA,
                       const char* qualifierC, int slot)
 {

@@ -66,6 +66,10 @@ int kindOfCurrent(int slot);
 // COGO_FAILED.
 int findByName(int slot);
 
+// True when the last lookup or step ended with a failure of the engine, which does not
+// tell that there is no such record.
+bool lookupFailed(int slot);
+
 // Positions on the record after the current one. COGO_OK with its key in the
 // components, or COGO_FAILED.
 int stepNext(int slot);

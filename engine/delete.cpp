@@ -139,6 +139,7 @@ int ixDelete(IndexFile* file, int index, const char* key, int32_t number)
     }
     result = file->openMode == OPEN_SHARED ? deleteUnlessLocked(file, index, keyCopy, number)
                                            : deleteByKey(file, index, keyCopy, number);
+    if (file->key == keyCopy) file->key = key;
     int endedRead = ixEndRead(file);
     int ended = ixEndUpdate(file);
     if (endedRead != 0) result = endedRead;
@@ -166,8 +167,8 @@ int ixDeleteCurrent(IndexFile* file, int index)
     if (!contextIsOpen(file)) return IX_NOT_OPEN;
     bool inRange = index >= MIN_INDEX && index <= MAX_INDEX;
     bool exclusive = file->openMode == OPEN_EXCLUSIVE;
-    bool permitted = exclusive || index == LOCK_INDEX ||
-                     (inRange && file->recordLockState[index] == LOCKED);
+    bool permitted =
+        exclusive || index == LOCK_INDEX || (inRange && file->recordLockState[index] == LOCKED);
     if (!permitted) return withStatus(file, IX_LOCK_REQUIRED);
     if (!inRange) return withStatus(file, IX_BAD_ARGUMENT);
     if (file->indexAtPosition[index] != index) return withStatus(file, IX_NOT_FOUND);

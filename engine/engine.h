@@ -84,11 +84,11 @@ int ixCheckLock(IndexFile* file, int index);
 // -- Whole records -----------------------------------------------------------
 
 // Match modes of recordFind.
-constexpr int MATCH_EXACT = 1;         // IX_OK: the key string exists
-constexpr int MATCH_AFTER = 2;         // IX_OK: the entry after it
-constexpr int MATCH_AT_OR_AFTER = 3;   // IX_OK, or IX_GREATER_KEY: the first after it
-constexpr int MATCH_BEFORE = 4;        // IX_OK: the entry before it
-constexpr int MATCH_AT_OR_BEFORE = 5;  // IX_OK, or IX_BEFORE: the entry before it
+constexpr int MATCH_EXACT = 1;        // IX_OK: the key string exists
+constexpr int MATCH_AFTER = 2;        // IX_OK: the entry after it
+constexpr int MATCH_AT_OR_AFTER = 3;  // IX_OK, or IX_GREATER_KEY: the first after it
+constexpr int MATCH_BEFORE = 4;       // IX_OK: the entry before it
+constexpr int MATCH_AT_OR_BEFORE = 5; // IX_OK, or IX_BEFORE: the entry before it
 
 // Step operations of recordStep; any other does nothing.
 constexpr int STEP_NEXT = 1;

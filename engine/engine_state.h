@@ -10,7 +10,8 @@ struct EngineState {
     uint8_t nodeBuffer[NODE_BUFFER_SIZE];
     // The new right-hand node, while a node is being split.
     uint8_t splitBuffer[NODE_BUFFER_SIZE];
-    // A leaf looked at without disturbing the node buffer.
+    // A page looked at without disturbing the node buffer: a leaf further right than
+    // a search, the right neighbour of a node that is split.
     uint8_t peekBuffer[NODE_BUFFER_SIZE];
     // For each level of the last descent, the branch page at which it entered.
     int32_t path[MAX_HEIGHT];

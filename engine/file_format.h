@@ -74,8 +74,8 @@ constexpr int DATA_INDEX = 19;        // the records, cut into segments
 constexpr int INDEX_SLOTS = 22;       // per-index arrays are addressed by index number
 
 // Keys. A stored key is the index byte and a key string.
-constexpr int MAX_STORED_KEY = 99;    // longest key string that is written
-constexpr int MAX_KEY = 101;          // longest key string that is read or sought
+constexpr int MAX_STORED_KEY = 99; // longest key string that is written
+constexpr int MAX_KEY = 101;       // longest key string that is read or sought
 constexpr int KEY_BUFFER_SIZE = MAX_KEY + 1;
 
 // Records.

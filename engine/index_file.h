@@ -31,16 +31,16 @@ struct IndexFile {
     uint8_t marker2; // 'R'
 
     // Request and result.
-    int32_t indexNumber;  // request: the index addressed, 1 to 20
-    const char* key;      // request: key string without index byte; result: the one found
-    int32_t number;       // request: the key's number; result: that of the entry found
-    uint8_t* data;        // request: caller's buffer, to fill or to store
-    uint32_t dataLength;  // request: its capacity or bytes to store; result: bytes delivered
-    uint8_t state;        // STATE_OPEN, STATE_CLOSED
+    int32_t indexNumber;   // request: the index addressed, 1 to 20
+    const char* key;       // request: key string without index byte; result: the one found
+    int32_t number;        // request: the key's number; result: that of the entry found
+    uint8_t* data;         // request: caller's buffer, to fill or to store
+    uint32_t dataLength;   // request: its capacity or bytes to store; result: bytes delivered
+    uint8_t state;         // STATE_OPEN, STATE_CLOSED
     uint32_t recordLength; // result: bytes of the record found, all segments together
-    int32_t status;       // result of the last operation
-    int32_t ioError;      // secondary code of the last failure
-    uint8_t marker3;      // 'V'
+    int32_t status;        // result of the last operation
+    int32_t ioError;       // secondary code of the last failure
+    uint8_t marker3;       // 'V'
 
     // Copy of the header.
     int32_t rootPage;
@@ -52,21 +52,21 @@ struct IndexFile {
     uint8_t marker5; // 'N'
 
     int32_t fileDescriptor;
-    int32_t headerDirty;  // 1 when the copy differs from the file
-    uint8_t readOnly;     // 1 when opened with read-only access
-    int32_t recordChecks; // 1: record operations check the caller's layout first
-    uint8_t marker6;      // 'E'
-    int32_t segment;      // request and result: segment byte of the entry
+    int32_t headerDirty;       // 1 when the copy differs from the file
+    uint8_t readOnly;          // 1 when opened with read-only access
+    int32_t recordChecks;      // 1: record operations check the caller's layout first
+    uint8_t marker6;           // 'E'
+    int32_t segment;           // request and result: segment byte of the entry
     uint8_t currentEntry[256]; // the entry last found, from its index byte on
 
     // Position of each index.
-    int32_t positionInLeaf[INDEX_SLOTS];  // ordinal in the leaf, -1 before its first entry
+    int32_t positionInLeaf[INDEX_SLOTS]; // ordinal in the leaf, -1 before its first entry
     int32_t leafPage[INDEX_SLOTS];
-    int32_t indexAtPosition[INDEX_SLOTS]; // NO_POSITION; another index: past an end
+    int32_t indexAtPosition[INDEX_SLOTS];   // NO_POSITION; another index: past an end
     uint8_t removedAtPosition[INDEX_SLOTS]; // 1: entry deleted, resting on the one before it
 
-    char path[53];       // at most 49 characters of the path
-    int32_t writePolicy; // WRITE_...
+    char path[53];        // at most 49 characters of the path
+    int32_t writePolicy;  // WRITE_...
     int32_t fileExtended; // 1 after the file was grown during the current operation
 
     // Record layer.
@@ -82,11 +82,11 @@ struct IndexFile {
     uint8_t segmentAtPosition[INDEX_SLOTS];
 
     // Sharing.
-    uint32_t changeCounter; // the header's, as last read or written
-    int32_t userSlot;       // 0 to 127, or NO_SLOT
+    uint32_t changeCounter;               // the header's, as last read or written
+    int32_t userSlot;                     // 0 to 127, or NO_SLOT
     uint8_t recordLockState[INDEX_SLOTS]; // LOCKED: this context holds the record's lock
-    uint8_t openMode;      // OPEN_SHARED, OPEN_EXCLUSIVE
-    uint8_t fileLockState; // LOCKED while this context holds FILE_LOCK_BYTE
+    uint8_t openMode;                     // OPEN_SHARED, OPEN_EXCLUSIVE
+    uint8_t fileLockState;                // LOCKED while this context holds FILE_LOCK_BYTE
     uint8_t readNesting;
     uint8_t updateNesting;
     int32_t internalCall; // 1 during bookkeeping: record lock requests then do nothing
@@ -100,6 +100,9 @@ struct IndexFile {
     // 1 when changes of an update could not be written at its end and wait in the
     // cache for the next bracket.
     uint8_t flushPending;
+    // The change counter that the file is known to hold. A header write that failed
+    // leaves changeCounter ahead of it.
+    uint32_t counterInFile;
 };
 
 // True when the context is open; every operation asks first.

@@ -47,14 +47,16 @@ static const uint8_t* walkLeaf(const SoughtKey* sought, int* ordinal)
 // go on: the next one with entries, if its first entry is not above the sought key.
 // That is never so in a sound tree; it is where a process was killed between
 // writing a split leaf and its parent. NO_PAGE when the search ends here, -2 when
-// a leaf on the way is damaged.
+// a leaf on the way is damaged. *moves counts the leaves looked at by one descent:
+// more than there are pages run in a circle.
 constexpr int DAMAGED_LEAF = -2;
 
-static int leafToGoOnIn(IndexFile* file, const SoughtKey* sought)
+static int leafToGoOnIn(IndexFile* file, const SoughtKey* sought, int* moves)
 {
     int page = nodeNextPage(engineState.nodeBuffer);
-    for (int moves = 0; page != NO_PAGE; ++moves) {
-        if (moves > file->pagesInFile || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
+    while (page != NO_PAGE) {
+        bool circle = ++*moves > file->pagesInFile;
+        if (circle || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
         const uint8_t* leaf = engineState.peekBuffer;
         if (nodeCount(leaf) > 0) {
             return compareEntry(firstEntry(leaf), sought) <= 0 ? page : NO_PAGE;
@@ -77,17 +79,19 @@ const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought)
     }
 
     int ordinal = 0;
+    int moves = 0;
     const uint8_t* entry = walkLeaf(sought, &ordinal);
-    for (int moves = 0; isEndMarker(entry); ++moves) {
-        int right = leafToGoOnIn(file, sought);
+    while (isEndMarker(entry)) {
+        int right = leafToGoOnIn(file, sought, &moves);
         if (right == NO_PAGE) break;
-        if (moves > file->pagesInFile || readNode(file, right, 0) != IX_OK) return nullptr;
+        if (readNode(file, right, 0) != IX_OK) return nullptr;
         page = right;
         entry = walkLeaf(sought, &ordinal);
     }
 
     file->positionInLeaf[index] = ordinal;
     file->leafPage[index] = page;
+    file->removedAtPosition[index] = 0; // told of the place that is left
     if (isEndMarker(entry)) {
         setPositionPastEnd(file, index);
     } else {
@@ -119,7 +123,6 @@ int locate(IndexFile* file, int index, const SoughtKey* sought)
     }
     if (entry == nullptr) return withStatus(file, IX_DESCENT_FAILED);
 
-    file->removedAtPosition[index] = 0;
     if (isEndMarker(entry)) {
         clearCurrentEntry(file);
         return withStatus(file, IX_NOT_FOUND);
@@ -156,8 +159,8 @@ int beginMove(IndexFile* file, int index, bool* updating)
 
     // A lock entry that is gone or somebody else's is no longer held, so the state
     // must not move on with the position; only a failing file ends the operation.
-    bool gone = released >= IX_NOT_FOUND || released == IX_NO_CURRENT ||
-                released == IX_LOCKED_BY_OTHER;
+    bool gone =
+        released >= IX_NOT_FOUND || released == IX_NO_CURRENT || released == IX_LOCKED_BY_OTHER;
     if (gone) {
         file->recordLockState[index] = UNLOCKED;
         return IX_OK;
@@ -196,8 +199,7 @@ int findSought(IndexFile* file, int index, const SoughtKey* sought, void* data, 
     return read != IX_OK ? read : result;
 }
 
-int ixFind(IndexFile* file, int index, const char* key, int32_t number, void* data,
-           uint32_t length)
+int ixFind(IndexFile* file, int index, const char* key, int32_t number, void* data, uint32_t length)
 {
     int result = checkRequest(file, index, data, length);
     if (result != IX_OK) return result;

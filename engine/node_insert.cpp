@@ -68,7 +68,8 @@ static const uint8_t* divideNode(uint8_t* node, int page, int newPage, int* kept
 }
 
 // Everything that a split of the node in the node buffer needs and that can be
-// refused, before anything is changed: pages, and a sound right neighbour.
+// refused, before anything is changed: pages, and a sound right neighbour, which is
+// left in the peek buffer.
 static int prepareSplit(Insertion* insertion, int* newPage)
 {
     IndexFile* file = insertion->file;
@@ -81,14 +82,16 @@ static int prepareSplit(Insertion* insertion, int* newPage)
         insertion->growthResult = grown;
     }
     int neighbour = nodeNextPage(engineState.nodeBuffer);
+    if (neighbour == insertion->page) return IX_PAGE_IO;
     if (neighbour != NO_PAGE && peekNode(file, neighbour, insertion->level) != IX_OK) {
         return IX_PAGE_IO;
     }
     return allocatePage(file, newPage) == IX_OK ? IX_OK : IX_PAGE_IO;
 }
 
-// Splits the overfull node and writes both halves; the separator for the parent
-// becomes the entry on its way.
+// Splits the overfull node and writes both halves and the right neighbour, which
+// prepareSplit has left in the peek buffer; the separator for the parent becomes the
+// entry on its way.
 static int splitNode(Insertion* insertion, int newPage)
 {
     IndexFile* file = insertion->file;
@@ -103,18 +106,15 @@ static int splitNode(Insertion* insertion, int newPage)
     if (result == IX_OK) result = writeNode(file, insertion->page);
     if (result != IX_OK) return result;
 
-    // Before the neighbour replaces the node.
     uint8_t child[CHILD_SIZE];
     storeInt16(child, newPage);
-    uint8_t separator[MAX_ENTRY_SIZE];
-    int size = buildEntry(separator, entryKey(last), entryNumber(last), entrySegment(last), child,
-                          CHILD_SIZE);
-    memcpy(insertion->entry, separator, static_cast<size_t>(size));
+    buildEntry(insertion->entry, entryKey(last), entryNumber(last), entrySegment(last), child,
+               CHILD_SIZE);
 
+    // The neighbour is not read again: that could fail, and half a split be left.
     if (neighbour == NO_PAGE) return IX_OK;
-    if (readNode(file, neighbour, insertion->level) != IX_OK) return IX_PAGE_IO;
-    storeInt16(node + NODE_PREVIOUS_PAGE, newPage);
-    return writeNode(file, neighbour);
+    storeInt16(engineState.peekBuffer + NODE_PREVIOUS_PAGE, newPage);
+    return cachedPageWrite(file, engineState.peekBuffer, neighbour);
 }
 
 // A new root above the split one, in the node buffer.
@@ -124,7 +124,9 @@ static int addRoot(Insertion* insertion)
     int rootPage = NO_PAGE;
     if (allocatePage(file, &rootPage) != IX_OK) return IX_PAGE_IO;
 
-    initNode(engineState.nodeBuffer, file->height, insertion->page);
+    // Not the node that was split: it is a neighbour of the old root where a process
+    // was killed between splitting that root and adding the one above it.
+    initNode(engineState.nodeBuffer, file->height, file->rootPage);
     ++file->height;
     file->rootPage = rootPage;
     insertion->page = rootPage;

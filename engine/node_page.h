@@ -75,7 +75,10 @@ inline const char* entryKey(const uint8_t* entry)
 inline int entryIndex(const uint8_t* entry) { return entry[ENTRY_KEY]; }
 
 // Length of the key, index byte included.
-inline int entryKeyLength(const uint8_t* entry) { return static_cast<int>(strlen(entryKey(entry))); }
+inline int entryKeyLength(const uint8_t* entry)
+{
+    return static_cast<int>(strlen(entryKey(entry)));
+}
 
 // What follows the key's zero byte: number, segment byte, data.
 inline const uint8_t* entryTail(const uint8_t* entry)

@@ -43,6 +43,7 @@ static void initContext(IndexFile* file)
     file->headerDirty = 0;
     file->flushPending = 0;
     file->changeCounter = 0;
+    file->counterInFile = 0;
     file->userSlot = NO_SLOT;
     file->internalCall = 0;
     file->readNesting = 0;

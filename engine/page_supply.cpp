@@ -61,8 +61,7 @@ int ixNextSequence(IndexFile* file)
     if (ixBeginUpdate(file) != 0) return withStatus(file, IX_FILE_LOCK);
 
     int result = IX_OK;
-    if (file->sequenceCounter < 0 ||
-        file->sequenceCounter == std::numeric_limits<int32_t>::max()) {
+    if (file->sequenceCounter < 0 || file->sequenceCounter == std::numeric_limits<int32_t>::max()) {
         result = IX_SHORT_WRITE; // every number has been handed out: the file is full
     } else {
         file->number = file->sequenceCounter++;

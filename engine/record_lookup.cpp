@@ -35,6 +35,7 @@ static int applyMatchMode(IndexFile* file, int index, int found, int matchMode)
 int recordFind(IndexFile* file, int index, const char* key, int, int matchMode)
 {
     int result = checkRequest(file, index, nullptr, 0);
+    if (result == IX_BAD_ARGUMENT) file->currentRecordNumber = NO_RECORD;
     if (result != IX_OK) return result;
     bool updating = false;
     result = beginMove(file, index, &updating);

@@ -27,8 +27,7 @@ static int storeEntry(IndexFile* file, int mode, const SoughtKey* key, const uin
     return result;
 }
 
-static int storeSegments(IndexFile* file, int mode, SoughtKey* key, const uint8_t* data,
-                         int length)
+static int storeSegments(IndexFile* file, int mode, SoughtKey* key, const uint8_t* data, int length)
 {
     int room = SEGMENT_ROOM - static_cast<int>(strlen(key->key));
     int stored = 0;

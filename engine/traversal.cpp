@@ -24,13 +24,18 @@ static int stepForwardByPlace(IndexFile* file, int index, StepCheck check)
 {
     char text[SOUGHT_KEY_SIZE];
     SoughtKey before = keyAtPosition(file, index, text);
+    KeptPosition start;
+    keepPosition(file, index, &start);
     int result = readNode(file, file->leafPage[index], 0);
     if (result != IX_OK) return withStatus(file, result);
 
     const uint8_t* node = engineState.nodeBuffer;
     const uint8_t* entry = entryAt(node, ++file->positionInLeaf[index]);
     if (file->positionInLeaf[index] >= nodeCount(node)) entry = nextNonEmptyLeaf(file, index);
-    if (entry == nullptr) return withStatus(file, IX_DESCENT_FAILED);
+    if (entry == nullptr) {
+        putPositionBack(file, index, &start); // the next step is to start there again
+        return withStatus(file, IX_DESCENT_FAILED);
+    }
 
     file->removedAtPosition[index] = 0;
     if (isEndMarker(entry)) {
@@ -83,6 +88,8 @@ static int stepBackByPlace(IndexFile* file, int index, StepCheck check)
 {
     char text[SOUGHT_KEY_SIZE];
     SoughtKey before = keyAtPosition(file, index, text);
+    KeptPosition start;
+    keepPosition(file, index, &start);
     int result = readNode(file, file->leafPage[index], 0);
     if (result != IX_OK) return withStatus(file, result);
 
@@ -101,7 +108,10 @@ static int stepBackByPlace(IndexFile* file, int index, StepCheck check)
         result = IX_DESCENT_FAILED; // the leaf has fewer entries than the position says
     }
 
-    if (result == IX_DESCENT_FAILED) return withStatus(file, result);
+    if (result == IX_DESCENT_FAILED) {
+        putPositionBack(file, index, &start);
+        return withStatus(file, result);
+    }
     file->removedAtPosition[index] = 0;
     if (entry == nullptr) {
         --file->indexAtPosition[index];
@@ -179,8 +189,8 @@ static int nextByPlace(IndexFile* file, int index, void* data, uint32_t length)
     do {
         result = stepForwardByPlace(file, index, check);
         check = ORDERED_KEY;
-    } while (result == IX_OK && ((file->segment & SEGMENT_ORDINAL) != 0 ||
-                                 file->indexAtPosition[index] < index));
+    } while (result == IX_OK &&
+             ((file->segment & SEGMENT_ORDINAL) != 0 || file->indexAtPosition[index] < index));
     if (result < IX_NOT_FOUND) return result;
     if (result != IX_OK || file->indexAtPosition[index] != index) {
         clearCurrentEntry(file);
@@ -206,9 +216,18 @@ int ixNext(IndexFile* file, int index, void* data, uint32_t length)
     return withStatus(file, ended != 0 ? ended : result);
 }
 
+// True when the key at the position is below the bound.
+static bool positionIsBelow(const IndexFile* file, int index, const SoughtKey* bound)
+{
+    int order = strcmp(file->keyBuffer[index], bound->key + 1);
+    return order < 0 || (order == 0 && file->numberAtPosition[index] < bound->number);
+}
+
 // Steps back from a position whose place in the leaf is exact, to the first segment
-// of the record before it.
-static int previousByPlace(IndexFile* file, int index, void* data, uint32_t length)
+// of the record before it. A position that was re-found by its key has to come out
+// below the bound, or a walk over damaged leaves might never end; else bound is null.
+static int previousByPlace(IndexFile* file, int index, const SoughtKey* bound, void* data,
+                           uint32_t length)
 {
     // Before the start there is nothing; from past the end the way may lead over
     // entries of greater indexes that came in between.
@@ -226,20 +245,23 @@ static int previousByPlace(IndexFile* file, int index, void* data, uint32_t leng
         setPositionBeforeStart(file, index);
         return IX_NOT_FOUND;
     }
+    if (bound != nullptr && !positionIsBelow(file, index, bound)) return IX_DESCENT_FAILED;
     return deliver(file, index, data, length);
 }
 
 // Makes the place of a shared-mode position exact again: the entry itself, or, for a
-// position past the end or on a removed entry, the first entry behind it.
-static int refindPosition(IndexFile* file, int index)
+// position past the end or on a removed entry, the first entry behind it. *bound
+// becomes the key that the entries before the position are below, built into text.
+static int refindPosition(IndexFile* file, int index, SoughtKey* bound, char* text)
 {
+    buildSoughtKey(text, index, file->keyBuffer[index]);
+    *bound = {text, file->numberAtPosition[index], 0};
     if (file->indexAtPosition[index] < index) return IX_OK;
     int result = ixReadCurrent(file, index, nullptr, 0);
     if (result != IX_NOT_FOUND) return result == IX_NO_CURRENT ? IX_OK : result;
 
-    char text[SOUGHT_KEY_SIZE];
-    SoughtKey sought = keyBehindPosition(file, index, text);
-    result = locate(file, index, &sought);
+    *bound = keyBehindPosition(file, index, text);
+    result = locate(file, index, bound);
     return result < IX_NOT_FOUND ? result : IX_OK;
 }
 
@@ -253,8 +275,13 @@ int ixPrevious(IndexFile* file, int index, void* data, uint32_t length)
     if (result != IX_OK) return withStatus(file, result);
     file->indexNumber = index;
     file->data = static_cast<uint8_t*>(data);
-    if (file->openMode == OPEN_SHARED) result = refindPosition(file, index);
-    if (result == IX_OK) result = previousByPlace(file, index, data, length);
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey bound = {};
+    bool refinds = file->openMode == OPEN_SHARED;
+    if (refinds) result = refindPosition(file, index, &bound, text);
+    if (result == IX_OK) {
+        result = previousByPlace(file, index, refinds ? &bound : nullptr, data, length);
+    }
     int ended = endMove(file, updating);
     return withStatus(file, ended != 0 ? ended : result);
 }
@@ -272,7 +299,7 @@ int ixFindLast(IndexFile* file, int index, void* data, uint32_t length)
     buildSoughtKey(text, index + 1, "");
     SoughtKey sought = {text, 0, 0};
     result = locate(file, index, &sought);
-    if (result >= IX_NOT_FOUND) result = previousByPlace(file, index, data, length);
+    if (result >= IX_NOT_FOUND) result = previousByPlace(file, index, nullptr, data, length);
     int ended = endMove(file, updating);
     return withStatus(file, ended != 0 ? ended : result);
 }
@@ -302,6 +329,7 @@ static int readByKey(IndexFile* file, int index, void* data, uint32_t length)
     char key[KEY_BUFFER_SIZE];
     memcpy(key, file->keyBuffer[index], sizeof key);
     int32_t number = file->numberAtPosition[index];
+    const char* callersKey = file->key;
 
     int32_t internalCall = file->internalCall;
     file->internalCall = 1; // the record lock stays
@@ -309,6 +337,7 @@ static int readByKey(IndexFile* file, int index, void* data, uint32_t length)
     file->internalCall = internalCall;
     if (result == IX_OK) return IX_OK;
 
+    if (file->key == key) file->key = callersKey;
     setPositionKey(file, index, key, number);
     bool gone = result == IX_SAME_KEY || result == IX_GREATER_KEY || result == IX_NOT_FOUND;
     return gone ? IX_NO_CURRENT : result;

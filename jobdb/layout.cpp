@@ -2,6 +2,7 @@
 
 #include "engine/results.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -16,9 +17,10 @@ void buildLayout(LayoutEntry* entries, const LayoutRow* rows, int rowCount)
             entry->duplicates = rows[row].duplicates;
             entry->length = rows[row].length;
             entry->indexNumber = rows[row].indexNumber;
-            entry->value = value;
+            // A row without a variable gets it from the layout's initialiser.
+            entry->value =
+                value == nullptr ? nullptr : value + static_cast<ptrdiff_t>(i) * rows[row].length;
             entry->room = rows[row].length;
-            value += rows[row].length;
             ++entry;
         }
     }

@@ -3,6 +3,7 @@
 // nothing is locked and only updates are counted.
 #include "platform/bracket.h"
 
+#include "platform/bytes.h"
 #include "platform/platform_state.h"
 
 // The state changes only when the release worked.
@@ -25,11 +26,16 @@ static int acquireFileLock(IndexFile* file, bool exclusive)
 }
 
 // Another process may have changed the file since this context last held the lock.
+// As long as nobody has, changes that wait for being written hold, and the header in
+// memory, which belongs to them, is the right one; else they are given up.
 static int refreshHeader(IndexFile* file)
 {
     uint8_t header[HEADER_SIZE];
     int result = readHeader(file, header);
     if (result != IX_OK) return result;
+    bool untouched = loadUint32(header + HEADER_CHANGE_COUNTER) == file->counterInFile;
+    if (file->flushPending != 0 && untouched) return IX_OK;
+    file->flushPending = 0;
     acceptChangeCounter(file, header);
     return loadHeader(file, header) ? IX_OK : IX_DESCENT_FAILED;
 }
@@ -47,19 +53,18 @@ static int flushChanges(IndexFile* file)
 static int lockAndRefresh(IndexFile* file, bool exclusive)
 {
     // Changes that wait for being written are written under the exclusive lock.
-    bool writePending = file->flushPending != 0;
-    if (acquireFileLock(file, exclusive || writePending) != 0) return -1;
+    if (acquireFileLock(file, exclusive || file->flushPending != 0) != 0) return -1;
 
-    uint32_t counterBefore = file->changeCounter;
     int result = refreshHeader(file);
     if (result != IX_OK) {
         releaseFileLock(file);
         return result;
     }
-    if (writePending) {
-        // When another process came first, the refresh has dropped the changes.
-        bool dropped = file->changeCounter != counterBefore;
-        if (dropped || flushFile(file) == IX_OK) file->flushPending = 0;
+    if (file->flushPending != 0) {
+        // With a new change counter, for others may have read the old pages under
+        // the one that was written before them.
+        file->headerDirty = 1;
+        if (flushChanges(file) == IX_OK) file->flushPending = 0;
     }
     return 0;
 }
@@ -117,12 +122,13 @@ int ixEndUpdate(IndexFile* file)
 
     int32_t status = file->status;
     int result = flushChanges(file);
-    if (result != IX_OK) file->flushPending = 1;
+    file->flushPending = result != IX_OK ? 1 : 0;
     if (file->readNesting == 0 && file->fileLockState == LOCKED) {
         int released = releaseFileLock(file);
         if (result == IX_OK) result = released;
     }
-    if (file->fileExtended != 0 && file->writePolicy != WRITE_AT_END_HEADER_TOO && result == IX_OK) {
+    if (file->fileExtended != 0 && file->writePolicy != WRITE_AT_END_HEADER_TOO &&
+        result == IX_OK) {
         result = initialize();
         file->fileExtended = 0;
     }

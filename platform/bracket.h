@@ -16,6 +16,7 @@ int ixBeginRead(IndexFile* file);
 int ixBeginUpdate(IndexFile* file);
 
 // 0, or the error of the release, or of writing the changes. An update whose
-// changes could not be written keeps them in memory for the next bracket to write.
+// changes could not be written keeps them in memory for the next bracket to write,
+// unless another process has written the file by then.
 int ixEndRead(IndexFile* file);
 int ixEndUpdate(IndexFile* file);

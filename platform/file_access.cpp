@@ -104,6 +104,7 @@ int writeHeader(IndexFile* file)
     if (count < 0) return failWith(IX_PAGE_IO);
     if (count != HEADER_SIZE) return failWith(IX_SHORT_WRITE);
     file->headerDirty = 0;
+    file->counterInFile = file->changeCounter;
     return IX_OK;
 }
 
@@ -128,8 +129,11 @@ bool loadHeader(IndexFile* file, const uint8_t* header)
 void acceptChangeCounter(IndexFile* file, const uint8_t* header)
 {
     uint32_t counter = loadUint32(header + HEADER_CHANGE_COUNTER);
-    if (counter == file->changeCounter) return;
+    // After a header write that failed, others can count the file up to the number
+    // that this context has reached alone.
+    if (counter == file->changeCounter && counter == file->counterInFile) return;
     file->changeCounter = counter;
+    file->counterInFile = counter;
     dropFile(file->fileDescriptor);
 }
 

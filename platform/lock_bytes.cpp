@@ -66,9 +66,9 @@ int holderAlive(IndexFile* file, int32_t userSlot)
 {
     if (!contextIsOpen(file)) return IX_NOT_OPEN;
 
+    if (userSlot < 0 || userSlot >= USER_SLOTS) return -1;
     // The own slot is alive, and probing it would release it on some systems.
     if (userSlot == file->userSlot) return 0;
-    if (userSlot < 0 || userSlot >= USER_SLOTS) return -1;
     uint32_t offset = USER_SLOT_BASE + static_cast<uint32_t>(userSlot);
     return slotState(file->fileDescriptor, offset) == LOCKED ? 0 : -1;
 }

@@ -4,6 +4,8 @@
 #ifndef _GNU_SOURCE
 #define _GNU_SOURCE // F_OFD_*
 #endif
+// In 32-bit builds too. NOLINTNEXTLINE(bugprone-reserved-identifier)
+#define _FILE_OFFSET_BITS 64
 
 #include "platform/os.h"
 
@@ -12,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static_assert(sizeof(off_t) >= 8 || sizeof(void*) == 4, "offsets are 64 bits wide");
+static_assert(sizeof(off_t) >= 8, "offsets are 64 bits wide");
 
 int osOpen(const char* path, OsAccess access)
 {
@@ -50,8 +52,9 @@ int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
 {
     int done = 0;
     while (done < length) {
-        ssize_t part = pwrite(descriptor, static_cast<const char*>(buffer) + done,
-                              static_cast<size_t>(length - done), static_cast<off_t>(offset + done));
+        ssize_t part =
+            pwrite(descriptor, static_cast<const char*>(buffer) + done,
+                   static_cast<size_t>(length - done), static_cast<off_t>(offset + done));
         if (part < 0 && errno == EINTR) continue;
         if (part < 0) return done > 0 ? done : OS_FAILED;
         if (part == 0) break;

@@ -1,14 +1,29 @@
 // Windows backend: the C runtime's descriptors and LockFileEx on their handles.
 //
-// Locks bind reads and writes here, and bytes 0 and 1 are part of the 40-byte
-// header record. Three cases meet:
-//   - A header write while another opener holds its short shared probe of byte 0,
-//     which it takes outside the file lock: refused with a lock violation.
-//   - A header read by an opener while another process holds byte 1 exclusively:
-//     likewise. The open takes byte 1 first, so only strangers do this.
-//   - The holder's own reads and writes under its exclusive lock of byte 1: allowed.
-// The first two end by themselves within moments, so a transfer that is refused
-// for that reason is repeated for about a second before it counts as failed.
+// Locks bind transfers here. A read is refused where another handle holds a byte of
+// it exclusively; a write where another handle holds one at all, or the own handle
+// holds it shared. The lock bytes 0 and 1 lie in the 40-byte header record; no other
+// transfer touches a lock byte: the user slots lie between the header and the busy
+// marker, and pages begin behind both.
+//
+//   header transfer                 own lock of byte 1   can be refused because of
+//   read, begin of a reading        shared               nobody: byte 1 has no exclusive
+//     bracket                                            holder then, byte 0 never has
+//   read, open and begin of an      exclusive            nobody
+//     updating bracket
+//   write, anywhere in an updating  exclusive            another opener's probe of byte 0,
+//     bracket, open and close                            which is no part of the file lock
+//   read, page access outside all   none                 an updater's lock of byte 1
+//     brackets (no operation does)
+//   read, exclusive opener          none                 an updater's lock of byte 1
+//   write, exclusive opener         none                 a probe of byte 0, any bracket's
+//                                                        lock of byte 1
+//
+// An exclusive opener appears here because its own lock, of no length, keeps nobody
+// out. All of these locks are given up within moments: a probe at once, a bracket at
+// the end of its operation. So a transfer refused for a lock is repeated for about a
+// second before it counts as failed. A header that was counted up and not written
+// would else be a lost update.
 #include "platform/os.h"
 
 #include <cerrno>
@@ -17,8 +32,8 @@
 #include <sys/stat.h>
 #include <windows.h>
 
-constexpr int TRANSFER_ATTEMPTS = 200;
-constexpr DWORD TRANSFER_PAUSE_MS = 5;
+constexpr DWORD REFUSED_FOR_MS = 1000; // a probe is over in far less
+constexpr DWORD PAUSE_MS = 5;          // up to 16 with the system's usual timer
 
 int osOpen(const char* path, OsAccess access)
 {
@@ -36,38 +51,51 @@ int osOpen(const char* path, OsAccess access)
 
 int osClose(int descriptor) { return _close(descriptor) == 0 ? OS_DONE : OS_FAILED; }
 
-// True when the last transfer was refused because of somebody's lock and is worth
-// repeating; pauses then. The runtime reports a lock violation as EACCES.
-static bool refusedByLock(int attempt)
-{
-    if (errno != EACCES || _doserrno != ERROR_LOCK_VIOLATION) return false;
-    if (attempt >= TRANSFER_ATTEMPTS) return false;
-    Sleep(TRANSFER_PAUSE_MS);
-    return true;
-}
-
 static bool seekTo(int descriptor, int64_t offset)
 {
     return _lseek(descriptor, static_cast<long>(offset), SEEK_SET) == static_cast<long>(offset);
 }
 
+struct Refusals {
+    bool begun;
+    DWORD since; // when the first attempt was refused
+};
+
+// True when the transfer that failed just now met a lock and is worth repeating; has
+// paused then.
+//
+// The runtime turns the system's ERROR_LOCK_VIOLATION into EACCES, reading and writing
+// alike, and keeps the number itself in _doserrno. EACCES stands for other errors too,
+// and every failure that gives it sets _doserrno.
+static bool refusedByLock(Refusals* refusals)
+{
+    if (errno != EACCES || _doserrno != ERROR_LOCK_VIOLATION) return false;
+    DWORD now = GetTickCount();
+    if (!refusals->begun) *refusals = {true, now};
+    if (now - refusals->since >= REFUSED_FOR_MS) return false;
+    Sleep(PAUSE_MS);
+    return true;
+}
+
 int osReadAt(int descriptor, int64_t offset, void* buffer, int length)
 {
-    for (int attempt = 0;; ++attempt) {
+    Refusals refusals = {};
+    for (;;) {
         if (!seekTo(descriptor, offset)) return OS_SEEK_FAILED;
         int done = _read(descriptor, buffer, static_cast<unsigned>(length));
         if (done >= 0) return done;
-        if (!refusedByLock(attempt)) return OS_FAILED;
+        if (!refusedByLock(&refusals)) return OS_FAILED;
     }
 }
 
 int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
 {
-    for (int attempt = 0;; ++attempt) {
+    Refusals refusals = {};
+    for (;;) {
         if (!seekTo(descriptor, offset)) return OS_SEEK_FAILED;
         int done = _write(descriptor, buffer, static_cast<unsigned>(length));
         if (done >= 0) return done;
-        if (!refusedByLock(attempt)) return OS_FAILED;
+        if (!refusedByLock(&refusals)) return OS_FAILED;
     }
 }
 

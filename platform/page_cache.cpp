@@ -13,7 +13,8 @@
 
 static CacheBlock** bucketOf(int descriptor, int pageNumber)
 {
-    uint32_t hash = static_cast<uint32_t>(pageNumber) + static_cast<uint32_t>(descriptor) * 0x9e3779b1U;
+    uint32_t hash =
+        static_cast<uint32_t>(pageNumber) + static_cast<uint32_t>(descriptor) * 0x9e3779b1U;
     return &platformState.cache.buckets[hash & (CACHE_BUCKETS - 1)];
 }
 

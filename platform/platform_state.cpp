@@ -1,6 +1,4 @@
 #include "platform/platform_state.h"
 
-PlatformState platformState = {.formatVersion = CURRENT_FORMAT_VERSION,
-                               .cache = {},
-                               .lastIoError = 0,
-                               .lockRequest = {}};
+PlatformState platformState = {
+    .formatVersion = CURRENT_FORMAT_VERSION, .cache = {}, .lastIoError = 0, .lockRequest = {}};

@@ -222,6 +222,9 @@ TEST(Orvidx, SaysWhyAJobCannotBeOpened)
     std::string badRoot = sound; // its level
     badRoot[1024 + 1024 * static_cast<size_t>(sound[2])] = 9;
     expectReason(badRoot, "damaged");
+    std::string badLeaf = sound; // the entry count of the leaf where locks would stand
+    badLeaf[1024 + 1024 * 2 + 2] += 1;
+    expectReason(badLeaf, "damaged");
 }
 
 TEST(Orvidx, SaysThatAJobIsTakenOrClosedToTheUser)

@@ -5,9 +5,8 @@
 #include "jobdb/jobdb_state.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <vector>
 
 constexpr int FIRST_RECORD_NUMBER = 1;
@@ -15,6 +14,9 @@ constexpr uint8_t POINT_TYPE_BYTE = 5;  // what other programs store with points
 constexpr uint8_t SURVEY_TYPE_BYTE = 0; // and with survey chains and point lists
 constexpr char FEATURE_CODE[] = "F01";
 constexpr char PROFILE_SECONDARY_KEY[] = "1";
+
+constexpr char VERSION_NAME[] = "             VERSION"; // right-aligned in its field
+static_assert(sizeof VERSION_NAME == ELEMENT_NAME_ROOM);
 
 constexpr int CHAIN_DESCRIPTION_FIELD = 1;
 
@@ -32,8 +34,6 @@ constexpr LayoutRow PROFILE_HEADER_ROWS[] = {
 
 bool createEmptyJob(const std::string& path, int sparePages)
 {
-    if (std::filesystem::exists(path)) return false;
-
     std::vector<uint8_t> bytes(
         FIRST_PAGE_OFFSET + static_cast<size_t>(1 + sparePages) * NODE_PAGE_SIZE, 0);
     for (int i = 0; i < MAGIC_LENGTH; ++i) {
@@ -50,10 +50,15 @@ bool createEmptyJob(const std::string& path, int sparePages)
     initNode(leaf, 0, 0);
     std::copy(leaf, leaf + NODE_PAGE_SIZE, &bytes[FIRST_PAGE_OFFSET]);
 
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
-    stream.close();
-    return stream.good();
+    std::FILE* stream = std::fopen(path.c_str(), "wbx");
+    if (stream == nullptr) return false;
+    bool written = std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+    int error = errno;
+    if (std::fclose(stream) == 0 && written) return true;
+    if (written) error = errno;
+    std::remove(path.c_str());
+    errno = error;
+    return false;
 }
 
 int openJobWriter(JobWriter* job, const std::string& path, char mode)
@@ -261,4 +266,11 @@ int addProfile(JobWriter* job, const char* name, const ProfileEntry* entries, in
     }
     if (result != IX_OK) return result;
     return addExtension(job, name, EXTENDS_PROFILE, extension);
+}
+
+int addVersionCounter(JobWriter* job, int32_t counter)
+{
+    cogoState.versionCounter = counter;
+    setRecordKey(TAG_VERSION, VERSION_NAME);
+    return addRecord(job, cogoState.versionLayout, KIND_VERSION);
 }

@@ -26,7 +26,8 @@ struct JobWriter {
 };
 
 // Creates a file with an empty root leaf and some pages not handed out yet. False
-// when the file is there already, which leaves it as it is, or cannot be written.
+// when the file is there already, which leaves it as it is, or cannot be written,
+// which leaves none; errno then tells why.
 bool createEmptyJob(const std::string& path, int sparePages = 0);
 
 // Open and close a job for writing: OPEN_EXCLUSIVE, or OPEN_SHARED when others may
@@ -63,6 +64,9 @@ int addOlderChain(JobWriter* job, const char* name, const std::string& descripti
 // extension record, if any.
 int addProfile(JobWriter* job, const char* name, const ProfileEntry* entries, int entryCount,
                const ExtensionResult* extension = nullptr);
+
+// The counter of element numbers: the highest one that was handed out.
+int addVersionCounter(JobWriter* job, int32_t counter);
 
 // A survey chain with its point list and, with a feature text, its feature record.
 int addSurveyChain(JobWriter* job, const char* name, const SurveyChainRecord& record,

@@ -16,9 +16,7 @@ namespace fs = std::filesystem;
 //       18      2  next free page   lowest page number never handed out
 //       30      2  pages in file
 //     1024         page n starts at 1024 + 1024 x n
-// with eight magic characters in between. A page begins with its level, its entry
-// count and its free bytes, 2 bytes each; entries follow from offset 12, each a
-// length byte and that many bytes more, a length of 0 behind the last.
+// with eight magic characters in between.
 constexpr size_t HEADER_LENGTH = 40;
 constexpr size_t MAGIC_OFFSETS[] = {0, 4, 8, 12, 16, 20, 28, 32};
 constexpr std::string_view CURRENT_MAGIC = "ORVANE98";
@@ -27,10 +25,27 @@ constexpr size_t ROOT_PAGE = 2;
 constexpr size_t HEIGHT = 14;
 constexpr size_t NEXT_FREE_PAGE = 18;
 constexpr size_t PAGES_IN_FILE = 30;
-constexpr size_t PAGE_SIZE = 1024;
-constexpr size_t PAGE_FREE_BYTES = 4;
-constexpr size_t PAGE_ENTRIES = 12;
 constexpr int MAX_LEVELS = 20;
+
+// A page of the tree: six numbers of 2 bytes, then the entries, each
+//   [L][index number][key..][0][number:4][segment:1][data..]
+// with L bytes behind the first; an L of 0 ends them. The data of a page above the
+// leaves are the number of a page below.
+constexpr size_t PAGE_SIZE = 1024;
+constexpr size_t PAGE_LEVEL = 0;
+constexpr size_t PAGE_ENTRY_COUNT = 2;
+constexpr size_t PAGE_FREE_BYTES = 4;
+constexpr size_t PAGE_LEFTMOST_CHILD = 6;
+constexpr size_t PAGE_RIGHT_NEIGHBOUR = 8;
+constexpr size_t PAGE_ENTRIES = 12;
+constexpr size_t BEHIND_KEY = 6; // zero byte, number and segment
+constexpr size_t CHILD_LENGTH = 2;
+constexpr int NO_PAGE = -1;
+constexpr int MAX_INDEX = 20;
+
+// Every open looks for the locks that an earlier user left behind, under this index
+// number, and fails when it cannot get there.
+constexpr int LOCK_INDEX = 17;
 
 // The longest path that a connection handle holds.
 constexpr size_t MAX_PATH_LENGTH = sizeof(IdxConnection::path) - 1;
@@ -62,18 +77,71 @@ static bool isJobDatabase(const Bytes& header)
     return magic == CURRENT_MAGIC || magic == OLDER_MAGIC;
 }
 
+// Returns the offset behind the entry, or 0 when it is damaged.
+static size_t entryEnd(const Bytes& page, size_t entry, bool leaf)
+{
+    size_t end = entry + 1 + page[entry];
+    if (end > page.size() || page[entry] < 1 + BEHIND_KEY) return 0;
+    if (page[entry + 1] < 1 || page[entry + 1] > MAX_INDEX) return 0;
+    size_t keyEnd = entry + 2;
+    while (keyEnd < end && page[keyEnd] != 0)
+        ++keyEnd;
+    size_t dataBegin = keyEnd + BEHIND_KEY;
+    if (dataBegin > end || (!leaf && end - dataBegin != CHILD_LENGTH)) return 0;
+    return end;
+}
+
 // True when the page stands on the level and its entries lie in it as its free
 // bytes and its count say.
 static bool isSoundPage(const Bytes& page, int level)
 {
+    if (page.size() < PAGE_SIZE || int16At(page, PAGE_LEVEL) != level) return false;
     int entries = 0;
     size_t end = PAGE_ENTRIES;
-    while (end < page.size() && page[end] != 0) {
-        end += page[end] + size_t{1};
+    while (end < PAGE_SIZE && page[end] != 0) {
+        end = entryEnd(page, end, level == 0);
+        if (end == 0) return false;
         ++entries;
     }
-    return end <= page.size() && int16At(page, 0) == level && int16At(page, 2) == entries &&
+    return int16At(page, PAGE_ENTRY_COUNT) == entries &&
            int16At(page, PAGE_FREE_BYTES) == static_cast<int>(PAGE_SIZE - end);
+}
+
+struct WayOn {
+    int page; // NO_PAGE: the way ends here
+    bool isBelow;
+};
+
+// Returns where the way to the locks goes on from a sound page.
+static WayOn wayOn(const Bytes& page, bool leaf)
+{
+    int child = int16At(page, PAGE_LEFTMOST_CHILD);
+    size_t entry = PAGE_ENTRIES;
+    while (entry < PAGE_SIZE && page[entry] != 0 && page[entry + 1] < LOCK_INDEX) {
+        entry += size_t{1} + page[entry];
+        if (!leaf) child = int16At(page, entry - CHILD_LENGTH);
+    }
+    bool allSmaller = entry == PAGE_SIZE || page[entry] == 0;
+    int neighbour = int16At(page, PAGE_RIGHT_NEIGHBOUR);
+    if (allSmaller && neighbour != NO_PAGE) return {neighbour, false};
+    if (leaf) return {NO_PAGE, false};
+    return {child, true};
+}
+
+// True when every page between the root and the locks is sound.
+static bool isWayToLocksSound(std::ifstream& file, int root, int height, int pages)
+{
+    int level = height - 1;
+    WayOn way = {root, false};
+    for (int steps = 0; steps < pages; ++steps) {
+        if (way.page < 0 || way.page >= pages) return false;
+        Bytes page = readBytes(file, PAGE_SIZE * (static_cast<size_t>(way.page) + 1), PAGE_SIZE);
+        if (!isSoundPage(page, level)) return false;
+        way = wayOn(page, level == 0);
+        if (way.page == NO_PAGE) return true;
+        if (way.isBelow) --level;
+    }
+    return false; // a circle
 }
 
 // Returns what contradicts what in a job database, or an empty text.
@@ -90,9 +158,7 @@ static std::string damage(std::ifstream& file, const Bytes& header, uintmax_t fi
     if (fileLength < PAGE_SIZE * (static_cast<uintmax_t>(pages) + 1))
         return "the file is shorter than its page count says";
 
-    Bytes page = readBytes(file, PAGE_SIZE * (static_cast<size_t>(root) + 1), PAGE_SIZE);
-    if (page.size() < PAGE_SIZE || !isSoundPage(page, height - 1))
-        return "its root page is damaged";
+    if (!isWayToLocksSound(file, root, height, nextFree)) return "a page of its tree is damaged";
     return {};
 }
 

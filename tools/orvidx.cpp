@@ -200,6 +200,7 @@ static void declareCommands(CLI::App& app, Arguments& arguments)
     whole->add_option("-o,--output", arguments.outFile, "File to write instead of standard output")
         ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // /name is a path
     app.footer(HELP_END);
 }
 

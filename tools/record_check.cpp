@@ -14,7 +14,7 @@ struct KnownLayout {
     const char* name;
     const LayoutEntry* layout;
     int primaryIndex;
-    const char* tags[2]; // nullptr: any
+    const char* tags[2]; // unused ones nullptr
 };
 
 // clang-format off
@@ -280,7 +280,7 @@ static void checkRecord(CheckedFile* file, int32_t number, const std::vector<uin
                         StoredRecords* stored)
 {
     if (image.size() < IMAGE_MIN_SIZE) {
-        complain(file, "record %d: an image of %zu bytes", number, image.size());
+        complain(file, "record %d: an image of %d bytes", number, static_cast<int>(image.size()));
         return;
     }
     const std::vector<const uint8_t*>& keys = stored->keys[number]; // none for an orphan

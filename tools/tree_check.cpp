@@ -23,7 +23,7 @@ struct LevelNode {
     const uint8_t* node;
     bool walkable;
     bool linked;                     // the node before it in the list names it as its next page
-    const ChildReference* reference; // nullptr: no parent refers to it
+    const ChildReference* reference; // nullptr: no branch refers to it
 };
 
 void complain(CheckedFile* file, const char* format, ...)
@@ -114,10 +114,10 @@ static bool checkHeader(CheckedFile* file)
     file->pagesInFile = loadInt16(header + HEADER_PAGES_IN_FILE);
     file->sequenceCounter = loadInt32(header + HEADER_SEQUENCE_COUNTER);
 
-    size_t wholePages = (file->bytes.size() - FIRST_PAGE_OFFSET) / NODE_PAGE_SIZE;
+    int wholePages = static_cast<int>((file->bytes.size() - FIRST_PAGE_OFFSET) / NODE_PAGE_SIZE);
     bool possible = true;
-    if (file->pagesInFile < 1 || static_cast<size_t>(file->pagesInFile) > wholePages) {
-        complain(file, "header: %d pages in file, but the file has room for %zu", file->pagesInFile,
+    if (file->pagesInFile < 1 || file->pagesInFile > wholePages) {
+        complain(file, "header: %d pages in file, but the file has room for %d", file->pagesInFile,
                  wholePages);
         possible = false;
     }
@@ -252,7 +252,8 @@ static void checkBounds(CheckedFile* file, const LevelNode& item)
 
 // Follows the chain of a level from a page that was not seen yet; appends its nodes
 // and marks their pages as seen. Checks each node and the links both ways, but for
-// the first page's link back unless it is the first of the level.
+// the first page's link back unless it is the first of the level. Ends at a page of
+// another level, whose chain is another one.
 static void walkChain(CheckedFile* file, int first, int level, std::vector<LevelNode>* nodes)
 {
     bool linked = false;
@@ -278,6 +279,7 @@ static void walkChain(CheckedFile* file, int first, int level, std::vector<Level
         bool walkable = checkNode(file, page, level);
         nodes->push_back({page, node, walkable, linked, nullptr});
         linked = true;
+        if (nodeLevel(node) != level) return;
         previous = page;
         page = nodeNextPage(node);
     }
@@ -299,12 +301,15 @@ static std::vector<LevelNode> findNodes(CheckedFile* file, int level,
             continue;
         }
         size_t page = static_cast<size_t>(reference.page);
+        if (placeOfPage[page] == NOT_MET && file->pageSeen[page]) {
+            complain(file, "page %d: a child, but of a level above %d", reference.page, level);
+            continue;
+        }
         if (placeOfPage[page] == NOT_MET) {
             if (!nodes.empty()) {
                 complain(file, "page %d: a child, but not in the chain of level %d", reference.page,
                          level);
             }
-            if (file->pageSeen[page]) continue; // it belongs to a level above
             walkChain(file, reference.page, level, &nodes);
             for (; placed < nodes.size(); ++placed) {
                 placeOfPage[static_cast<size_t>(nodes[placed].page)] = static_cast<int>(placed);

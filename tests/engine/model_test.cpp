@@ -23,8 +23,7 @@ using Records = std::map<Key, std::string>;
 struct Place {
     enum { NONE, ON, REST, BEFORE, UNKNOWN } kind = NONE;
     Key key;
-    bool removed = false; // the context's flag, which a failed store leaves as it is
-    bool gone = false;    // a re-read found the entry gone, which may have moved past the end
+    bool gone = false; // a re-read found the entry gone, which may have moved past the end
 };
 
 struct User {
@@ -102,8 +101,8 @@ Reached firstAfter(const Records& records, const Place& place)
 Reached lastBefore(const Records& records, const Place& place)
 {
     if (place.kind == Place::NONE || place.kind == Place::BEFORE) return {};
-    auto entry = place.kind == Place::REST ? records.upper_bound(place.key)
-                                           : records.lower_bound(place.key);
+    auto entry =
+        place.kind == Place::REST ? records.upper_bound(place.key) : records.lower_bound(place.key);
     return entry == records.begin() ? Reached() : Reached(std::prev(entry)->first);
 }
 
@@ -116,7 +115,8 @@ void expectDelivered(const IndexFile& file, const Key& key, const std::string& r
     size_t part = std::min<size_t>(record.size(), capacity);
     ASSERT_EQ(file.dataLength, part);
     ASSERT_EQ(file.recordLength, capacity == 0 ? 0 : record.size());
-    ASSERT_TRUE(std::equal(record.begin(), record.begin() + static_cast<long>(part), buffer.begin()));
+    ASSERT_TRUE(
+        std::equal(record.begin(), record.begin() + static_cast<long>(part), buffer.begin()));
 }
 
 void expectIdle(const IndexFile& file)
@@ -230,9 +230,7 @@ void add(Model& model, User& user, int index)
     ASSERT_EQ(result, exists ? IX_NOT_FOUND : IX_OK);
     user.locks.erase(index);
     Place& place = user.places[index];
-    bool flagKept = exists && !unique && place.removed;
-    Key at = exists && unique ? sameText->first : key;
-    place = {flagKept ? Place::REST : Place::ON, at, flagKept};
+    place = {Place::ON, exists && unique ? sameText->first : key};
     if (!exists) records[key] = data;
 }
 
@@ -263,13 +261,11 @@ void remove(Model& model, User& user, int index)
     user.locks.erase(index);
     if (result == IX_OK) {
         records.erase(key);
-        place = {Place::REST, key, true};
+        place = {Place::REST, key};
     } else if (result == IX_LOCKED_BY_OTHER) {
         place = {Place::ON, key};
     } else {
-        // Somewhere near the key; a search in shared mode has cleared the flag.
-        place.kind = Place::UNKNOWN;
-        place.removed = place.removed && model.mode == OPEN_EXCLUSIVE;
+        place.kind = Place::UNKNOWN; // somewhere near the key
     }
 }
 
@@ -359,17 +355,24 @@ TEST_P(EngineModel, AgreesWithAnOrderedMap)
     for (int i = 0; i < run.steps && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("step " + std::to_string(i));
         User& user = model.users[static_cast<size_t>(model.below(static_cast<int>(run.users)))];
-        int index = model.used[static_cast<size_t>(model.below(static_cast<int>(model.used.size())))];
+        int index =
+            model.used[static_cast<size_t>(model.below(static_cast<int>(model.used.size())))];
         // Times of growth and times of decline.
         bool growing = i % 3000 < 2000;
         int dice = model.below(100);
         forgetRevived(model, user.places[index], index);
-        if (dice < (growing ? 30 : 12)) add(model, user, index);
-        else if (dice < 42) remove(model, user, index);
-        else if (dice < 52) find(model, user, index);
-        else if (dice < 82) step(model, user, index);
-        else if (dice < 92) readCurrent(model, user, index);
-        else lockOrUnlock(model, user, index);
+        if (dice < (growing ? 30 : 12))
+            add(model, user, index);
+        else if (dice < 42)
+            remove(model, user, index);
+        else if (dice < 52)
+            find(model, user, index);
+        else if (dice < 82)
+            step(model, user, index);
+        else if (dice < 92)
+            readCurrent(model, user, index);
+        else
+            lockOrUnlock(model, user, index);
         expectIdle(user.file);
         if (i % 1000 == 999) expectSameContent(model, user);
         if (i % 1000 == 999 && run.mode == OPEN_SHARED) expectCleanFile(path);
@@ -381,16 +384,14 @@ TEST_P(EngineModel, AgreesWithAnOrderedMap)
     expectCleanFile(path);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, EngineModel,
-                         testing::Values(Drive{1, OPEN_SHARED, 1, 9000, 4},
-                                         Drive{2, OPEN_EXCLUSIVE, 1, 9000, 4},
-                                         Drive{3, OPEN_EXCLUSIVE, 1, 9000, 4},
-                                         Drive{4, OPEN_SHARED, 2, 9000, 4},
-                                         Drive{5, OPEN_SHARED, 3, 9000, 4}),
-                         [](const auto& instance) {
-                             return std::string(instance.param.mode == OPEN_SHARED ? "Shared" : "Exclusive") +
-                                    std::to_string(instance.param.users) + "Seed" +
-                                    std::to_string(instance.param.seed);
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Seeds, EngineModel,
+    testing::Values(Drive{1, OPEN_SHARED, 1, 9000, 4}, Drive{2, OPEN_EXCLUSIVE, 1, 9000, 4},
+                    Drive{3, OPEN_EXCLUSIVE, 1, 9000, 4}, Drive{4, OPEN_SHARED, 2, 9000, 4},
+                    Drive{5, OPEN_SHARED, 3, 9000, 4}),
+    [](const auto& instance) {
+        return std::string(instance.param.mode == OPEN_SHARED ? "Shared" : "Exclusive") +
+               std::to_string(instance.param.users) + "Seed" + std::to_string(instance.param.seed);
+    });
 
 } // namespace

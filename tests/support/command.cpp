@@ -25,16 +25,26 @@ CommandResult runCommand(const std::vector<std::string>& words)
     line += "< /dev/null > " + quoted(directory / "output") + " 2> " + quoted(directory / "errors");
 
     int status = std::system(line.c_str());
-    CommandResult result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-                            fileBytes(directory / "output"), fileBytes(directory / "errors")};
-    fs::remove_all(directory);
-    return result;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, fileBytes(directory / "output"),
+            fileBytes(directory / "errors")};
 }
+
+// Removed with what is in them when the test program ends.
+static struct TestDirectories {
+    std::vector<fs::path> paths;
+    ~TestDirectories()
+    {
+        std::error_code ignored;
+        for (const fs::path& path : paths)
+            fs::remove_all(path, ignored);
+    }
+} testDirectories;
 
 fs::path freshDirectory()
 {
     std::string path = testing::TempDir() + "orvidx-test-XXXXXX";
     if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for the test");
+    testDirectories.paths.push_back(path);
     return path;
 }
 

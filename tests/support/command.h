@@ -16,7 +16,7 @@ struct CommandResult {
 // Runs a program with its arguments, input from nowhere, and returns what it printed.
 CommandResult runCommand(const std::vector<std::string>& words);
 
-// A new empty directory of the running test.
+// A new empty directory, removed when the test program ends.
 std::filesystem::path freshDirectory();
 
 // A copy of a job of tests/data/golden in a new directory.

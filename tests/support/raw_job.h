@@ -4,10 +4,26 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // Changes numbers of a file in place.
 void poke16(const std::string& path, long offset, int value);
 void poke32(const std::string& path, long offset, int32_t value);
+
+// The low bytes of a number, little-endian.
+std::string rawNumber(int64_t value, int width);
+// An entry of a node.
+std::string rawEntry(int index, const std::string& key, int32_t number,
+                     const std::string& data = "", int segment = 128);
+// A node page with entries, as many as are counted.
+std::string rawPage(int level, int count, const std::string& entries, int next, int previous,
+                    int leftmostChild);
+// A job with the entries in its leaves, in their order, under as many levels as that
+// takes, and a number of spare zero pages.
+std::string rawJob(std::vector<std::string> entries, int sparePages = 0);
+// A record image: what follows signature and checksum, written with a layout that ends
+// in these fields (type, key flag, duplicates flag and index number of each).
+std::string rawImage(const std::string& fields, const std::string& body);
 
 // A job with one empty root leaf and a number of spare zero pages.
 std::string emptyJob(int sparePages);

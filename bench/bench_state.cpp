@@ -1,0 +1,3 @@
+#include "bench/bench_state.h"
+
+BenchState benchState;

@@ -1,0 +1,398 @@
+// Benchmarks of the library. Runs:
+//
+//   over the points of the job named by --job=FILE, else of a job with a deep tree
+//     lock_cycle          the unit: file lock shared, 40 header bytes, unlock
+//     connect             connect and disconnect
+//     point_by_name       read a point by its name, in random order
+//     point_walk          read the first or next point, a step
+//     point_list          count all points and list their names, a name
+//     add_record          recordAdd of a record with one key, in random order
+//   over a sample job made for the purpose
+//     line                read a line with its two points
+//     line_first_read     the same, when that adds the line's extension record
+//     chain               read a chain of 100 members
+//     profile             read a profile of five data records, 500 vertices
+//     version             count the element numbers up (nextVersionNumber)
+//   parts of these, over the points and the sample
+//     ix_find             ixFind of a point's key in random order, lock held
+//     ix_next             ixNext along the points' keys, lock held
+//     unpack_curve        unpackRecord of a curve's image
+//     insert_with_split   ixAdd that splits a page, lock held; those without are not
+//                         counted
+//
+// The runs but connect and lock_cycle are made through a connection in shared mode,
+// each on a fresh copy; no file that is given is touched. Each line reports the median
+// time of an item, that of the lock cycles timed on the same file in between, and their
+// ratio as "cycles"; the column Time is the mean time of an iteration. All other
+// arguments are those of Google Benchmark.
+#include "bench/bench_support.h"
+#include "cogo/cogo_state.h"
+#include "jobdb/jobdb.h"
+#include "jobdb/record_image.h"
+#include "platform/os.h"
+#include "tools/sample_job.h"
+
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+// Runs that fill their file up have a number of iterations that it has room for.
+constexpr int ADDED_RECORDS = 5000;
+constexpr int SPLITS = 500;
+
+// Steps of an iteration that are too short to be timed one by one.
+constexpr int SHORT_STEPS = 32;
+
+constexpr int UNUSED_INDEX = 16;         // no layout has it
+constexpr uint32_t SCATTER = 2654435761; // odd: all multiples by 32-bit numbers differ
+
+// Reads an element by name and gives it back.
+static bool readByName(const BenchJob& job, uint32_t kind, const char* name)
+{
+    void* element = nullptr;
+    if (orvIdx_readElementbyName(job.handle, kind, name, &element) != IDX_OK) return false;
+    return orvIdx_freeElement(kind, &element) == IDX_OK;
+}
+
+// Times reading the named elements in turn, over and over.
+static void timeReads(benchmark::State& state, const BenchJob& job, uint32_t kind,
+                      const std::vector<std::string>& names)
+{
+    size_t at = 0;
+    Timing timing = startTiming(job.path);
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        bool done = readByName(job, kind, names[at].c_str());
+        countIteration(state, &timing, secondsSince(start), done);
+        if (++at == names.size()) at = 0;
+    }
+    endTiming(state, &timing);
+}
+
+// -- Points ------------------------------------------------------------------
+
+static void lockCycles(benchmark::State& state)
+{
+    std::string path = copyJob(benchState.pointJob);
+    Timing timing = startTiming(path);
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        bool done = lockCycle(timing.descriptor);
+        countIteration(state, &timing, secondsSince(start), done);
+    }
+    endTiming(state, &timing);
+}
+
+static void connects(benchmark::State& state)
+{
+    std::string path = copyJob(benchState.pointJob);
+    Timing timing = startTiming(path);
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        IdxConnection* handle = nullptr;
+        bool done = orvIdx_connectToOrvaneOrvFile(&handle, path.c_str(), 0) == IDX_OK;
+        done = orvIdx_disconnectFromOrvaneOrvFile(&handle) == IDX_OK && done;
+        countIteration(state, &timing, secondsSince(start), done);
+    }
+    endTiming(state, &timing);
+}
+
+static void pointsByName(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    std::vector<std::string> names = elementNames(job, ELEMENT_POINT);
+    shuffleNames(&names);
+    timeReads(state, job, ELEMENT_POINT, names);
+    closeJob(&job);
+}
+
+static void pointWalk(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    size_t points = elementNames(job, ELEMENT_POINT).size();
+    size_t at = 0;
+    Timing timing = startTiming(job.path);
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        void* element = nullptr;
+        int32_t result = at == 0 ? orvIdx_readFirstElement(job.handle, ELEMENT_POINT, &element)
+                                 : orvIdx_readNextElement(job.handle, ELEMENT_POINT, &element);
+        orvIdx_freeElement(ELEMENT_POINT, &element);
+        countIteration(state, &timing, secondsSince(start), result == IDX_OK);
+        if (++at == points) at = 0;
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+static void pointList(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    size_t points = elementNames(job, ELEMENT_POINT).size();
+    Timing timing = startTiming(job.path, static_cast<int>(points));
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        uint32_t count = 0;
+        char* names = nullptr;
+        int32_t result = orvIdx_numberOfElements(job.handle, ELEMENT_POINT, &count, &names);
+        orvIdx_freeElementNameList(&names);
+        countIteration(state, &timing, secondsSince(start), result == IDX_OK && count == points);
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+// Makes the n-th of many scattered numbers the name of the record to come.
+static void setScatteredKey(uint32_t n)
+{
+    char name[ELEMENT_NAME_ROOM];
+    snprintf(name, sizeof name, "%u", n * SCATTER);
+    setKeyComponents("MET", name, "", "", "");
+    buildKey();
+}
+
+static void addedRecords(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    uint32_t n = 0;
+    cogoState.versionCounter = 1;
+    Timing timing = startTiming(job.path);
+    while (state.KeepRunning()) {
+        setScatteredKey(++n);
+        Clock::time_point start = Clock::now();
+        int result = recordAdd(job.file, cogoState.versionLayout);
+        countIteration(state, &timing, secondsSince(start), result == IX_OK);
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+// -- Elements ----------------------------------------------------------------
+
+// The sample's lines with an extension record.
+static void lines(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    std::vector<std::string> names = elementNames(job, ELEMENT_LINE);
+    std::erase_if(names, [](const std::string& name) { return name.starts_with("NX"); });
+    timeReads(state, job, ELEMENT_LINE, names);
+    closeJob(&job);
+}
+
+static void linesFirstRead(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    std::vector<std::string> names;
+    for (int number = 1; number <= SAMPLE_BARE_LINES; ++number) {
+        names.push_back(std::string("NX").append(std::to_string(number)));
+    }
+    timeReads(state, job, ELEMENT_LINE, names);
+    closeJob(&job);
+}
+
+static void chain(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    timeReads(state, job, ELEMENT_CHAIN, {"EDGE"});
+    closeJob(&job);
+}
+
+static void profile(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    timeReads(state, job, ELEMENT_PROFILE, {"GROUND"});
+    closeJob(&job);
+}
+
+static void versionNumbers(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    Timing timing = startTiming(job.path);
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        int32_t number = nextVersionNumber(COGO_SLOT);
+        countIteration(state, &timing, secondsSince(start), number > 0);
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+// -- Parts -------------------------------------------------------------------
+
+// The keys of all points, in their order.
+static std::vector<std::string> pointKeys(IndexFile* file)
+{
+    std::vector<std::string> keys;
+    int result = ixFindFirst(file, POINT_NAME_INDEX, nullptr, 0);
+    while (result == IX_OK) {
+        keys.emplace_back(file->keyBuffer[POINT_NAME_INDEX]);
+        result = ixNext(file, POINT_NAME_INDEX, nullptr, 0);
+    }
+    if (keys.empty()) throw std::runtime_error("a job without points");
+    return keys;
+}
+
+static void finds(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    std::vector<std::string> keys = pointKeys(job.file);
+    shuffleNames(&keys);
+    size_t at = 0;
+    Timing timing = startTiming(job.path, SHORT_STEPS);
+    while (state.KeepRunning()) {
+        bool done = ixBeginRead(job.file) == 0;
+        Clock::time_point start = Clock::now();
+        for (int step = 0; step < SHORT_STEPS; ++step) {
+            int result = ixFind(job.file, POINT_NAME_INDEX, keys[at].c_str(), 0, nullptr, 0);
+            done = result == IX_SAME_KEY && done; // under its record's number
+            if (++at == keys.size()) at = 0;
+        }
+        double seconds = secondsSince(start);
+        done = ixEndRead(job.file) == 0 && done;
+        countIteration(state, &timing, seconds, done);
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+static void nexts(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    size_t points = pointKeys(job.file).size();
+    size_t at = 0;
+    Timing timing = startTiming(job.path, SHORT_STEPS);
+    while (state.KeepRunning()) {
+        bool done = ixBeginRead(job.file) == 0;
+        Clock::time_point start = Clock::now();
+        for (int step = 0; step < SHORT_STEPS; ++step) {
+            int result = at == 0 ? ixFindFirst(job.file, POINT_NAME_INDEX, nullptr, 0)
+                                 : ixNext(job.file, POINT_NAME_INDEX, nullptr, 0);
+            done = result == IX_OK && done;
+            if (++at == points) at = 0;
+        }
+        double seconds = secondsSince(start);
+        done = ixEndRead(job.file) == 0 && done;
+        countIteration(state, &timing, seconds, done);
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+static void unpackedCurves(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    std::string name = elementNames(job, ELEMENT_CURVE).front();
+    CurveResult curve = {};
+    bool found =
+        findCurve(name.c_str(), COGO_SLOT) == COGO_OK && readCurve(&curve, COGO_SLOT) == COGO_OK;
+    if (!found) throw std::runtime_error("a curve that cannot be read: " + name);
+
+    // The layout's variables still hold what was read.
+    uint8_t image[RECORD_LIMIT];
+    int length = packRecord(image, cogoState.curveLayout, KIND_CURVE, sizeof image);
+    Timing timing = startTiming(job.path, SHORT_STEPS);
+    while (state.KeepRunning()) {
+        bool done = true;
+        Clock::time_point start = Clock::now();
+        for (int step = 0; step < SHORT_STEPS; ++step) {
+            done = unpackRecord(image, cogoState.curveLayout, job.file, length) == IX_OK && done;
+        }
+        countIteration(state, &timing, secondsSince(start), done);
+    }
+    endTiming(state, &timing);
+    state.counters["bytes"] = length;
+    closeJob(&job);
+}
+
+// Seconds of the next insertion that needs a new page; negative when one failed.
+static double timeSplit(IndexFile* file, uint32_t* n)
+{
+    for (;;) {
+        char key[ELEMENT_NAME_ROOM];
+        snprintf(key, sizeof key, "%010u", ++*n * SCATTER);
+        int nextFreePage = file->nextFreePage;
+        Clock::time_point start = Clock::now();
+        int result = ixAdd(file, UNUSED_INDEX, key, 1, nullptr, 0);
+        double seconds = secondsSince(start);
+        if (result != IX_OK) return -1.0;
+        if (file->nextFreePage != nextFreePage) return seconds;
+    }
+}
+
+static void insertionsWithSplit(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.sampleJob);
+    uint32_t n = 0;
+    Timing timing = startTiming(job.path);
+    while (state.KeepRunning()) {
+        bool begun = ixBeginUpdate(job.file) == 0;
+        double seconds = begun ? timeSplit(job.file, &n) : -1.0;
+        bool ended = begun && ixEndUpdate(job.file) == 0;
+        countIteration(state, &timing, seconds, ended && seconds >= 0.0);
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+// -- Main --------------------------------------------------------------------
+
+static void timeByHand(benchmark::internal::Benchmark* run)
+{
+    run->Unit(benchmark::kMicrosecond)->UseManualTime();
+}
+
+BENCHMARK(lockCycles)->Name("lock_cycle")->Apply(timeByHand);
+BENCHMARK(connects)->Name("connect")->Apply(timeByHand);
+BENCHMARK(pointsByName)->Name("point_by_name")->Apply(timeByHand);
+BENCHMARK(pointWalk)->Name("point_walk")->Apply(timeByHand);
+BENCHMARK(pointList)->Name("point_list")->Apply(timeByHand);
+BENCHMARK(addedRecords)->Name("add_record")->Apply(timeByHand)->Iterations(ADDED_RECORDS);
+BENCHMARK(lines)->Name("line")->Apply(timeByHand);
+BENCHMARK(linesFirstRead)
+    ->Name("line_first_read")
+    ->Apply(timeByHand)
+    ->Iterations(SAMPLE_BARE_LINES);
+BENCHMARK(chain)->Name("chain")->Apply(timeByHand);
+BENCHMARK(profile)->Name("profile")->Apply(timeByHand);
+BENCHMARK(versionNumbers)->Name("version")->Apply(timeByHand);
+BENCHMARK(finds)->Name("ix_find")->Apply(timeByHand);
+BENCHMARK(nexts)->Name("ix_next")->Apply(timeByHand);
+BENCHMARK(unpackedCurves)->Name("unpack_curve")->Apply(timeByHand);
+BENCHMARK(insertionsWithSplit)->Name("insert_with_split")->Apply(timeByHand)->Iterations(SPLITS);
+
+// Takes the job out of the arguments; the default when it is not there.
+static std::string takeJobArgument(int* argc, char** argv)
+{
+    constexpr char OPTION[] = "--job=";
+    std::string job = ORVIDX_BENCH_JOB;
+    int kept = 0;
+    for (int at = 0; at < *argc; ++at) {
+        if (at > 0 && strncmp(argv[at], OPTION, strlen(OPTION)) == 0) {
+            job = argv[at] + strlen(OPTION);
+        } else {
+            argv[kept++] = argv[at];
+        }
+    }
+    argv[kept] = nullptr;
+    *argc = kept;
+    return job;
+}
+
+int main(int argc, char** argv)
+{
+    std::string pointJob = takeJobArgument(&argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+
+    int status = 0;
+    try {
+        makeBenchJobs(pointJob);
+        benchmark::RunSpecifiedBenchmarks();
+    } catch (const std::exception& error) {
+        fprintf(stderr, "job_bench: %s\n", error.what());
+        status = 1;
+    }
+    benchmark::Shutdown();
+    removeBenchJobs();
+    return status;
+}

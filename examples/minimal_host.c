@@ -1,0 +1,89 @@
+/*
+ * A host of the library: prints what the chains and profiles of a job are made of.
+ *
+ *   minimal_host JOB
+ *
+ * Valid as C11 and as C++17, on Windows and Linux.
+ */
+#include "orvIdx.h"
+
+#include <stdio.h>
+
+static void printChain(const ChainElement* chain)
+{
+    const ChainMember* member;
+    printf("chain %s", chain->name);
+    for (member = chain->firstMember; member != NULL; member = member->next) {
+        const ChainMemberPayload* payload = &member->payload;
+        switch (member->memberKind) {
+        case CHAIN_MEMBER_POINT:
+            printf(", point %s", payload->point.name);
+            break;
+        case CHAIN_MEMBER_CURVE:
+            printf(", curve %s", payload->curve.name);
+            break;
+        case CHAIN_MEMBER_SPIRAL:
+            printf(", spiral %s", payload->spiral.name);
+            break;
+        case CHAIN_MEMBER_SHIFT:
+            printf(", shift");
+            break;
+        case CHAIN_MEMBER_GAP:
+            printf(", gap");
+            break;
+        }
+    }
+    printf("%s\n", chain->unresolvedMembers ? " and what could not be read" : "");
+}
+
+static void printProfile(const ProfileElement* profile)
+{
+    int32_t i;
+    printf("profile %s\n", profile->name);
+    for (i = 0; i < profile->vertexCount; ++i) {
+        const ProfileVertex* vertex = &profile->vertices[i];
+        printf("  %.3f %.3f\n", vertex->station, vertex->elevation);
+    }
+}
+
+/* Walks all elements of a kind. An element that cannot be read ends the walk here. */
+static void printAll(IdxConnection* job, uint32_t kind)
+{
+    void* element = NULL;
+    int32_t result = orvIdx_readFirstElement(job, kind, &element);
+    while (result == IDX_OK) {
+        if (kind == ELEMENT_CHAIN) printChain((const ChainElement*)element);
+        if (kind == ELEMENT_PROFILE) printProfile((const ProfileElement*)element);
+        orvIdx_freeElement(kind, &element);
+        result = orvIdx_readNextElement(job, kind, &element);
+    }
+}
+
+int main(int argumentCount, char** arguments)
+{
+    IdxConnection* job = NULL;
+    char* names = NULL;
+    uint32_t count = 0;
+    int32_t result;
+
+    if (argumentCount != 2) {
+        fprintf(stderr, "usage: minimal_host JOB\n");
+        return 2;
+    }
+    result = orvIdx_connectToOrvaneOrvFile(&job, arguments[1], 0);
+    if (result != IDX_OK) {
+        fprintf(stderr, "%s: %s\n", arguments[1],
+                result == IDX_OLDER_FORMAT ? "a job database of the older format"
+                                           : "cannot be opened as a job database");
+        return 1;
+    }
+
+    if (orvIdx_numberOfElements(job, ELEMENT_POINT, &count, &names) == IDX_OK) {
+        printf("%u points: %s\n", (unsigned)count, names);
+        orvIdx_freeElementNameList(&names);
+    }
+    printAll(job, ELEMENT_CHAIN);
+    printAll(job, ELEMENT_PROFILE);
+
+    return orvIdx_disconnectFromOrvaneOrvFile(&job) == IDX_OK ? 0 : 1;
+}

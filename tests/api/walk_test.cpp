@@ -1,0 +1,123 @@
+// Walks from the first to the next element through the exports, with reads by name in
+// between, alone and while another process writes to the same file.
+#include "api/orvIdx.h"
+#include "engine/engine.h"
+#include "tests/support/command.h"
+#include "tests/support/peer.h"
+#include "tools/tree_check.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+// What to read, beside a name; and the name of what cannot be read.
+constexpr char FIRST[] = "(first)";
+constexpr char NEXT[] = "(next)";
+constexpr char UNREADABLE[] = "(unreadable)";
+constexpr size_t ELEMENT_NAME_LIMIT = 15; // an element has no room for more of its name
+
+// The name of the element read.
+static std::string read(IdxConnection* job, uint32_t kind, const std::string& what)
+{
+    void* element = nullptr;
+    int32_t result = IDX_ERROR;
+    if (what == FIRST)
+        result = orvIdx_readFirstElement(job, kind, &element);
+    else if (what == NEXT)
+        result = orvIdx_readNextElement(job, kind, &element);
+    else
+        result = orvIdx_readElementbyName(job, kind, what.c_str(), &element);
+    EXPECT_EQ(element != nullptr, result == IDX_OK);
+    if (element == nullptr) return UNREADABLE;
+
+    const char* name = static_cast<char*>(element); // the first member, but for two kinds
+    if (kind == ELEMENT_POINT) name = static_cast<PointElement*>(element)->name;
+    if (kind == ELEMENT_SURVEY_CHAIN) name = static_cast<SurveyChainElement*>(element)->name;
+    std::string copy = name;
+    EXPECT_EQ(orvIdx_freeElement(kind, &element), IDX_OK);
+    return copy;
+}
+
+static std::vector<std::string> namesOf(IdxConnection* job, uint32_t kind)
+{
+    uint32_t count = 0;
+    char* list = nullptr;
+    EXPECT_EQ(orvIdx_numberOfElements(job, kind, &count, &list), IDX_OK);
+    std::istringstream stream(list);
+    orvIdx_freeElementNameList(&list);
+    std::vector<std::string> names;
+    for (std::string name; std::getline(stream, name, ',');) {
+        names.push_back(name);
+    }
+    EXPECT_EQ(names.size(), count);
+    return names;
+}
+
+// Walks the kind to its end and beyond. Each element is read by name as well, and one
+// of another name where that does not move the walk; for survey chains that is a chain.
+static void expectWalk(IdxConnection* job, uint32_t kind)
+{
+    bool moved = kind == ELEMENT_POINT || kind == ELEMENT_PROFILE;
+    uint32_t otherKind = kind == ELEMENT_SURVEY_CHAIN ? ELEMENT_CHAIN : kind;
+    std::vector<std::string> others = namesOf(job, otherKind);
+    std::string step = FIRST;
+    size_t at = 0;
+    for (const std::string& name : namesOf(job, kind)) {
+        std::string reached = read(job, kind, step.empty() ? name : step);
+        EXPECT_EQ(reached, read(job, kind, name)) << name;
+        EXPECT_TRUE(reached == UNREADABLE || reached == name.substr(0, ELEMENT_NAME_LIMIT)) << name;
+        if (!moved) read(job, otherKind, others[++at * 7 % others.size()]);
+        // A profile that cannot be read leaves the walk where its records end.
+        step = kind == ELEMENT_PROFILE && reached == UNREADABLE ? "" : NEXT;
+    }
+    EXPECT_EQ(read(job, kind, NEXT), UNREADABLE);
+    EXPECT_EQ(read(job, kind, NEXT), UNREADABLE);
+}
+
+// Adds and deletes entries beside the keys of all walked kinds, and records, until the
+// test speaks.
+static void writeBeside(const Peer& test, const std::string& path)
+{
+    const std::pair<int, const char*> places[] = {{1, "   CGZ"}, {1, "   CHB"}, {1, "   CUS"},
+                                                  {1, "   LIO"}, {1, "   PH3"}, {1, "   SPJ"},
+                                                  {6, ""},       {10, ""},      {DATA_INDEX, ""}};
+    IndexFile file = {};
+    must(ixOpen(&file, path.c_str(), OPEN_SHARED) == IX_OK, "open");
+    const std::string data(1500, 'x');
+    // In turns adds a hundred entries at each place and deletes them, until none is left.
+    for (int round = 0; !hasSpoken(test) || round % 200 != 0; ++round) {
+        int number = 1000000 + round % 100;
+        bool adds = round % 200 < 100;
+        uint32_t length = static_cast<uint32_t>(round * 37 % 1500);
+        for (const auto& [index, key] : places) {
+            int result = adds ? ixAdd(&file, index, key, number, data.data(), length)
+                              : ixDelete(&file, index, key, number);
+            must(result == IX_OK, "write " + std::to_string(result));
+        }
+        if (round == 0) say(test, "writing");
+    }
+    must(ixClose(&file) == IX_OK, "close");
+}
+
+class Walks : public testing::TestWithParam<const char*>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Golden, Walks, testing::Values("tiny", "mixed", "deep"));
+
+TEST_P(Walks, GiveTheNamesOfTheListWhateverHappensInBetween)
+{
+    std::string path = freshJob(GetParam());
+    IdxConnection* job = nullptr;
+    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        expectWalk(job, kind);
+    }
+    Peer writer = startPeer([&](const Peer& test) { writeBeside(test, path); });
+    ASSERT_EQ(hear(writer), "writing");
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        expectWalk(job, kind);
+    }
+    endPeer(writer);
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+    EXPECT_EQ(checkJobFile(path).complaints, std::vector<std::string>());
+}

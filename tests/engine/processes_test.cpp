@@ -1,0 +1,362 @@
+// Several processes on one job: what each has stored is there afterwards, whoever else
+// wrote, was killed, or left locks behind.
+#include "api/orvIdx.h"
+#include "cogo/cogo_state.h"
+#include "platform/bytes.h"
+#include "platform/platform.h"
+#include "tests/support/command.h"
+#include "tests/support/peer.h"
+#include "tests/support/raw_job.h"
+#include "tools/job_writer.h"
+#include "tools/tree_check.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <sstream>
+#include <unistd.h>
+
+constexpr int PROCESSES = 4;
+constexpr char COUNTER[] = "COUNTER"; // a record that all processes count up
+const std::vector<std::string> CLEAN;
+
+// -- Records -----------------------------------------------------------------
+
+// The text of a version of a record: no two are the same, most take several segments.
+static std::string textOf(const std::string& name, int version)
+{
+    std::string text = name + " " + std::to_string(version) + ",";
+    return text + std::string(std::hash<std::string>()(text) % 1200, text[0]);
+}
+
+static int findRecord(JobWriter* job, const std::string& name, const char* tag = TAG_CHAIN)
+{
+    setKeyComponents(tag, name.c_str(), "", "", "");
+    buildKey();
+    return recordFind(&job->file, RECORD_KEY_INDEX, recordKeyBuffer(), 0, MATCH_EXACT);
+}
+
+// The engine's answer; IX_DAMAGED_IMAGE for another text than that of the version.
+static int readRecord(JobWriter* job, const std::string& name, int version)
+{
+    int result = findRecord(job, name);
+    if (result == IX_OK) result = recordReadCurrent(&job->file, cogoState.chainLayout);
+    bool other = result == IX_OK && cogoState.chain.description != textOf(name, version);
+    return other ? IX_DAMAGED_IMAGE : result;
+}
+
+// Brings a record from one version to another: version 0 is none. The engine's answer.
+static int change(JobWriter* job, const std::string& name, int from, int to)
+{
+    ChainResult attributes = {};
+    copyText(attributes.secondaryCode, sizeof attributes.secondaryCode, "DUPLICATE");
+    if (from == 0) return addChainMember(job, name.c_str(), 0, textOf(name, to), attributes);
+    int result = readRecord(job, name, from);
+    if (result != IX_OK) return result;
+    if (to == 0) return recordDeleteCurrent(&job->file, cogoState.chainLayout);
+    std::string text = textOf(name, to);
+    copyText(cogoState.chain.description, sizeof cogoState.chain.description, text.c_str());
+    return recordUpdateCurrent(&job->file, cogoState.chainLayout);
+}
+
+// Locks the data entry of a record. One update over all steps, for a record that is
+// rewritten moves to another number.
+static int lockData(JobWriter* job, const std::string& name)
+{
+    must(ixBeginUpdate(&job->file) == IX_OK, "file lock");
+    int result = findRecord(job, name);
+    int32_t number = job->file.currentRecordNumber;
+    if (result == IX_OK) result = ixFind(&job->file, DATA_INDEX, "", number, nullptr, 0);
+    if (result == IX_OK) result = ixLockRecord(&job->file, DATA_INDEX);
+    must(ixEndUpdate(&job->file) == IX_OK, "end of update");
+    return result;
+}
+
+// Reads, counts up and rewrites the shared counter in operations of their own: only the
+// record lock keeps others out. False when somebody else has it.
+static bool countUp(JobWriter* job)
+{
+    int locked = lockData(job, COUNTER);
+    must(locked == IX_OK || locked == IX_LOCKED_BY_OTHER, "counter lock");
+    if (locked != IX_OK) return false;
+    job->file.lockedRecordNumber = job->file.currentRecordNumber;
+    must(recordReadCurrent(&job->file, cogoState.chainLayout) == IX_OK, "counter read");
+    ++cogoState.chain.elementNumber;
+    must(recordUpdateCurrent(&job->file, cogoState.chainLayout) == IX_OK, "counter update");
+    job->file.lockedRecordNumber = NO_RECORD;
+    return true;
+}
+
+static void openShared(JobWriter* job, const std::string& path)
+{
+    must(openJobWriter(job, path, OPEN_SHARED) == IX_OK, "open");
+}
+
+// A new job with the counter, left open.
+static std::string openCounterJob(JobWriter* job)
+{
+    std::string path = writeEmptyJob(0);
+    openShared(job, path);
+    must(addChainMember(job, COUNTER, 0, "", {}) == IX_OK, "counter");
+    return path;
+}
+
+// Runs the function in several processes that start it at once. Answers the numbers
+// that each has told in the end.
+static std::vector<std::vector<int>> runAtOnce(const std::function<void(const Peer&, int)>& work)
+{
+    std::vector<Peer> peers;
+    std::vector<std::vector<int>> told;
+    for (int process = 1; process <= PROCESSES; ++process) {
+        peers.push_back(startPeer([&](const Peer& test) { work(test, process); }));
+    }
+    for (const Peer& peer : peers)
+        say(peer, "go");
+    for (const Peer& peer : peers) {
+        std::istringstream words(hear(peer));
+        told.emplace_back(std::istream_iterator<int>(words), std::istream_iterator<int>());
+        endPeer(peer);
+    }
+    return told;
+}
+
+// -- All at once -------------------------------------------------------------
+
+// For some seconds does all that the record layer can do, then checks what is there.
+// Tells its records, how far it counted, and the numbers that it drew.
+static void doEverything(const Peer& test, const std::string& path, int process)
+{
+    JobWriter job;
+    openShared(&job, path);
+    hear(test);
+    std::mt19937 random(static_cast<unsigned>(process));
+    std::vector<int> versions(80); // of the own records
+    auto nameOf = [=](size_t at) { return std::to_string(at) + "P" + std::to_string(process); };
+    int records = 0;
+    int counted = 0;
+    std::string drawn;
+    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    for (int step = 1; step < 100 || std::chrono::steady_clock::now() < end; ++step) {
+        size_t at = random() % versions.size();
+        int next = random() % 3 == 0 ? 0 : step;
+        bool changes = versions[at] != next;
+        must(!changes || change(&job, nameOf(at), versions[at], next) == IX_OK, nameOf(at));
+        versions[at] = next;
+        if (step % 8 != 0) continue;
+
+        // All processes want this record, and one gets it.
+        int won = change(&job, "SHARED" + std::to_string(step), 0, 1);
+        must(won == IX_OK || won == IX_NOT_FOUND, "shared record");
+        records += won == IX_OK;
+        counted += countUp(&job);
+        must(ixNextSequence(&job.file) == IX_OK, "next sequence");
+        drawn += " " + std::to_string(job.file.number);
+    }
+    for (size_t at = 0; at < versions.size(); ++at) {
+        int expected = versions[at] == 0 ? IX_NOT_FOUND : IX_OK;
+        must(readRecord(&job, nameOf(at), versions[at]) == expected, "in the end " + nameOf(at));
+        records += versions[at] != 0;
+    }
+    must(closeJobWriter(&job) == IX_OK, "close");
+    say(test, std::to_string(records) + " " + std::to_string(counted) + drawn);
+}
+
+TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
+{
+    JobWriter job;
+    std::string path = openCounterJob(&job);
+    std::set<int> drawn;
+    int records = 1;
+    int counted = 0;
+    for (const std::vector<int>&told :
+         runAtOnce([&](const Peer&test, int process) { doEverything(test, path, process); })) {
+        ASSERT_GT(told.size(), 2u);
+        records += told[0];
+        counted += told[1];
+        for (size_t at = 2; at < told.size(); ++at) {
+            EXPECT_TRUE(drawn.insert(told[at]).second) << "drawn twice: " << told[at];
+            EXPECT_NE(ixFind(&job.file, DATA_INDEX, "", told[at], nullptr, 0), IX_OK);
+        }
+    }
+    EXPECT_EQ(lockData(&job, COUNTER), IX_OK);
+    EXPECT_EQ(recordReadCurrent(&job.file, cogoState.chainLayout), IX_OK);
+    EXPECT_EQ(cogoState.chain.elementNumber, counted);
+    EXPECT_EQ(closeJobWriter(&job), IX_OK);
+    CheckReport report = checkJobFile(path);
+    EXPECT_EQ(report.complaints, CLEAN);
+    EXPECT_EQ(report.records, records);
+    EXPECT_EQ(report.locks, 0);
+}
+
+// -- Kills -------------------------------------------------------------------
+
+// Whenever told, adds records and reads all that it has added. Answers "fine", or
+// "refused" when the file allowed it only in part; what is read is right in any case.
+static void addAndRead(const Peer& test, const std::string& path, const std::string& suffix)
+{
+    JobWriter job;
+    bool open = openJobWriter(&job, path, OPEN_SHARED) == IX_OK;
+    std::set<std::string> names;
+    for (int step = 0; !hear(test).empty();) {
+        bool refused = !open;
+        for (int end = step + 30; step < end; ++step) {
+            std::string name = std::to_string(step * 37 % 1000) + suffix;
+            bool stored = change(&job, name, 0, 1) == IX_OK;
+            if (stored) names.insert(name);
+            refused = refused || !stored;
+        }
+        for (const std::string& name : names) {
+            must(findRecord(&job, name) != IX_NOT_FOUND, "gone: " + name);
+            int result = readRecord(&job, name, 1);
+            must(result != IX_DAMAGED_IMAGE, "another text: " + name);
+            refused = refused || result != IX_OK;
+        }
+        say(test, refused ? "refused " : "fine ");
+    }
+    closeJobWriter(&job);
+}
+
+// Whether the tree is whole: a killed process may also have lost pages.
+static bool treeIsWhole(const std::string& path)
+{
+    size_t lost = 0;
+    CheckReport report = checkTreeFile(path);
+    for (const std::string& complaint : report.complaints) {
+        lost += complaint.starts_with(UNREACHABLE_COMPLAINT);
+    }
+    return lost == report.complaints.size();
+}
+
+TEST(Processes, GoOnAfterAnotherWasKilledWhileWriting)
+{
+    std::mt19937 random(1);
+    for (int kills = 0; kills < 30; ++kills) {
+        JobWriter job;
+        std::string path = openCounterJob(&job);
+        Peer survivor = startPeer([&](const Peer& test) { addAndRead(test, path, "S"); });
+        Peer victim = startPeer([&](const Peer& test) { doEverything(test, path, kills); });
+        say(victim, "go");
+        say(survivor, "go");
+        usleep(static_cast<useconds_t>(random() % 40000));
+        endPeer(victim, SIGKILL);
+        std::string answers = hear(survivor);
+        bool whole = treeIsWhole(path);
+        Peer newcomer = startPeer([&](const Peer& test) { addAndRead(test, path, "N"); });
+        for (const Peer& next : {survivor, newcomer, survivor}) {
+            say(next, "go on");
+            answers += hear(next);
+        }
+        EXPECT_TRUE(answers == "fine fine fine fine " || !whole) << answers;
+        EXPECT_TRUE(treeIsWhole(path) || !whole);
+        endPeer(newcomer);
+        endPeer(survivor);
+        closeJobWriter(&job);
+    }
+}
+
+// Locks a record's data and another record's key, then waits for its end.
+static void holdLocks(const Peer& test, const std::string& path)
+{
+    JobWriter job;
+    openShared(&job, path);
+    must(lockData(&job, "B") == IX_OK && findRecord(&job, "A") == IX_OK, "lock B");
+    must(ixLockRecord(&job.file, RECORD_KEY_INDEX) == IX_OK, "lock A");
+    say(test, std::to_string(job.file.userSlot));
+    hear(test);
+}
+
+TEST(Processes, TakeOverTheLocksOfAKilledOne)
+{
+    std::string path = writeEmptyJob(4);
+    JobWriter job;
+    JobWriter next;
+    openShared(&job, path);
+    ASSERT_EQ(change(&job, "A", 0, 1) + change(&job, "B", 0, 1), IX_OK);
+    Peer holder = startPeer([&](const Peer& test) { holdLocks(test, path); });
+    ASSERT_EQ(hear(holder), "1");
+    CheckReport held = checkJobFile(path);
+    EXPECT_EQ(held.complaints, CLEAN);
+    EXPECT_EQ(held.locks, 2);
+    ASSERT_EQ(findRecord(&job, "A"), IX_OK);
+    EXPECT_EQ(ixLockRecord(&job.file, RECORD_KEY_INDEX), IX_LOCKED_BY_OTHER);
+    EXPECT_EQ(change(&job, "B", 1, 2), IX_LOCK_REQUIRED);
+    EXPECT_EQ(change(&job, "B", 1, 0), IX_LOCK_REQUIRED);
+
+    // Nobody has the slot: whoever wants a lock replaces it.
+    endPeer(holder, SIGKILL);
+    EXPECT_TRUE(comesTrue([&] { return holderAlive(&job.file, 1) == -1; }));
+    ASSERT_EQ(findRecord(&job, "A"), IX_OK);
+    EXPECT_EQ(ixLockRecord(&job.file, RECORD_KEY_INDEX), IX_OK);
+    EXPECT_EQ(checkJobFile(path).locks, 2);
+    EXPECT_EQ(ixUnlockRecord(&job.file, RECORD_KEY_INDEX), IX_OK);
+    EXPECT_EQ(checkJobFile(path).locks, 1);
+
+    // The next opener gets the slot and removes the lock that is left; the counter goes
+    // on from what the file says.
+    poke32(path, HEADER_CHANGE_COUNTER, 11);
+    openShared(&next, path);
+    EXPECT_EQ(next.file.userSlot, 1);
+    EXPECT_EQ(checkJobFile(path).locks, 0);
+    std::string bytes = fileBytes(path).substr(HEADER_CHANGE_COUNTER, 4);
+    EXPECT_GE(loadInt32(reinterpret_cast<const uint8_t*>(bytes.data())), 12);
+    EXPECT_EQ(change(&job, "B", 1, 2), IX_OK);
+    EXPECT_EQ(readRecord(&next, "B", 2), IX_OK);
+    EXPECT_EQ(closeJobWriter(&next) + closeJobWriter(&job), IX_OK);
+    EXPECT_EQ(checkJobFile(path).complaints, CLEAN);
+}
+
+// -- Element numbers ---------------------------------------------------------
+
+constexpr int LINES = 40;
+
+static std::string lineName(int line) { return "L" + std::to_string(line); }
+
+// Reads all lines and draws numbers in between; tells the lines' and the drawn ones.
+static void readLines(const Peer& test, const std::string& path)
+{
+    IdxConnection* connection = nullptr;
+    must(orvIdx_connectToOrvaneOrvFile(&connection, path.c_str(), 0) == IDX_OK, "connect");
+    hear(test);
+    std::string numbers;
+    std::string drawn;
+    for (int line = 0; line < LINES; ++line) {
+        LineResult result = {};
+        must(findLine(lineName(line).c_str(), COGO_SLOT) == COGO_OK, "find");
+        must(readLine(&result, COGO_SLOT) == COGO_OK, "read");
+        numbers += std::to_string(result.elementNumber) + " ";
+        drawn += std::to_string(nextVersionNumber(COGO_SLOT)) + " ";
+    }
+    must(orvIdx_disconnectFromOrvaneOrvFile(&connection) == IDX_OK, "disconnect");
+    say(test, numbers + drawn);
+}
+
+TEST(Processes, GiveEachLineOneExtensionAndNoNumberTwice)
+{
+    std::string path = writeEmptyJob(0);
+    JobWriter job;
+    openShared(&job, path);
+    for (int line = 0; line < LINES; ++line) {
+        ASSERT_EQ(addLine(&job, lineName(line).c_str(), {}), IX_OK);
+    }
+    auto told = runAtOnce([&](const Peer& test, int) { readLines(test, path); });
+    std::multiset<int> all(told[0].begin(), told[0].begin() + LINES); // of the lines
+    for (const std::vector<int>& numbers : told) {
+        ASSERT_EQ(numbers.size(), 2u * LINES);
+        EXPECT_TRUE(std::equal(numbers.begin(), numbers.begin() + LINES, told[0].begin()));
+        all.insert(numbers.begin() + LINES, numbers.end());
+    }
+    int expected = 0;
+    for (int number : all) {
+        EXPECT_EQ(number, ++expected);
+    }
+    EXPECT_EQ(findRecord(&job, "             VERSION", TAG_VERSION), IX_OK);
+    EXPECT_EQ(recordReadCurrent(&job.file, cogoState.versionLayout), IX_OK);
+    EXPECT_EQ(cogoState.versionCounter, (PROCESSES + 1) * LINES);
+    EXPECT_EQ(closeJobWriter(&job), IX_OK);
+    CheckReport report = checkJobFile(path);
+    EXPECT_EQ(report.complaints, CLEAN);
+    EXPECT_EQ(report.records, 2 * LINES + 1);
+}

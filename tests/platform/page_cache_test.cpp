@@ -1,0 +1,158 @@
+// The page cache against a plain list of blocks in order of use: the file sees the same
+// reads and writes in the same order.
+#include "engine/engine.h"
+#include "platform/platform_state.h"
+#include "tests/support/command.h"
+#include "tests/support/os_faulty.h"
+#include "tests/support/raw_job.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <list>
+#include <map>
+#include <random>
+
+namespace
+{
+
+using Page = std::pair<int, int>; // descriptor, page number
+
+struct Block {
+    Page page = {-1, -1};
+    int version = 0;
+    bool dirty = false;
+};
+
+// What a page holds is its version number: 0 for one that was never written to.
+struct Model {
+    std::list<Block> blocks = std::list<Block>(CACHE_BLOCKS); // most recently used first
+    std::map<Page, int> inFile;
+    std::vector<OsTransfer> transfers;
+
+    void writeBack(Block& block)
+    {
+        if (!block.dirty) return;
+        transfers.push_back({OS_CALL_WRITE, block.page.first, pageAt(block.page.second)});
+        inFile[block.page] = block.version;
+        block.dirty = false;
+    }
+    // The page's block, or the last one, which is read unless it is to be written to;
+    // it becomes the first.
+    Block& use(Page page, bool reads)
+    {
+        auto holds = [&](const Block& block) { return block.page == page; };
+        auto block = std::find_if(blocks.begin(), blocks.end(), holds);
+        bool found = block != blocks.end();
+        if (!found) --block;
+        blocks.splice(blocks.begin(), blocks, block);
+        if (found) return *block;
+        writeBack(*block);
+        if (reads) transfers.push_back({OS_CALL_READ, page.first, pageAt(page.second)});
+        return *block = {page, inFile[page], false};
+    }
+    void write(Page page, int version, bool atOnce)
+    {
+        Block& block = use(page, false);
+        block = {page, version, true};
+        if (atOnce) writeBack(block);
+    }
+    void leave(int descriptor, bool writes, bool frees)
+    {
+        for (Block& block : blocks) {
+            if (block.page.first != descriptor) continue;
+            if (writes) writeBack(block);
+            if (frees) block = {};
+        }
+    }
+};
+
+// Odd versions are branches.
+std::string pageOfVersion(int version)
+{
+    std::string page(NODE_PAGE_SIZE, static_cast<char>(version));
+    page[0] = static_cast<char>(version % 2);
+    page[1] = 0;
+    memcpy(&page[2], &version, sizeof version);
+    return page;
+}
+
+TEST(PageCache, BehavesLikeAListInOrderOfUse)
+{
+    constexpr int PAGES = 800; // of each file; the cache holds fewer than both together
+    IndexFile files[2] = {};
+    for (IndexFile& file : files) {
+        file.fileDescriptor = osOpen(writeEmptyJob(PAGES).c_str(), OS_READ_WRITE);
+        file.openMode = OPEN_EXCLUSIVE;
+    }
+    std::mt19937 random(1);
+    auto below = [&](int limit) {
+        return static_cast<int>(random() % static_cast<unsigned>(limit));
+    };
+    Model model;
+    for (int version = 1; version <= 20000; ++version) {
+        osFaults.transfers.clear();
+        model.transfers.clear();
+        IndexFile* file = &files[below(2)];
+        file->writePolicy = below(4);
+        int pageNumber = 1 + below(below(2) == 0 ? 60 : PAGES);
+        Page page = {file->fileDescriptor, pageNumber};
+        std::string bytes = pageOfVersion(version);
+        uint8_t* buffer = reinterpret_cast<uint8_t*>(bytes.data());
+        bool sound = false;
+        int result = IX_OK;
+        int action = below(1000);
+        if (action < 500) {
+            bool leaf = version % 2 == 0;
+            model.write(page, version, file->writePolicy == 3 || (file->writePolicy == 2 && leaf));
+            result = cachedPageWrite(file, buffer, pageNumber);
+        } else if (action < 994) {
+            Block expected = model.use(page, true);
+            result = cachedPageRead(file, buffer, pageNumber, &sound);
+            ASSERT_EQ(bytes, pageOfVersion(expected.version)) << version;
+        } else if (action < 998) {
+            bool frees = action % 2 == 0;
+            model.leave(file->fileDescriptor, true, frees);
+            result = frees ? flushAndFreeFile(file) : flushFile(file);
+        } else {
+            model.leave(file->fileDescriptor, false, true);
+            dropFile(file->fileDescriptor);
+        }
+        ASSERT_EQ(result, IX_OK) << version;
+        ASSERT_EQ(osFaults.transfers, model.transfers) << version;
+    }
+    for (IndexFile& file : files) {
+        EXPECT_EQ(closeDescriptor(file.fileDescriptor), 0);
+    }
+}
+
+// Reads every record; answers how many pages came from the file.
+long pagesRead(IndexFile* file)
+{
+    osFaults.transfers.clear();
+    for (int index = MIN_INDEX; index <= MAX_INDEX; ++index) {
+        int result = ixFindFirst(file, index, nullptr, 0);
+        while (result == IX_OK) {
+            result = ixNext(file, index, nullptr, 0);
+        }
+        EXPECT_EQ(result, IX_NOT_FOUND);
+    }
+    auto isPage = [](const OsTransfer& transfer) { return transfer.offset >= pageAt(0); };
+    return std::count_if(osFaults.transfers.begin(), osFaults.transfers.end(), isPage);
+}
+
+TEST(PageCache, ReadsEveryPageAgainWhenAnotherHasWritten)
+{
+    std::string path = freshJob("tiny");
+    IndexFile files[2] = {};
+    ASSERT_EQ(ixOpen(&files[0], path.c_str(), OPEN_SHARED), IX_OK);
+    ASSERT_EQ(ixOpen(&files[1], path.c_str(), OPEN_SHARED), IX_OK);
+    EXPECT_GT(pagesRead(&files[0]), 0);
+    EXPECT_EQ(pagesRead(&files[0]), 0);
+    EXPECT_EQ(ixAdd(&files[1], 20, "", 1, nullptr, 0), IX_OK);
+    EXPECT_EQ(pagesRead(&files[0]), files[0].nextFreePage);
+    EXPECT_EQ(ixClose(&files[0]) + ixClose(&files[1]), IX_OK);
+}
+
+} // namespace

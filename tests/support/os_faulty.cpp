@@ -1,0 +1,58 @@
+#include "tests/support/os_faulty.h"
+
+OsFaults osFaults;
+
+int realOsOpen(const char* path, OsAccess access);
+int realOsClose(int descriptor);
+int realOsReadAt(int descriptor, int64_t offset, void* buffer, int length);
+int realOsWriteAt(int descriptor, int64_t offset, const void* buffer, int length);
+int realOsLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range);
+int realOsUnlock(int descriptor, const OsLockRange* range);
+int realOsProbe(int descriptor, const OsLockRange* range);
+
+static bool fails(OsCall call)
+{
+    if (call != osFaults.call || osFaults.first == 0) return false;
+    if (osFaults.first > 1) {
+        --osFaults.first;
+        return false;
+    }
+    if (!osFaults.lasting) osFaults.first = 0;
+    ++osFaults.failures;
+    return true;
+}
+
+int osOpen(const char* path, OsAccess access)
+{
+    return fails(OS_CALL_OPEN) ? OS_FAILED : realOsOpen(path, access);
+}
+
+int osClose(int descriptor) { return fails(OS_CALL_CLOSE) ? OS_FAILED : realOsClose(descriptor); }
+
+int osReadAt(int descriptor, int64_t offset, void* buffer, int length)
+{
+    osFaults.transfers.push_back({OS_CALL_READ, descriptor, offset});
+    bool failed = fails(OS_CALL_READ);
+    if (failed && !osFaults.shortened) return OS_FAILED;
+    return realOsReadAt(descriptor, offset, buffer, failed ? length / 2 : length);
+}
+
+int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
+{
+    osFaults.transfers.push_back({OS_CALL_WRITE, descriptor, offset});
+    bool failed = fails(OS_CALL_WRITE);
+    if (offset >= osFaults.diskEnd || (failed && !osFaults.shortened)) return OS_FAILED;
+    return realOsWriteAt(descriptor, offset, buffer, failed ? length / 2 : length);
+}
+
+int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range)
+{
+    return fails(OS_CALL_LOCK) ? OS_REFUSED : realOsLock(descriptor, kind, wait, range);
+}
+
+int osUnlock(int descriptor, const OsLockRange* range)
+{
+    return fails(OS_CALL_UNLOCK) ? OS_REFUSED : realOsUnlock(descriptor, range);
+}
+
+int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descriptor, range); }

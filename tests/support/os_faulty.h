@@ -1,0 +1,40 @@
+// The operating system's files with faults. A test that compiles os_faulty.cpp in has
+// these functions in the place of the backend, to which they pass the calls on.
+#pragma once
+
+#include "platform/os.h"
+
+#include <vector>
+
+enum OsCall {
+    OS_CALL_OPEN,
+    OS_CALL_CLOSE,
+    OS_CALL_READ,
+    OS_CALL_WRITE,
+    OS_CALL_LOCK,
+    OS_CALL_UNLOCK
+};
+
+struct OsTransfer {
+    OsCall call; // OS_CALL_READ or OS_CALL_WRITE
+    int descriptor;
+    int64_t offset;
+
+    bool operator==(const OsTransfer&) const = default;
+};
+
+struct OsFaults {
+    // Calls of this kind fail from number `first` on, which counts from 1 and down,
+    // so 0 lets all pass: one call, or every further one while the fault lasts.
+    OsCall call = OS_CALL_OPEN;
+    int first = 0;
+    bool lasting = false;
+    bool shortened = false; // transfers: half of the bytes instead of none
+
+    int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
+
+    int failures = 0; // calls that have failed
+    std::vector<OsTransfer> transfers = {};
+};
+
+extern OsFaults osFaults;

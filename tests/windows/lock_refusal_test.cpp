@@ -1,0 +1,202 @@
+// What the Windows backend makes of transfers that are refused for another handle's
+// lock. The system's ReadFile and WriteFile are replaced below the C runtime by ones that
+// refuse a number of header transfers, so the runtime's own errors take part. Wine needs
+// this: it does not enforce locks on reads and writes.
+#include "api/orvIdx.h"
+#include "engine/file_format.h"
+#include "platform/os.h"
+#include "tests/windows/import_patch.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+constexpr DWORD FOR_EVER = 0xFFFFFFFF;
+
+using ReadFunction = BOOL WINAPI(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED);
+using WriteFunction = BOOL WINAPI(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED);
+
+struct {
+    ReadFunction* read;
+    WriteFunction* write;
+    DWORD error;    // why transfers are refused
+    DWORD toRefuse; // of each header transfer
+    DWORD refused;  // of the header transfer under way
+    DWORD attempts; // of all header transfers
+} shim;
+
+// True, with the system's error set, when this attempt of a transfer is to be refused.
+bool refuses(DWORD length)
+{
+    if (length != HEADER_SIZE) return false;
+    ++shim.attempts;
+    if (shim.refused < shim.toRefuse) {
+        ++shim.refused;
+        SetLastError(shim.error);
+        return true;
+    }
+    shim.refused = 0;
+    return false;
+}
+
+BOOL WINAPI refusingRead(HANDLE file, LPVOID buffer, DWORD length, LPDWORD done, LPOVERLAPPED place)
+{
+    if (refuses(length)) return FALSE;
+    return shim.read(file, buffer, length, done, place);
+}
+
+BOOL WINAPI refusingWrite(HANDLE file, LPCVOID buffer, DWORD length, LPDWORD done,
+                          LPOVERLAPPED place)
+{
+    if (refuses(length)) return FALSE;
+    return shim.write(file, buffer, length, done, place);
+}
+
+void refuse(DWORD error, DWORD times)
+{
+    shim.error = error;
+    shim.toRefuse = times;
+    shim.refused = 0;
+    shim.attempts = 0;
+}
+
+std::string bytesOf(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// Reads every line and chain of a job: some lines get an extension record, and chains
+// of the older layout are rewritten. Returns how many could be read, or -1.
+int readAndComplete(const fs::path& path)
+{
+    IdxConnection* job = nullptr;
+    if (orvIdx_connectToOrvaneOrvFile(&job, path.string().c_str(), 0) != IDX_OK) return -1;
+    int elements = 0;
+    for (uint32_t kind : {ELEMENT_LINE, ELEMENT_CHAIN}) {
+        uint32_t count = 0;
+        if (orvIdx_numberOfElements(job, kind, &count, nullptr) != IDX_OK) return -1;
+        void* element = nullptr;
+        int32_t result = orvIdx_readFirstElement(job, kind, &element);
+        for (uint32_t i = 0; i < count; ++i) {
+            if (result == IDX_OK) ++elements;
+            orvIdx_freeElement(kind, &element);
+            result = orvIdx_readNextElement(job, kind, &element);
+        }
+    }
+    return orvIdx_disconnectFromOrvaneOrvFile(&job) == IDX_OK ? elements : -1;
+}
+
+class LockRefusal : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        auto read = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(refusingRead));
+        auto write = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(refusingWrite));
+        realRead = patchImport("msvcrt.dll", "ReadFile", read);
+        realWrite = patchImport("msvcrt.dll", "WriteFile", write);
+        ASSERT_NE(realRead, nullptr);
+        ASSERT_NE(realWrite, nullptr);
+        shim.read = reinterpret_cast<ReadFunction*>(reinterpret_cast<void*>(realRead));
+        shim.write = reinterpret_cast<WriteFunction*>(reinterpret_cast<void*>(realWrite));
+        refuse(ERROR_LOCK_VIOLATION, 0);
+
+        std::string name = "lock_refusal_" + std::to_string(GetCurrentProcessId());
+        directory = fs::temp_directory_path() / name;
+        fs::create_directory(directory);
+    }
+
+    void TearDown() override
+    {
+        patchImport("msvcrt.dll", "ReadFile", realRead);
+        patchImport("msvcrt.dll", "WriteFile", realWrite);
+        fs::remove_all(directory);
+    }
+
+    fs::path copyOfJob(const char* name)
+    {
+        fs::path copy = directory / name;
+        fs::copy_file(fs::path(ORVIDX_TEST_DATA) / "golden" / "mixed" / "job.orv", copy);
+        return copy;
+    }
+
+    FARPROC realRead = nullptr;
+    FARPROC realWrite = nullptr;
+    fs::path directory;
+};
+
+} // namespace
+
+TEST_F(LockRefusal, IsWaitedForByAHeaderTransfer)
+{
+    int file = osOpen(copyOfJob("job.orv").string().c_str(), OS_READ_WRITE);
+    ASSERT_GE(file, 0);
+    uint8_t header[HEADER_SIZE] = {};
+    refuse(ERROR_LOCK_VIOLATION, 7);
+    EXPECT_EQ(osReadAt(file, 0, header, HEADER_SIZE), HEADER_SIZE);
+    EXPECT_EQ(shim.attempts, 8U);
+
+    header[39] = 0x5A;
+    EXPECT_EQ(osWriteAt(file, 1, header, HEADER_SIZE), HEADER_SIZE);
+    EXPECT_EQ(shim.attempts, 16U);
+    osClose(file);
+    EXPECT_EQ(bytesOf(directory / "job.orv")[40], 0x5A);
+}
+
+TEST_F(LockRefusal, ThatDoesNotEndFailsAfterASecond)
+{
+    int file = osOpen(copyOfJob("job.orv").string().c_str(), OS_READ_WRITE);
+    ASSERT_GE(file, 0);
+    uint8_t header[HEADER_SIZE] = {};
+    for (bool writing : {false, true}) {
+        refuse(ERROR_LOCK_VIOLATION, FOR_EVER);
+        DWORD begin = GetTickCount();
+        int result = writing ? osWriteAt(file, 0, header, HEADER_SIZE)
+                             : osReadAt(file, 0, header, HEADER_SIZE);
+        DWORD elapsed = GetTickCount() - begin;
+        EXPECT_EQ(result, OS_FAILED);
+        EXPECT_GE(elapsed, 950U);
+        EXPECT_LT(elapsed, 3000U);
+    }
+    osClose(file);
+}
+
+TEST_F(LockRefusal, IsToldFromOtherErrors)
+{
+    int file = osOpen(copyOfJob("job.orv").string().c_str(), OS_READ_WRITE);
+    ASSERT_GE(file, 0);
+    uint8_t header[HEADER_SIZE] = {};
+    // The runtime makes EACCES of the second and third, too.
+    for (DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_WRITE_PROTECT}) {
+        refuse(error, FOR_EVER);
+        EXPECT_EQ(osWriteAt(file, 0, header, HEADER_SIZE), OS_FAILED) << error;
+        EXPECT_EQ(osReadAt(file, 0, header, HEADER_SIZE), OS_FAILED) << error;
+        EXPECT_EQ(shim.attempts, 2U) << error;
+    }
+    osClose(file);
+}
+
+TEST_F(LockRefusal, OfHeadersLosesNoUpdate)
+{
+    fs::path undisturbed = copyOfJob("undisturbed.orv");
+    const std::string before = bytesOf(undisturbed);
+    int elements = readAndComplete(undisturbed);
+    ASSERT_GT(elements, 0);
+    ASSERT_NE(bytesOf(undisturbed), before);
+
+    // Refused reads would only make it slow.
+    patchImport("msvcrt.dll", "ReadFile", realRead);
+    fs::path disturbed = copyOfJob("disturbed.orv");
+    refuse(ERROR_LOCK_VIOLATION, 1);
+    EXPECT_EQ(readAndComplete(disturbed), elements);
+    EXPECT_GT(shim.attempts, 10U);
+    EXPECT_TRUE(bytesOf(disturbed) == bytesOf(undisturbed));
+}
