@@ -200,7 +200,10 @@ int ixClose(IndexFile* file)
     if (result != IX_OK) return withStatus(file, result);
 
     releaseUserSlot(file);
-    if (closeDescriptor(file->fileDescriptor) != 0) return withStatus(file, IX_NOT_FOUND);
+    if (closeDescriptor(file->fileDescriptor) != 0) {
+        file->fileDescriptor = -1; // the system may have given its number up all the same
+        return withStatus(file, IX_NOT_FOUND);
+    }
     file->state = STATE_CLOSED;
     return withStatus(file, IX_OK);
 }

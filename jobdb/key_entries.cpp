@@ -95,5 +95,7 @@ int allocateRecordNumber(IndexFile* file, int32_t* number)
 
 int releaseRecordNumber(IndexFile* file, int32_t number)
 {
-    return ixAdd(file, FREE_NUMBER_INDEX, "", number, nullptr, 0);
+    // A process that was killed may have released it already.
+    int result = ixAdd(file, FREE_NUMBER_INDEX, "", number, nullptr, 0);
+    return result == IX_NOT_FOUND ? IX_OK : result;
 }

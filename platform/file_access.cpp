@@ -13,8 +13,8 @@ int lastIoError() { return platformState.lastIoError; }
 
 int headerFormatVersion(bool set, int version)
 {
-    if (set) platformState.formatVersion = version;
-    return platformState.formatVersion;
+    if (set) platformState.formatVersionShift = version - CURRENT_FORMAT_VERSION;
+    return CURRENT_FORMAT_VERSION + platformState.formatVersionShift;
 }
 
 static int failWith(int code)
@@ -67,8 +67,7 @@ int closeDescriptor(int descriptor)
 
 static bool magicIsRight(const uint8_t* header)
 {
-    const char* magic =
-        platformState.formatVersion == CURRENT_FORMAT_VERSION ? CURRENT_MAGIC : OLDER_MAGIC;
+    const char* magic = platformState.formatVersionShift == 0 ? CURRENT_MAGIC : OLDER_MAGIC;
     for (int i = 0; i < MAGIC_LENGTH; ++i) {
         if (header[HEADER_MAGIC_OFFSETS[i]] != static_cast<uint8_t>(magic[i])) return false;
     }

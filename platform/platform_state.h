@@ -1,6 +1,5 @@
 // The writable state of the platform layer, one for the whole process and all
-// databases. For platform/ and its tests; the engine sets formatVersion through
-// setFormatVersion.
+// databases. For platform/ and its tests.
 #pragma once
 
 #include "engine/file_format.h"
@@ -32,7 +31,9 @@ struct PageCache {
 
 struct PlatformState {
     // For the life of the process.
-    int32_t formatVersion; // which header magic a reader accepts
+    // Which header magic a reader accepts, less the current version: all of this
+    // starts zeroed, so that the cache takes no room in the library's file.
+    int32_t formatVersionShift;
     PageCache cache;
 
     // Until the next call that sets it.

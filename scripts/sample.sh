@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets everything up, builds, and prints what a sample job database holds.
+# Sets everything up, builds, writes a sample job database and prints what it holds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,14 +7,21 @@ scripts/packages.sh
 cmake --preset release -DORVIDX_TESTS=OFF -DORVIDX_BENCH=OFF >/dev/null
 cmake --build --preset release
 
-job=tests/data/golden/tiny/job.orv
-orvidx=build/release/tools/orvidx
+tools=build/release/tools
+job=build/sample.orv
+rm -f "$job"
 echo
-echo "What $job holds:"
-"$orvidx" info "$job"
+"$tools/orvjob" create-sample "$job"
+echo
+echo "What it holds:"
+"$tools/orvidx" info "$job"
 echo
 echo "Its chains:"
-"$orvidx" list chain "$job"
+"$tools/orvidx" list chain "$job"
 echo
-echo "Point 9:"
-"$orvidx" show point 9 "$job"
+echo "Its first curve:"
+"$tools/orvidx" show curve C1 "$job"
+echo
+"$tools/orvjob" check "$job"
+echo
+echo "Everything as JSON: $tools/orvidx export $job"

@@ -7,6 +7,6 @@ shift
 if [ $# -gt 0 ]; then
   files=("$@")
 else
-  mapfile -t files < <(git ls-files '*.cpp' | grep -v _windows)
+  mapfile -t files < <(git ls-files '*.cpp' | grep -v -e _windows -e ^tests/windows/)
 fi
 printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet

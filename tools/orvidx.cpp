@@ -181,6 +181,7 @@ static void runCommand(const std::string& command, const Arguments& arguments)
 
 static void declareCommands(CLI::App& app, Arguments& arguments)
 {
+    app.allow_windows_style_options(false); // /name is a path
     CLI::App* info = app.add_subcommand("info", "Print how many elements of each kind there are");
     CLI::App* list = app.add_subcommand("list", "Print the names of a kind, one a line");
     CLI::App* show = app.add_subcommand("show", "Print all members of an element");
@@ -200,7 +201,6 @@ static void declareCommands(CLI::App& app, Arguments& arguments)
     whole->add_option("-o,--output", arguments.outFile, "File to write instead of standard output")
         ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
     app.require_subcommand(1);
-    app.allow_windows_style_options(false); // /name is a path
     app.footer(HELP_END);
 }
 

@@ -53,7 +53,7 @@ static int runCreateSample(const SampleRequest& request)
     int result = createSampleJob(request.path, request.points, request.seed, &written);
     switch (result) {
     case SAMPLE_OK:
-        printf("%s: a sample job with %d points\n", path, written);
+        printf("%s: a sample job, points: %d\n", path, written);
         return STATUS_DONE;
     case SAMPLE_FULL:
         fprintf(stderr, "orvjob: %s: full with %d of %d points\n", path, written, request.points);

@@ -107,7 +107,7 @@ static int addBaseLine(Sample* sample)
 // them first.
 static int addBareLines(Sample* sample)
 {
-    int lines = std::min(sample->shots * 2 / 3, SAMPLE_BARE_LINES);
+    int lines = std::min(sample->shots / 3 * 2, SAMPLE_BARE_LINES);
     int result = IX_OK;
     for (int at = 1; at <= lines && result == IX_OK; ++at) {
         const Shot* begin = &sample->batch[static_cast<size_t>(at) - 1];

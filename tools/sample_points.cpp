@@ -148,7 +148,8 @@ static Shot takeShot(Sample* sample, int shot)
     constexpr double CROSSFALL = 0.025;
     constexpr double ROUGHNESS = 0.05;
     int sections = (sample->shots + SHOT_COLUMNS - 1) / SHOT_COLUMNS;
-    double station = sample->alignment.length * (shot / SHOT_COLUMNS + 0.5) / sections;
+    int section = shot / SHOT_COLUMNS;
+    double station = sample->alignment.length * (section + 0.5) / sections;
     double offset = COLUMNS[shot % SHOT_COLUMNS].offset;
     Place centre = placeOnAlignment(sample->alignment, station, &sample->batchPiece);
     Place place = placeBeside(centre, offset + randomBetween(&sample->random, -SWAY, SWAY));

@@ -47,11 +47,20 @@ template <typename Type> static std::string typeName()
     return "";
 }
 
+template <typename Type> constexpr size_t widthOf()
+{
+    if constexpr (std::is_pointer_v<Type>) {
+        return sizeof(void*);
+    } else {
+        return sizeof(Type);
+    }
+}
+
 // A double and what contains one lies on a multiple of 8 on every platform.
 template <typename Type> constexpr size_t alignmentOf()
 {
     if (std::is_same_v<Type, double> || std::is_class_v<Type> || std::is_union_v<Type>) return 8;
-    return std::is_array_v<Type> ? 1 : sizeof(Type);
+    return std::is_array_v<Type> ? 1 : widthOf<Type>();
 }
 
 template <typename RecordType, typename Type>
@@ -63,10 +72,10 @@ static Member member(const char* name, Type RecordType::*pointer)
     bool isPointer = std::is_pointer_v<Type>;
     return {name,
             typeName<Type>(),
-            isPointer ? 0 : sizeof(Type),
+            isPointer ? 0 : widthOf<Type>(),
             isPointer ? 0 : alignmentOf<Type>(),
             static_cast<size_t>(place - begin),
-            sizeof(Type)};
+            widthOf<Type>()};
 }
 
 // clang-format off

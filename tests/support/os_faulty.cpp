@@ -27,7 +27,12 @@ int osOpen(const char* path, OsAccess access)
     return fails(OS_CALL_OPEN) ? OS_FAILED : realOsOpen(path, access);
 }
 
-int osClose(int descriptor) { return fails(OS_CALL_CLOSE) ? OS_FAILED : realOsClose(descriptor); }
+int osClose(int descriptor)
+{
+    // The descriptor is given up even when that is answered with an error.
+    int result = realOsClose(descriptor);
+    return fails(OS_CALL_CLOSE) ? OS_FAILED : result;
+}
 
 int osReadAt(int descriptor, int64_t offset, void* buffer, int length)
 {
