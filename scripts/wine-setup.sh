@@ -67,7 +67,7 @@ echo "deb [$options] $mirror $release main" >"$apt/sources.list"
 
 # apt with i386 as its only architecture and all of its state in build/wine.
 private_apt() {
-  apt-get -q -o Acquire::Retries=3 -o APT::Sandbox::User= \
+  apt-get -q -o Acquire::Retries=3 -o Acquire::http::Timeout=30 -o APT::Sandbox::User= \
     -o APT::Architecture=i386 -o APT::Architectures=i386 \
     -o Dir::State="$apt" -o Dir::State::status="$apt/status" -o Dir::Cache="$apt/cache" \
     -o Dir::Etc::sourcelist="$apt/sources.list" -o Dir::Etc::sourceparts=/dev/null \

@@ -221,7 +221,7 @@ TEST(DamagedSegments, AreRefused)
     segments.pop_back();
     EXPECT_FALSE(isReadable(ELEMENT_CURVE, segments));
 
-    std::vector<std::string> endless = segmentsOf(std::string(128 * 200, 's'), 200);
+    std::vector<std::string> endless = segmentsOf(std::string(25600, 's'), 200);
     endless.back() = rawEntry(19, "", 1, "s", 127);
     EXPECT_FALSE(isReadable(ELEMENT_CURVE, endless));
     endless.push_back(rawEntry(19, "", 2, image));

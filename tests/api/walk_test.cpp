@@ -19,13 +19,9 @@ constexpr size_t ELEMENT_NAME_LIMIT = 15; // an element has no room for more of 
 static std::string read(IdxConnection* job, uint32_t kind, const std::string& what)
 {
     void* element = nullptr;
-    int32_t result = IDX_ERROR;
-    if (what == FIRST)
-        result = orvIdx_readFirstElement(job, kind, &element);
-    else if (what == NEXT)
-        result = orvIdx_readNextElement(job, kind, &element);
-    else
-        result = orvIdx_readElementbyName(job, kind, what.c_str(), &element);
+    int32_t result = what == FIRST  ? orvIdx_readFirstElement(job, kind, &element)
+                     : what == NEXT ? orvIdx_readNextElement(job, kind, &element)
+                                    : orvIdx_readElementbyName(job, kind, what.c_str(), &element);
     EXPECT_EQ(element != nullptr, result == IDX_OK);
     if (element == nullptr) return UNREADABLE;
 
