@@ -77,6 +77,7 @@ int readRecordAtPosition(IndexFile* file, int index, uint8_t* destination, uint3
     if (ixBeginRead(file) != 0) return IX_FILE_LOCK;
 
     Gathered gathered = {};
+    gathered.broken = segmentOrdinal(file) != 0; // the first segment is missing
     addSegment(file, destination, capacity, &gathered);
     if (!isLastSegment(file)) {
         gatherFurtherSegments(file, index, destination, capacity, &gathered);

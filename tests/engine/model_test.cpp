@@ -361,18 +361,19 @@ TEST_P(EngineModel, AgreesWithAnOrderedMap)
         bool growing = i % 3000 < 2000;
         int dice = model.below(100);
         forgetRevived(model, user.places[index], index);
-        if (dice < (growing ? 30 : 12))
+        if (dice < (growing ? 30 : 12)) {
             add(model, user, index);
-        else if (dice < 42)
+        } else if (dice < 42) {
             remove(model, user, index);
-        else if (dice < 52)
+        } else if (dice < 52) {
             find(model, user, index);
-        else if (dice < 82)
+        } else if (dice < 82) {
             step(model, user, index);
-        else if (dice < 92)
+        } else if (dice < 92) {
             readCurrent(model, user, index);
-        else
+        } else {
             lockOrUnlock(model, user, index);
+        }
         expectIdle(user.file);
         if (i % 1000 == 999) expectSameContent(model, user);
         if (i % 1000 == 999 && run.mode == OPEN_SHARED) expectCleanFile(path);

@@ -210,14 +210,15 @@ TEST_P(RecordLayer, AgreesWithAMap)
     for (int i = 0; i < 6000 && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("step " + std::to_string(i));
         int dice = model.below(100);
-        if (dice < 30)
+        if (dice < 30) {
             addRecord(model);
-        else if (dice < 60)
+        } else if (dice < 60) {
             findRecord(model);
-        else if (dice < 85)
+        } else if (dice < 85) {
             updateRecord(model);
-        else
+        } else {
             deleteRecord(model);
+        }
         ASSERT_EQ(model.file.readNesting + model.file.updateNesting + model.file.internalCall, 0);
         if (i % 500 == 499) expectSameRecords(model);
     }

@@ -1,5 +1,6 @@
 #include "tests/support/peer.h"
 
+#include <chrono>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -71,9 +72,11 @@ void endPeer(const Peer& peer, int signal)
 
 bool comesTrue(const std::function<bool()>& question)
 {
-    int tries = PEER_PATIENCE * 1000;
-    for (; tries > 0 && !question(); --tries) {
-        usleep(1000);
+    // Less than the other side's patience.
+    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(PEER_PATIENCE / 2);
+    while (!question()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        usleep(50);
     }
-    return tries > 0;
+    return true;
 }

@@ -35,7 +35,7 @@ bool hasSpoken(const Peer& other, int patience = 0);
 // middle of whatever it is doing. It is gone then.
 void endPeer(const Peer& peer, int signal = 0);
 
-// Asks until the answer is yes or patience ends: what a process held goes away some
+// Asks until the answer is yes, or for a good while: what a process held goes away some
 // time after its end.
 bool comesTrue(const std::function<bool()>& question);
 
