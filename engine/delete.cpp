@@ -59,14 +59,15 @@ static int removeFromLeaf(IndexFile* file, int index, int ordinal, Chain* chain)
     return changed ? writeNode(file, leaf) : IX_OK;
 }
 
-// Deletes the chain that starts at the position of the index, whose leaf is in the
-// node buffer. The position ends on the entry before it. 0 or IX_PAGE_IO.
+// Deletes the chain that starts at the position of the index, which ends on the entry
+// before it. 0 or IX_PAGE_IO.
 static int deleteChain(IndexFile* file, int index)
 {
     int startLeaf = file->leafPage[index];
     int start = file->positionInLeaf[index];
     Chain chain = {{}, 0, -1, false};
 
+    if (readNode(file, startLeaf, 0) != IX_OK) return IX_PAGE_IO;
     int result = removeFromLeaf(file, index, start, &chain);
     for (int moves = 0; result == IX_OK && !chain.complete; ++moves) {
         int page = nodeNextPage(engineState.nodeBuffer);
@@ -93,7 +94,8 @@ int deleteByKey(IndexFile* file, int index, const char* key, int32_t number)
     int result = beginMove(file, index, &updating);
     if (result == IX_OK) {
         SoughtKey sought = {text, number, 0};
-        const uint8_t* entry = descend(file, index, &sought);
+        NodeView leaf = {};
+        const uint8_t* entry = descend(file, index, &sought, &leaf);
         if (entry == nullptr) {
             result = IX_DESCENT_FAILED;
         } else if (isEndMarker(entry) || compareEntry(entry, &sought) != 0) {
@@ -150,15 +152,15 @@ int ixDelete(IndexFile* file, int index, const char* key, int32_t number)
 static int deleteByPlace(IndexFile* file, int index)
 {
     if (file->removedAtPosition[index] == 1) return IX_NOT_FOUND;
-    if (readNode(file, file->leafPage[index], 0) != IX_OK) return IX_PAGE_IO;
+    NodeView leaf = {};
+    if (viewNode(file, file->leafPage[index], 0, &leaf) != IX_OK) return IX_PAGE_IO;
 
-    const uint8_t* node = engineState.nodeBuffer;
     int ordinal = file->positionInLeaf[index];
-    if (ordinal < 0 || ordinal >= nodeCount(node)) return IX_NOT_FOUND;
+    if (ordinal < 0 || ordinal >= nodeCount(leaf.node)) return IX_NOT_FOUND;
     char text[SOUGHT_KEY_SIZE];
     buildSoughtKey(text, index, file->keyBuffer[index]);
     SoughtKey here = {text, file->numberAtPosition[index], 0};
-    if (compareEntry(entryAt(node, ordinal), &here) != 0) return IX_NOT_FOUND;
+    if (compareEntry(entryAt(leaf.node, ordinal), &here) != 0) return IX_NOT_FOUND;
     return deleteChain(file, index);
 }
 

@@ -100,9 +100,18 @@ struct IndexFile {
     // 1 when changes of an update could not be written at its end and wait in the
     // cache for the next bracket.
     uint8_t flushPending;
+    // 1 after an update was refused inside an outermost read; whoever opened that read
+    // clears it and asks.
+    uint8_t updateRefused;
     // The change counter that the file is known to hold. A header write that failed
     // leaves changeCounter ahead of it.
     uint32_t counterInFile;
+
+    // Where the entry at each position lies, true for as long as the leaf has the
+    // content noted.
+    uint64_t contentAtPosition[INDEX_SLOTS]; // 0: not known
+    uint16_t offsetAtPosition[INDEX_SLOTS];  // of the entry in its page
+    uint8_t firstOfKey[INDEX_SLOTS];         // 1: no entry before it has its key
 };
 
 // True when the context is open; every operation asks first.

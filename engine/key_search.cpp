@@ -5,12 +5,10 @@
 // Chooses the child to descend into: the last one whose keys can include the
 // sought key. Returns its page, or NO_PAGE when a neighbour cannot be read.
 //
-// Expects a branch of the level in the node buffer; leaves there the node decided
-// on, which lies further right when the search had to move.
-static int chooseChild(IndexFile* file, int level, const SoughtKey* sought)
+// Expects a branch of the level; when the search has to move right, it looks at its
+// neighbours.
+static int chooseChild(IndexFile* file, int level, const uint8_t* node, const SoughtKey* sought)
 {
-    const uint8_t* node = engineState.nodeBuffer;
-
     // More moves than pages: the neighbour chain runs in a circle.
     for (int moves = 0; moves < file->pagesInFile; ++moves) {
         int child = nodeLeftmostChild(node);
@@ -25,16 +23,18 @@ static int chooseChild(IndexFile* file, int level, const SoughtKey* sought)
         // upper bound of this node, so larger keys belong to the neighbour.
         int neighbour = nodeNextPage(node);
         if (neighbour == NO_PAGE) return child;
-        if (readNode(file, neighbour, level) != IX_OK) return NO_PAGE;
+        NodeView view = {};
+        if (viewNode(file, neighbour, level, &view) != IX_OK) return NO_PAGE;
+        node = view.node;
     }
     return NO_PAGE;
 }
 
-// First entry of the leaf in the node buffer that is at or after the sought key,
-// or the end marker; *ordinal becomes its place.
-static const uint8_t* walkLeaf(const SoughtKey* sought, int* ordinal)
+// First entry of the leaf that is at or after the sought key, or the end marker;
+// *ordinal becomes its place.
+static const uint8_t* walkLeaf(const uint8_t* leaf, const SoughtKey* sought, int* ordinal)
 {
-    const uint8_t* entry = firstEntry(engineState.nodeBuffer);
+    const uint8_t* entry = firstEntry(leaf);
     *ordinal = 0;
     while (!isEndMarker(entry) && compareEntry(entry, sought) < 0) {
         entry = nextEntry(entry);
@@ -43,50 +43,50 @@ static const uint8_t* walkLeaf(const SoughtKey* sought, int* ordinal)
     return entry;
 }
 
-// The leaf to the right of the one in the node buffer in which the search has to
-// go on: the next one with entries, if its first entry is not above the sought key.
-// That is never so in a sound tree; it is where a process was killed between
-// writing a split leaf and its parent. NO_PAGE when the search ends here, -2 when
-// a leaf on the way is damaged. *moves counts the leaves looked at by one descent:
-// more than there are pages run in a circle.
+// The leaf to the right of this one in which the search has to go on: the next one
+// with entries, if its first entry is not above the sought key. That is never so in a
+// sound tree; it is where a process was killed between writing a split leaf and its
+// parent. NO_PAGE when the search ends here, -2 when a leaf on the way is damaged.
+// *moves counts the leaves looked at by one descent: more than there are pages run in
+// a circle.
 constexpr int DAMAGED_LEAF = -2;
 
-static int leafToGoOnIn(IndexFile* file, const SoughtKey* sought, int* moves)
+static int leafToGoOnIn(IndexFile* file, const uint8_t* leaf, const SoughtKey* sought, int* moves)
 {
-    int page = nodeNextPage(engineState.nodeBuffer);
+    int page = nodeNextPage(leaf);
     while (page != NO_PAGE) {
         bool circle = ++*moves > file->pagesInFile;
         if (circle || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
-        const uint8_t* leaf = engineState.peekBuffer;
-        if (nodeCount(leaf) > 0) {
-            return compareEntry(firstEntry(leaf), sought) <= 0 ? page : NO_PAGE;
+        const uint8_t* next = engineState.peekBuffer;
+        if (nodeCount(next) > 0) {
+            return compareEntry(firstEntry(next), sought) <= 0 ? page : NO_PAGE;
         }
-        page = nodeNextPage(leaf);
+        page = nodeNextPage(next);
     }
     return NO_PAGE;
 }
 
-const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought)
+const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, NodeView* leaf)
 {
     int page = file->rootPage;
     int level = file->height - 1;
-    if (readNode(file, page, level) != IX_OK) return nullptr;
+    if (viewNode(file, page, level, leaf) != IX_OK) return nullptr;
     while (level > 0) {
         engineState.path[level] = page;
-        page = chooseChild(file, level, sought);
+        page = chooseChild(file, level, leaf->node, sought);
         --level;
-        if (readNode(file, page, level) != IX_OK) return nullptr;
+        if (viewNode(file, page, level, leaf) != IX_OK) return nullptr;
     }
 
     int ordinal = 0;
     int moves = 0;
-    const uint8_t* entry = walkLeaf(sought, &ordinal);
+    const uint8_t* entry = walkLeaf(leaf->node, sought, &ordinal);
     while (isEndMarker(entry)) {
-        int right = leafToGoOnIn(file, sought, &moves);
+        int right = leafToGoOnIn(file, leaf->node, sought, &moves);
         if (right == NO_PAGE) break;
-        if (readNode(file, right, 0) != IX_OK) return nullptr;
+        if (viewNode(file, right, 0, leaf) != IX_OK) return nullptr;
         page = right;
-        entry = walkLeaf(sought, &ordinal);
+        entry = walkLeaf(leaf->node, sought, &ordinal);
     }
 
     file->positionInLeaf[index] = ordinal;
@@ -100,25 +100,39 @@ const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought)
     return entry;
 }
 
-const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index)
+const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index, NodeView* leaf)
 {
-    const uint8_t* node = engineState.nodeBuffer;
     for (int moves = 0; moves <= file->pagesInFile; ++moves) {
-        int page = nodeNextPage(node);
-        if (page == NO_PAGE) return entryAt(node, nodeCount(node));
-        if (readNode(file, page, 0) != IX_OK) return nullptr;
+        int page = nodeNextPage(leaf->node);
+        if (page == NO_PAGE) return entryAt(leaf->node, nodeCount(leaf->node));
+        if (viewNode(file, page, 0, leaf) != IX_OK) return nullptr;
         file->positionInLeaf[index] = 0;
         file->leafPage[index] = page;
-        if (nodeCount(node) > 0) return firstEntry(node);
+        if (nodeCount(leaf->node) > 0) return firstEntry(leaf->node);
     }
     return nullptr;
 }
 
+// Makes the entry at the position, where a search has ended, the current one and
+// answers how it compares. An entry below the sought key: the leaf chain runs backwards.
+static int takeFound(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
+                     const SoughtKey* sought)
+{
+    int order = compareEntry(entry, sought);
+    if (order < 0) return withStatus(file, IX_DESCENT_FAILED);
+    takeEntry(file, entry);
+    bool sameKey = order == 0 || strcmp(entryKey(entry), sought->key) == 0;
+    notePlace(file, index, leaf, entry, !sameKey || sought->number <= 0);
+    if (order == 0) return withStatus(file, IX_OK);
+    return withStatus(file, sameKey ? IX_SAME_KEY : IX_GREATER_KEY);
+}
+
 int locate(IndexFile* file, int index, const SoughtKey* sought)
 {
-    const uint8_t* entry = descend(file, index, sought);
+    NodeView leaf = {};
+    const uint8_t* entry = descend(file, index, sought, &leaf);
     if (entry != nullptr && isEndMarker(entry)) {
-        entry = nextNonEmptyLeaf(file, index);
+        entry = nextNonEmptyLeaf(file, index, &leaf);
         if (entry != nullptr && !isEndMarker(entry)) setPosition(file, index, entry);
     }
     if (entry == nullptr) return withStatus(file, IX_DESCENT_FAILED);
@@ -127,13 +141,56 @@ int locate(IndexFile* file, int index, const SoughtKey* sought)
         clearCurrentEntry(file);
         return withStatus(file, IX_NOT_FOUND);
     }
+    return takeFound(file, index, &leaf, entry, sought);
+}
 
-    int order = compareEntry(entry, sought);
-    if (order < 0) return withStatus(file, IX_DESCENT_FAILED); // the leaf chain runs backwards
-    takeEntry(file, entry);
-    if (order == 0) return withStatus(file, IX_OK);
-    bool sameKey = strcmp(entryKey(entry), sought->key) == 0;
-    return withStatus(file, sameKey ? IX_SAME_KEY : IX_GREATER_KEY);
+int locateOnward(IndexFile* file, int index, const SoughtKey* sought)
+{
+    NodeView leaf = {};
+    const uint8_t* entry = entryAtNotedPlace(file, index, &leaf);
+    if (entry == nullptr) return locate(file, index, sought);
+
+    int ordinal = file->positionInLeaf[index];
+    do {
+        entry = nextEntry(entry);
+        ++ordinal;
+    } while (!isEndMarker(entry) && compareEntry(entry, sought) < 0);
+    if (isEndMarker(entry)) {
+        ordinal = 0;
+        entry = nextNonEmptyLeaf(file, index, &leaf);
+        bool found = entry != nullptr && !isEndMarker(entry) && compareEntry(entry, sought) >= 0;
+        // The end of the tree, a longer way, damage.
+        if (!found) return locate(file, index, sought);
+    }
+    file->positionInLeaf[index] = ordinal;
+    setPosition(file, index, entry);
+    return takeFound(file, index, &leaf, entry, sought);
+}
+
+// True when a search for the key would end at the position, if its place is the one
+// noted: it is the very entry, or the first with the key and no number is sought.
+static bool mayStandOn(const IndexFile* file, int index, const SoughtKey* sought)
+{
+    int32_t number = file->numberAtPosition[index];
+    bool whole = (file->segmentAtPosition[index] & SEGMENT_ORDINAL) == 0;
+    bool itself = number == sought->number && whole;
+    bool first = file->firstOfKey[index] != 0 && sought->number == 0 && number >= 0;
+    return file->contentAtPosition[index] != 0 && (itself || first) &&
+           strcmp(file->keyBuffer[index], sought->key + 1) == 0;
+}
+
+// locate for the first segment of a key of the index itself, which the position may
+// be on already.
+static int locateHere(IndexFile* file, int index, const SoughtKey* sought)
+{
+    if (!mayStandOn(file, index, sought)) return locate(file, index, sought);
+    NodeView leaf = {};
+    const uint8_t* entry = entryAtNotedPlace(file, index, &leaf);
+    if (entry == nullptr) return locate(file, index, sought);
+    bool firstOfKey = file->firstOfKey[index] != 0;
+    int result = takeFound(file, index, &leaf, entry, sought);
+    notePlace(file, index, &leaf, entry, firstOfKey);
+    return result;
 }
 
 int checkRequest(IndexFile* file, int index, const void* data, uint32_t length)
@@ -174,12 +231,14 @@ int endMove(IndexFile* file, bool updating)
     return updating ? ixEndUpdate(file) : ixEndRead(file);
 }
 
-int findSought(IndexFile* file, int index, const SoughtKey* sought, void* data, uint32_t length)
+int findSought(IndexFile* file, int index, const SoughtKey* sought, SearchFrom from, void* data,
+               uint32_t length)
 {
     const char* callersKey = file->key;
     uint8_t* callersData = file->data;
 
-    int result = locate(file, index, sought);
+    int result = from == FROM_POSITION ? locateOnward(file, index, sought)
+                                       : locateHere(file, index, sought);
     bool past = result >= 0 && file->indexAtPosition[index] != index;
     if (past) {
         clearCurrentEntry(file);
@@ -221,7 +280,7 @@ int ixFind(IndexFile* file, int index, const char* key, int32_t number, void* da
     file->segment = 0; // the first segment of a record
     file->ioError = 0;
     SoughtKey sought = {text, number, 0};
-    result = findSought(file, index, &sought, data, length);
+    result = findSought(file, index, &sought, FROM_ROOT, data, length);
     int ended = endMove(file, updating);
     return withStatus(file, ended != 0 ? ended : result);
 }

@@ -8,15 +8,15 @@
 #include "engine/positions.h"
 
 // Descends to the first entry at or after the sought key in the leaf where it
-// belongs. Returns it, or that leaf's end marker, in the node buffer; null when a
-// page is damaged or cannot be read. Sets the position of the index there. The
-// sought key must not lie in the context.
-const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought);
+// belongs. Returns it, or that leaf's end marker, and the leaf; null when a page is
+// damaged or cannot be read. Sets the position of the index there, without noting its
+// place. The sought key must not lie in the context.
+const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, NodeView* leaf);
 
-// From a position at the end of the leaf in the node buffer: moves it to the first
-// entry of the next leaf that has any. Returns the entry, the end marker of the
-// last leaf when there is none, null on failure.
-const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index);
+// From a position at the end of the leaf: moves it to the first entry of the next leaf
+// that has any, which becomes *leaf. Returns the entry, the end marker of the last
+// leaf when there is none, null on failure.
+const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index, NodeView* leaf);
 
 // Finds the first entry of the tree at or after the sought key, which may belong to
 // a later index, and makes it position and current entry. IX_OK, IX_SAME_KEY,
@@ -24,9 +24,17 @@ const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index);
 // status.
 int locate(IndexFile* file, int index, const SoughtKey* sought);
 
-// The search of ixFind, inside a bracket. The key string of the sought key may be
-// longer than any stored one.
-int findSought(IndexFile* file, int index, const SoughtKey* sought, void* data, uint32_t length);
+// The same for a key above that at the position: along the leaf when the place of the
+// position is noted.
+int locateOnward(IndexFile* file, int index, const SoughtKey* sought);
+
+enum SearchFrom { FROM_ROOT, FROM_POSITION };
+
+// The search of ixFind, inside a bracket. The key string of the sought key, which is
+// one of the index, may be longer than any stored one. From the position: for a key
+// above it.
+int findSought(IndexFile* file, int index, const SoughtKey* sought, SearchFrom from, void* data,
+               uint32_t length);
 
 // IX_OK, IX_NOT_OPEN or IX_BAD_ARGUMENT for an operation on an index with a buffer.
 int checkRequest(IndexFile* file, int index, const void* data, uint32_t length);

@@ -7,22 +7,32 @@ static bool pageExists(const IndexFile* file, int pageNumber)
     return pageNumber >= 0 && pageNumber < file->pagesInFile;
 }
 
-int readNode(IndexFile* file, int pageNumber, int level)
+int viewNode(IndexFile* file, int pageNumber, int level, NodeView* view)
 {
     if (!pageExists(file, pageNumber)) return IX_DESCENT_FAILED;
 
-    uint8_t* node = engineState.nodeBuffer;
-    bool sound = false;
-    int result = cachedPageRead(file, node, pageNumber, &sound);
+    PageView page = {};
+    int result = cachedPageView(file, &page, pageNumber);
     if (result != IX_OK) return result;
-    if (!sound) {
-        if (!nodeIsSound(node)) return IX_DESCENT_FAILED;
+    if (!page.sound) {
+        if (!nodeIsSound(page.page)) return IX_DESCENT_FAILED;
         markPageSound();
     }
+    *view = {page.page, page.content};
+    return nodeLevel(page.page) == level ? IX_OK : IX_DESCENT_FAILED;
+}
+
+int readNode(IndexFile* file, int pageNumber, int level)
+{
+    NodeView view = {};
+    int result = viewNode(file, pageNumber, level, &view);
+    if (result != IX_OK) return result;
 
     // A full page has its end marker in the room behind it.
+    uint8_t* node = engineState.nodeBuffer;
+    memcpy(node, view.node, NODE_PAGE_SIZE);
     node[NODE_PAGE_SIZE] = 0;
-    return nodeLevel(node) == level ? IX_OK : IX_DESCENT_FAILED;
+    return IX_OK;
 }
 
 int peekNode(IndexFile* file, int pageNumber, int level)

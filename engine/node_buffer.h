@@ -1,13 +1,24 @@
-// Pages in and out of the node buffer. For engine/.
+// Nodes: looked at where they lie in the page cache, and taken in and out of the node
+// buffer to be changed. For engine/.
 #pragma once
 
 #include "engine/engine_state.h"
 #include "engine/index_file.h"
 #include "engine/results.h"
 
-// Reads a page into the node buffer. IX_OK, an I/O code, or IX_DESCENT_FAILED when
-// the page number lies outside the file, the page is not sound or has another
-// level than expected. A node that failed must not be looked at.
+// A node in the cache. It stays there while no more than a few other nodes are read:
+// none that has been left is to be looked at again.
+struct NodeView {
+    const uint8_t* node;
+    uint64_t content; // the same number: the very same bytes; never 0
+};
+
+// IX_OK, an I/O code, or IX_DESCENT_FAILED when the page number lies outside the
+// file, the page is not sound or has another level than expected. A node that failed
+// must not be looked at.
+int viewNode(IndexFile* file, int pageNumber, int level, NodeView* view);
+
+// The same into the node buffer.
 int readNode(IndexFile* file, int pageNumber, int level);
 
 // The same into the peek buffer; neither the node buffer nor the cache's order of

@@ -183,6 +183,7 @@ int insertEntry(IndexFile* file, int index, const uint8_t* newEntry)
     Insertion insertion = {file, file->leafPage[index], 0, false, IX_OK, {}};
     memcpy(insertion.entry, newEntry, static_cast<size_t>(entrySize(newEntry)));
     uint8_t* node = engineState.nodeBuffer;
+    if (readNode(file, insertion.page, 0) != IX_OK) return IX_PAGE_IO;
     int offset = static_cast<int>(entryAt(node, file->positionInLeaf[index]) - node);
 
     for (;;) {

@@ -3,7 +3,7 @@
 
 #include "engine/engine.h"
 
-// Inserts the entry into the leaf in the node buffer at the position of the index,
+// Inserts the entry into the leaf at the position of the index,
 // where a descent to its key has just ended, and splits nodes up to the root as
 // needed. Leaves the position on the new entry. 0, or
 //   IX_SHORT_WRITE  the file cannot grow; nothing is changed, unless the growth

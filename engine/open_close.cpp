@@ -42,6 +42,7 @@ static void initContext(IndexFile* file)
     dropFile(file->fileDescriptor);
     file->headerDirty = 0;
     file->flushPending = 0;
+    file->updateRefused = 0;
     file->changeCounter = 0;
     file->counterInFile = 0;
     file->userSlot = NO_SLOT;
@@ -60,6 +61,7 @@ static void initContext(IndexFile* file)
         file->removedAtPosition[index] = 0;
         file->numberAtPosition[index] = 0;
         file->segmentAtPosition[index] = 0;
+        file->contentAtPosition[index] = 0;
         file->recordLockState[index] = UNLOCKED;
     }
 }

@@ -1,5 +1,7 @@
 #include "engine/positions.h"
 
+#include "engine/results.h"
+
 static void copyKeyString(char* buffer, const char* key)
 {
     size_t length = strnlen(key, MAX_KEY);
@@ -17,10 +19,33 @@ void buildSoughtKey(char* text, int index, const char* key)
 
 void setPosition(IndexFile* file, int index, const uint8_t* entry)
 {
+    size_t keyLength = static_cast<size_t>(entryKeyLength(entry)); // index byte included
+    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
     file->indexAtPosition[index] = entryIndex(entry);
-    copyKeyString(file->keyBuffer[index], entryKey(entry) + 1);
-    file->numberAtPosition[index] = entryNumber(entry);
-    file->segmentAtPosition[index] = entrySegment(entry);
+    memcpy(file->keyBuffer[index], entryKey(entry) + 1, keyLength);
+    file->numberAtPosition[index] = loadInt32(tail);
+    file->segmentAtPosition[index] = tail[4];
+    file->contentAtPosition[index] = 0;
+}
+
+void notePlace(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
+               bool firstOfKey)
+{
+    file->contentAtPosition[index] = leaf->content;
+    file->offsetAtPosition[index] = static_cast<uint16_t>(entry - leaf->node);
+    file->firstOfKey[index] = firstOfKey ? 1 : 0;
+}
+
+const uint8_t* entryAtNotedPlace(IndexFile* file, int index, NodeView* leaf)
+{
+    bool reading = file->openMode == OPEN_SHARED && file->fileLockState == LOCKED &&
+                   file->fileLockExclusive == 0;
+    bool noted = file->contentAtPosition[index] != 0 && file->indexAtPosition[index] == index &&
+                 file->removedAtPosition[index] == 0;
+    if (!reading || !noted) return nullptr;
+    if (viewNode(file, file->leafPage[index], 0, leaf) != IX_OK) return nullptr;
+    if (leaf->content != file->contentAtPosition[index]) return nullptr;
+    return leaf->node + file->offsetAtPosition[index];
 }
 
 void setPositionPastEnd(IndexFile* file, int index)
@@ -29,12 +54,14 @@ void setPositionPastEnd(IndexFile* file, int index)
     file->keyBuffer[index][0] = 0;
     file->numberAtPosition[index] = 0;
     file->segmentAtPosition[index] = 0;
+    file->contentAtPosition[index] = 0;
 }
 
 void setPositionKey(IndexFile* file, int index, const char* key, int32_t number)
 {
     copyKeyString(file->keyBuffer[index], key);
     file->numberAtPosition[index] = number;
+    file->contentAtPosition[index] = 0;
 }
 
 void setPositionBeforeStart(IndexFile* file, int index)
@@ -42,14 +69,17 @@ void setPositionBeforeStart(IndexFile* file, int index)
     if (file->indexAtPosition[index] >= index) file->indexAtPosition[index] = index - 1;
     file->keyBuffer[index][0] = 0;
     file->numberAtPosition[index] = -1;
+    file->contentAtPosition[index] = 0;
 }
 
 void takeEntry(IndexFile* file, const uint8_t* entry)
 {
+    int keyLength = entryKeyLength(entry);
+    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
+    int length = entrySize(entry) - ENTRY_OVERHEAD - keyLength;
     memcpy(file->currentEntry, entry + ENTRY_KEY, entry[0]);
-    file->number = entryNumber(entry);
-    file->segment = entrySegment(entry);
-    int length = entryDataLength(entry);
+    file->number = loadInt32(tail);
+    file->segment = tail[4];
     file->dataLength = static_cast<uint32_t>(length);
     file->data = length == 0 ? nullptr : file->currentEntry + (entry[0] - length);
     file->key = reinterpret_cast<const char*>(file->currentEntry);
@@ -71,6 +101,9 @@ void keepPosition(const IndexFile* file, int index, KeptPosition* kept)
     kept->positionInLeaf = file->positionInLeaf[index];
     kept->leafPage = file->leafPage[index];
     kept->indexAtPosition = file->indexAtPosition[index];
+    kept->content = file->contentAtPosition[index];
+    kept->offset = file->offsetAtPosition[index];
+    kept->firstOfKey = file->firstOfKey[index];
 }
 
 void putPositionBack(IndexFile* file, int index, const KeptPosition* kept)
@@ -80,6 +113,9 @@ void putPositionBack(IndexFile* file, int index, const KeptPosition* kept)
     file->positionInLeaf[index] = kept->positionInLeaf;
     file->leafPage[index] = kept->leafPage;
     file->indexAtPosition[index] = kept->indexAtPosition;
+    file->contentAtPosition[index] = kept->content;
+    file->offsetAtPosition[index] = kept->offset;
+    file->firstOfKey[index] = kept->firstOfKey;
 }
 
 constexpr int LAST_SLOT = INDEX_SLOTS - 1;

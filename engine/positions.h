@@ -4,6 +4,7 @@
 
 #include "engine/index_file.h"
 #include "engine/key_order.h"
+#include "engine/node_buffer.h"
 
 // Bytes of a sought key: index byte, key string, one character more (a step past
 // the highest number of a key appends it) and the zero byte.
@@ -12,8 +13,18 @@ constexpr int SOUGHT_KEY_SIZE = 1 + MAX_KEY + 1 + 1;
 // Writes index byte and key string; the key string is cut to the room.
 void buildSoughtKey(char* text, int index, const char* key);
 
-// Makes the entry the one at the position: index, key, number and segment.
+// Makes the entry the one at the position: index, key, number and segment. Like the
+// other changes of a position it forgets the place noted.
 void setPosition(IndexFile* file, int index, const uint8_t* entry);
+// Notes where the entry at the position lies in its leaf. firstOfKey: it is known
+// that no entry before it has its key.
+void notePlace(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
+               bool firstOfKey);
+// The entry at the position, whose leaf becomes *leaf, when its place is noted and
+// may be used: in shared mode while a bracket for reading holds the file lock. In
+// updates the pages are to be used in the order of the searches, which is the order
+// of writing. Null when it has to be searched.
+const uint8_t* entryAtNotedPlace(IndexFile* file, int index, NodeView* leaf);
 // The position is behind the last entry of the tree.
 void setPositionPastEnd(IndexFile* file, int index);
 // Replaces key string and number, as a search that failed does.
@@ -35,6 +46,9 @@ struct KeptPosition {
     int32_t positionInLeaf;
     int32_t leafPage;
     int32_t indexAtPosition;
+    uint64_t content;
+    uint16_t offset;
+    uint8_t firstOfKey;
 };
 void keepPosition(const IndexFile* file, int index, KeptPosition* kept);
 void putPositionBack(IndexFile* file, int index, const KeptPosition* kept);

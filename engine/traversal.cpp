@@ -1,5 +1,6 @@
 // Sequential traversal. In shared mode a position is re-found by its key, for
-// another process may have changed the tree since; in exclusive mode it is exact.
+// another process may have changed the tree since, unless its leaf is seen to be the
+// same; in exclusive mode it is exact.
 #include "engine/traversal.h"
 
 #include "engine/key_search.h"
@@ -26,12 +27,14 @@ static int stepForwardByPlace(IndexFile* file, int index, StepCheck check)
     SoughtKey before = keyAtPosition(file, index, text);
     KeptPosition start;
     keepPosition(file, index, &start);
-    int result = readNode(file, file->leafPage[index], 0);
+    NodeView leaf = {};
+    int result = viewNode(file, file->leafPage[index], 0, &leaf);
     if (result != IX_OK) return withStatus(file, result);
 
-    const uint8_t* node = engineState.nodeBuffer;
-    const uint8_t* entry = entryAt(node, ++file->positionInLeaf[index]);
-    if (file->positionInLeaf[index] >= nodeCount(node)) entry = nextNonEmptyLeaf(file, index);
+    const uint8_t* entry = entryAt(leaf.node, ++file->positionInLeaf[index]);
+    if (file->positionInLeaf[index] >= nodeCount(leaf.node)) {
+        entry = nextNonEmptyLeaf(file, index, &leaf);
+    }
     if (entry == nullptr) {
         putPositionBack(file, index, &start); // the next step is to start there again
         return withStatus(file, IX_DESCENT_FAILED);
@@ -58,27 +61,27 @@ int stepForward(IndexFile* file, int index)
     buildSoughtKey(text, index, file->keyBuffer[index]);
     uint8_t nextSegment = static_cast<uint8_t>(file->segmentAtPosition[index] + 1);
     SoughtKey sought = {text, file->numberAtPosition[index], nextSegment};
-    return locate(file, index, &sought);
+    return locateOnward(file, index, &sought);
 }
 
-// Moves to the last entry of the nearest leaf to the left that has any. Null when
-// there is none (*result IX_NOT_FOUND) or on failure.
-static const uint8_t* lastOfPreviousLeaf(IndexFile* file, int index, int* result)
+// Moves to the last entry of the nearest leaf to the left of this one that has any.
+// Null when there is none (*result IX_NOT_FOUND) or on failure.
+static const uint8_t* lastOfPreviousLeaf(IndexFile* file, int index, NodeView* leaf, int* result)
 {
-    const uint8_t* node = engineState.nodeBuffer;
     *result = IX_DESCENT_FAILED;
     for (int moves = 0; moves <= file->pagesInFile; ++moves) {
-        int page = nodePreviousPage(node);
+        int page = nodePreviousPage(leaf->node);
         if (page == NO_PAGE) {
             *result = IX_NOT_FOUND;
             return nullptr;
         }
-        if (readNode(file, page, 0) != IX_OK) return nullptr;
+        if (viewNode(file, page, 0, leaf) != IX_OK) return nullptr;
         file->leafPage[index] = page;
-        if (nodeCount(node) > 0) {
-            file->positionInLeaf[index] = nodeCount(node) - 1;
+        int last = nodeCount(leaf->node) - 1;
+        if (last >= 0) {
+            file->positionInLeaf[index] = last;
             *result = IX_OK;
-            return entryAt(node, nodeCount(node) - 1);
+            return entryAt(leaf->node, last);
         }
     }
     return nullptr;
@@ -90,10 +93,10 @@ static int stepBackByPlace(IndexFile* file, int index, StepCheck check)
     SoughtKey before = keyAtPosition(file, index, text);
     KeptPosition start;
     keepPosition(file, index, &start);
-    int result = readNode(file, file->leafPage[index], 0);
+    NodeView leaf = {};
+    int result = viewNode(file, file->leafPage[index], 0, &leaf);
     if (result != IX_OK) return withStatus(file, result);
 
-    const uint8_t* node = engineState.nodeBuffer;
     int* ordinal = &file->positionInLeaf[index];
     // A removal has moved the position to the entry before the removed one.
     bool alreadyBack = file->removedAtPosition[index] == 1 && *ordinal != -1;
@@ -101,9 +104,9 @@ static int stepBackByPlace(IndexFile* file, int index, StepCheck check)
 
     const uint8_t* entry = nullptr;
     if (*ordinal == -1) {
-        entry = lastOfPreviousLeaf(file, index, &result);
-    } else if (*ordinal < nodeCount(node)) {
-        entry = entryAt(node, *ordinal);
+        entry = lastOfPreviousLeaf(file, index, &leaf, &result);
+    } else if (*ordinal < nodeCount(leaf.node)) {
+        entry = entryAt(leaf.node, *ordinal);
     } else {
         result = IX_DESCENT_FAILED; // the leaf has fewer entries than the position says
     }
@@ -168,7 +171,7 @@ static int nextByKey(IndexFile* file, int index, void* data, uint32_t length)
 
     char text[SOUGHT_KEY_SIZE];
     SoughtKey sought = keyBehindPosition(file, index, text);
-    int result = findSought(file, index, &sought, data, length);
+    int result = findSought(file, index, &sought, FROM_POSITION, data, length);
     if (result >= 0) return IX_OK;
 
     // The next call is to try again from the same place.
@@ -309,16 +312,16 @@ static int readByPlace(IndexFile* file, int index, void* data, uint32_t length)
 {
     char text[SOUGHT_KEY_SIZE];
     SoughtKey here = keyAtPosition(file, index, text);
-    int result = readNode(file, file->leafPage[index], 0);
+    NodeView leaf = {};
+    int result = viewNode(file, file->leafPage[index], 0, &leaf);
     if (result != IX_OK) return result;
 
-    const uint8_t* node = engineState.nodeBuffer;
     int ordinal = file->positionInLeaf[index];
-    if (ordinal < 0 || ordinal >= nodeCount(node)) {
+    if (ordinal < 0 || ordinal >= nodeCount(leaf.node)) {
         clearCurrentEntry(file);
         return IX_NOT_FOUND;
     }
-    const uint8_t* entry = entryAt(node, ordinal);
+    const uint8_t* entry = entryAt(leaf.node, ordinal);
     if (compareEntry(entry, &here) != 0) return IX_DESCENT_FAILED;
     takeEntry(file, entry);
     return deliver(file, index, data, length);

@@ -105,7 +105,8 @@ int ixBeginUpdate(IndexFile* file)
             int result = lockAndRefresh(file, true);
             if (result != 0) return result;
         } else if (file->fileLockExclusive == 0) {
-            return IX_FILE_LOCK; // inside an outermost read
+            file->updateRefused = 1; // inside an outermost read
+            return IX_FILE_LOCK;
         }
     }
     ++file->updateNesting;

@@ -11,7 +11,7 @@ struct IndexFile;
 
 // 0, or a code that callers turn into IX_FILE_LOCK; nothing is held or counted
 // then. An update inside an outermost read is refused: it would change the file
-// under the shared lock.
+// under the shared lock. The context's updateRefused tells of it afterwards.
 int ixBeginRead(IndexFile* file);
 int ixBeginUpdate(IndexFile* file);
 

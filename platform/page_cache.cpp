@@ -3,10 +3,13 @@
 //
 // Invariants
 //   1. Every block stands once in the list of use, free blocks included.
-//   2. A block stands in the bucket of its page exactly while descriptor != -1.
+//   2. A block stands in the lists of its hash and of its file exactly while
+//      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
+//      free block is never dirty.
 //   3. No two blocks hold the same page.
-//   4. The victim is always the last block of the list, free or not: the order in
-//      which pages are written back depends on the order of use alone.
+//   4. The victim is always the last block of the list of use, free or not, and the
+//      dirty blocks stand in the order of use: the order in which pages are written
+//      back depends on the order of use alone.
 #include "platform/platform_state.h"
 
 #include <cstring>
@@ -47,15 +50,51 @@ static CacheBlock* findBlock(int descriptor, int pageNumber)
     return block;
 }
 
+static CacheBlock** fileListOf(int descriptor)
+{
+    return &platformState.cache.files[descriptor & (CACHE_FILES - 1)];
+}
+
+static void setClean(CacheBlock* block)
+{
+    if (block->dirty == 0) return;
+    block->dirty = 0;
+    if (block->dirtyNext != nullptr) block->dirtyNext->dirtyPrevious = block->dirtyPrevious;
+    if (block->dirtyPrevious != nullptr) {
+        block->dirtyPrevious->dirtyNext = block->dirtyNext;
+    } else {
+        platformState.cache.dirtyHead = block->dirtyNext;
+    }
+}
+
+// Expects the block to be the one used last.
+static void setDirty(CacheBlock* block)
+{
+    setClean(block);
+    PageCache* cache = &platformState.cache;
+    block->dirty = 1;
+    block->dirtyPrevious = nullptr;
+    block->dirtyNext = cache->dirtyHead;
+    if (cache->dirtyHead != nullptr) cache->dirtyHead->dirtyPrevious = block;
+    cache->dirtyHead = block;
+}
+
 // Makes the block free; its place in the list of use stays.
 static void freeBlock(CacheBlock* block)
 {
     if (block->descriptor == -1) return;
+    setClean(block);
     CacheBlock** link = bucketOf(block->descriptor, block->pageNumber);
     while (*link != block) {
         link = &(*link)->bucketNext;
     }
     *link = block->bucketNext;
+    if (block->fileNext != nullptr) block->fileNext->filePrevious = block->filePrevious;
+    if (block->filePrevious != nullptr) {
+        block->filePrevious->fileNext = block->fileNext;
+    } else {
+        *fileListOf(block->descriptor) = block->fileNext;
+    }
     block->descriptor = -1;
 }
 
@@ -63,10 +102,15 @@ static void freeBlock(CacheBlock* block)
 static void bindBlock(CacheBlock* block, int descriptor, int pageNumber)
 {
     CacheBlock** bucket = bucketOf(descriptor, pageNumber);
+    CacheBlock** list = fileListOf(descriptor);
     block->descriptor = descriptor;
     block->pageNumber = pageNumber;
     block->bucketNext = *bucket;
     *bucket = block;
+    block->filePrevious = nullptr;
+    block->fileNext = *list;
+    if (*list != nullptr) (*list)->filePrevious = block;
+    *list = block;
 }
 
 static void moveToHead(CacheBlock* block)
@@ -83,6 +127,7 @@ static void moveToHead(CacheBlock* block)
     block->next = cache->head;
     cache->head->previous = block;
     cache->head = block;
+    if (block->dirty != 0) setDirty(block);
 }
 
 // The block of the page, or the least recently used one; it becomes the most
@@ -101,7 +146,7 @@ static int writeBack(CacheBlock* block)
 {
     if (block->descriptor == -1 || block->dirty == 0) return IX_OK;
     int result = writePage(block->descriptor, block->page, block->pageNumber);
-    if (result == IX_OK) block->dirty = 0;
+    if (result == IX_OK) setClean(block);
     return result;
 }
 
@@ -118,23 +163,40 @@ static void checkHeaderOutsideLock(IndexFile* file)
     }
 }
 
-int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound)
+// Makes the block of the page the one used last, reading the page if need be. 0 or
+// an I/O code.
+static int bringPage(IndexFile* file, int pageNumber)
 {
     checkHeaderOutsideLock(file);
     bool found = false;
     CacheBlock* block = lookup(file->fileDescriptor, pageNumber, &found);
-    if (!found) {
-        int result = writeBack(block);
-        if (result != IX_OK) return result;
-        freeBlock(block);
-        result = readPage(file->fileDescriptor, block->page, pageNumber);
-        if (result != IX_OK) return result;
-        bindBlock(block, file->fileDescriptor, pageNumber);
-        block->dirty = 0;
-        block->sound = false;
-    }
-    memcpy(page, block->page, NODE_PAGE_SIZE);
-    *sound = block->sound;
+    if (found) return IX_OK;
+    int result = writeBack(block);
+    if (result != IX_OK) return result;
+    freeBlock(block);
+    result = readPage(file->fileDescriptor, block->page, pageNumber);
+    if (result != IX_OK) return result;
+    bindBlock(block, file->fileDescriptor, pageNumber);
+    block->content = ++platformState.cache.contents;
+    block->sound = false;
+    return IX_OK;
+}
+
+int cachedPageView(IndexFile* file, PageView* view, int pageNumber)
+{
+    int result = bringPage(file, pageNumber);
+    const CacheBlock* block = platformState.cache.head;
+    if (result == IX_OK) *view = {block->page, block->content, block->sound};
+    return result;
+}
+
+int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound)
+{
+    PageView view = {};
+    int result = cachedPageView(file, &view, pageNumber);
+    if (result != IX_OK) return result;
+    memcpy(page, view.page, NODE_PAGE_SIZE);
+    *sound = view.sound;
     return IX_OK;
 }
 
@@ -172,35 +234,48 @@ int cachedPageWrite(IndexFile* file, const uint8_t* page, int pageNumber)
         bindBlock(block, file->fileDescriptor, pageNumber);
     }
     memcpy(block->page, page, NODE_PAGE_SIZE);
+    block->content = ++platformState.cache.contents;
     block->sound = true; // the engine writes what it has checked or built
-    block->dirty = 1;
+    setDirty(block);
     return writesAtOnce(file->writePolicy, page) ? writeBack(block) : IX_OK;
+}
+
+// Writes the dirty blocks of the file, most recently used first. 0 or the first error.
+static int writeDirtyBlocks(int descriptor)
+{
+    CacheBlock* block = platformState.cache.dirtyHead;
+    while (block != nullptr) {
+        CacheBlock* next = block->dirtyNext;
+        if (block->descriptor == descriptor) {
+            int result = writeBack(block);
+            if (result != IX_OK) return result;
+        }
+        block = next;
+    }
+    return IX_OK;
 }
 
 int flushFile(IndexFile* file)
 {
-    for (CacheBlock* block = platformState.cache.head; block != nullptr; block = block->next) {
-        if (block->descriptor != file->fileDescriptor) continue;
-        int result = writeBack(block);
-        if (result != IX_OK) return result;
-    }
+    int result = writeDirtyBlocks(file->fileDescriptor);
+    if (result != IX_OK) return result;
     return file->writePolicy == WRITE_AT_END_HEADER_TOO ? 0 : initialize();
 }
 
 int flushAndFreeFile(IndexFile* file)
 {
-    for (CacheBlock* block = platformState.cache.head; block != nullptr; block = block->next) {
-        if (block->descriptor != file->fileDescriptor) continue;
-        int result = writeBack(block);
-        if (result != IX_OK) return result;
-        freeBlock(block);
-    }
+    int result = writeDirtyBlocks(file->fileDescriptor);
+    if (result != IX_OK) return result;
+    dropFile(file->fileDescriptor);
     return initialize();
 }
 
 void dropFile(int descriptor)
 {
-    for (CacheBlock* block = platformState.cache.head; block != nullptr; block = block->next) {
+    CacheBlock* block = *fileListOf(descriptor);
+    while (block != nullptr) {
+        CacheBlock* next = block->fileNext;
         if (block->descriptor == descriptor) freeBlock(block);
+        block = next;
     }
 }

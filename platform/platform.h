@@ -96,10 +96,20 @@ int endOpen(IndexFile* file);
 
 constexpr int CACHE_BLOCKS = 1000;
 
-// 0 or an I/O code. *sound tells whether the engine has found this very content
-// well formed before; markPageSound() records that of the page read last.
-int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound);
+// A page where it lies in the cache. It stays there until CACHE_BLOCKS - 1 other
+// pages have been read, or its file is dropped.
+struct PageView {
+    const uint8_t* page; // NODE_PAGE_SIZE bytes, and a zero behind them
+    uint64_t content;    // the same number: the very same bytes; never 0
+    bool sound;          // the engine has found them well formed before
+};
+
+// 0 or an I/O code. markPageSound() records of the page viewed or read last that it
+// is well formed.
+int cachedPageView(IndexFile* file, PageView* view, int pageNumber);
 void markPageSound();
+// Likewise into a buffer of NODE_PAGE_SIZE bytes.
+int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound);
 // The page as it is now, without moving it in the order of use.
 int cachedPagePeek(IndexFile* file, uint8_t* page, int pageNumber);
 // 0 or an I/O code.

@@ -6,26 +6,41 @@
 #include "platform/os.h"
 #include "platform/platform.h"
 
-// One page in memory. A block is found by (descriptor, pageNumber) and stands in
-// two lists: all blocks in order of use, and the bucket of its hash.
+#include <cstddef>
+
+// One page in memory. A block is found by (descriptor, pageNumber). It stands in the
+// list of all blocks in order of use; unless it is free in the list of its hash and
+// in that of its file; and while it is dirty in the list of dirty blocks.
 struct CacheBlock {
     int32_t descriptor; // -1: free
     int32_t pageNumber; // -1: never used
     int32_t dirty;      // 1 when the page differs from the file
     CacheBlock* next;   // used less recently, or null
     uint8_t page[NODE_PAGE_SIZE];
+    uint8_t endMarker;    // 0: ends the entries of a full page
+    bool sound;           // the engine has found this content well formed
+    uint64_t content;     // no other content of any block has had this number
     CacheBlock* previous; // used more recently, or null
     CacheBlock* bucketNext;
-    bool sound; // the engine has found this content well formed
+    CacheBlock* fileNext;
+    CacheBlock* filePrevious;
+    CacheBlock* dirtyNext; // used less recently, or null
+    CacheBlock* dirtyPrevious;
 };
+static_assert(offsetof(CacheBlock, endMarker) == offsetof(CacheBlock, page) + NODE_PAGE_SIZE);
 
-constexpr int CACHE_BUCKETS = 2048; // a power of two, about two a block
+// Powers of two: about two buckets a block, and more lists of files than a host opens.
+constexpr int CACHE_BUCKETS = 2048;
+constexpr int CACHE_FILES = 32;
 
 struct PageCache {
     CacheBlock blocks[CACHE_BLOCKS];
-    CacheBlock* head; // most recently used
-    CacheBlock* tail; // the next victim
+    CacheBlock* head;      // most recently used
+    CacheBlock* tail;      // the next victim
+    CacheBlock* dirtyHead; // most recently used of the dirty ones
     CacheBlock* buckets[CACHE_BUCKETS];
+    CacheBlock* files[CACHE_FILES]; // by descriptor
+    uint64_t contents;              // contents numbered so far
     bool built; // false until the first cached read or write of the process
 };
 
