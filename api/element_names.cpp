@@ -1,5 +1,6 @@
 // Counting the elements of a kind and listing their names.
 #include "api/api_state.h"
+#include "api/call_bracket.h"
 #include "api/element_positions.h"
 #include "api/orvIdx.h"
 #include "api/text_block.h"
@@ -10,7 +11,8 @@
 #include <cstring>
 
 constexpr size_t NAME_LIST_ROOM = 2500; // to begin with
-constexpr char SEPARATOR[] = ",";
+constexpr size_t NAME_LIMIT = 32;       // no name of an element is longer
+constexpr char SEPARATOR = ',';
 
 // The name of the element on which the lower layers stand, into the record's name or
 // as the current name. Null when the record of a survey chain cannot be read.
@@ -20,23 +22,65 @@ static const char* nameAtPosition(uint32_t kind, SurveyChainRecord* record, int 
     return readSurveyChainRecord(record, slot) == SURVEY_OK ? record->name : nullptr;
 }
 
+// Positions on the first element of the kind, or the next one.
+static int reach(uint32_t kind, int slot, bool first)
+{
+    return first ? positionOnFirst(kind, slot) : positionOnNext(kind, slot);
+}
+
+// Appends the name of an element and counts it. Names are short and have been written
+// just now: character by character is faster than in blocks.
+static int takeName(const char* name, uint32_t* count, TextBlock* list)
+{
+    if (name == nullptr || reserveText(list, NAME_LIMIT + 1) != IDX_OK) return IDX_ERROR;
+    char* end = list->text + list->length;
+    if (*count != 0) *end++ = SEPARATOR;
+    while (*name != '\0') {
+        *end++ = *name++;
+    }
+    *end = '\0';
+    list->length = static_cast<size_t>(end - list->text);
+    ++*count;
+    return IDX_OK;
+}
+
+// Takes the names of the points that the walk passes without a search.
+static int takeNextPoints(uint32_t* count, TextBlock* list, int slot)
+{
+    PointNames names;
+    nextPoints(&names, slot);
+    const char* name = names.texts;
+    for (int32_t i = 0; i < names.count; ++i) {
+        if (takeName(name, count, list) != IDX_OK) return IDX_ERROR;
+        while (*name++ != '\0') {
+        }
+    }
+    return IDX_OK;
+}
+
 // Walks all elements of the kind; appends their names and counts them.
 static int gatherNames(uint32_t kind, int slot, uint32_t* count, TextBlock* list)
 {
     SurveyChainRecord record;
-    for (int reached = positionOnFirst(kind, slot); reached != 0;
-         reached = positionOnNext(kind, slot)) {
+    int result = IDX_OK;
+    int reached = 0;
+    CallBracket call = beginCall(slot);
+    do {
+        bool first = *count == 0;
+        reached = reach(kind, slot, first);
+        if (leftToWrite(&call)) reached = reach(kind, slot, first);
+        if (reached == 0) break;
         const char* name = nameAtPosition(kind, &record, slot);
-        if (name == nullptr) return IDX_ERROR;
-        if (*count != 0 && appendText(list, SEPARATOR, std::strlen(SEPARATOR)) != IDX_OK) {
-            return IDX_ERROR;
+        if (leftToWrite(&call)) name = nameAtPosition(kind, &record, slot);
+        result = takeName(name, count, list);
+        if (kind == ELEMENT_POINT && reached > 0 && result == IDX_OK) {
+            result = takeNextPoints(count, list, slot);
         }
-        if (appendText(list, name, std::strlen(name)) != IDX_OK) return IDX_ERROR;
-        ++*count;
+        goOn(&call);
         // A failure of the engine counts as an element, but nothing follows it.
-        if (reached < 0) break;
-    }
-    return IDX_OK;
+    } while (result == IDX_OK && reached > 0);
+    int ended = endCall(&call);
+    return result != IDX_OK ? result : ended;
 }
 
 int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, uint32_t kind, uint32_t* count,

@@ -12,8 +12,11 @@ struct TextBlock {
 // An empty text in a block of room bytes. IDX_OK or IDX_ERROR.
 int beginText(TextBlock* block, size_t room);
 
-// Appends length characters; the room doubles until they fit. IDX_ERROR when no
-// such block can be had; the text then stays as it was.
+// Makes room for length more characters, doubling the room until they fit. IDX_ERROR
+// when no such block can be had; the text then stays as it was.
+int reserveText(TextBlock* block, size_t length);
+
+// Appends length characters. IDX_ERROR like reserveText.
 int appendText(TextBlock* block, const char* text, size_t length);
 
 // Frees the block, if there is one.

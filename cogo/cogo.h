@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+struct PointNames;
+
 struct IndexFile;
 struct LayoutEntry;
 
@@ -280,5 +282,8 @@ int firstProfile(int slot);
 int nextProfile(int slot);
 int firstPoint(int slot);
 int nextPoint(int slot);
+// Goes on as far as that needs no search, passing the points named, of which there may
+// be none: nextPoint goes on then. The last name is the current one.
+void nextPoints(PointNames* names, int slot);
 // The point of that name; its name as the survey index formats it becomes current.
 int readPointByName(const char* name, int slot);

@@ -2,6 +2,7 @@
 #include "cogo/extension.h"
 
 #include "cogo/cogo_state.h"
+#include "cogo/writing.h"
 #include "engine/engine.h"
 #include "jobdb/jobdb.h"
 
@@ -47,18 +48,16 @@ int readOrCreateLineExtension(ExtensionResult* extension, const char* lineName, 
     // Nothing is written for an extension that may be there.
     if (lookupFailed(slot)) return COGO_FAILED;
     IndexFile* file = slotContext(slot);
-    // The engine refuses each write by itself, and says so.
-    if (file->readOnly) return addLineExtension(extension, lineName, slot);
-
-    if (ixBeginUpdate(file) != IX_OK) return COGO_FAILED;
+    if (beginWriting(file) != IX_OK) return COGO_FAILED;
     // Another process may have added it before the file was locked.
     int result = COGO_FAILED;
-    if (findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK) {
+    if (file->readOnly == 0 &&
+        findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK) {
         result = readExtension(extension, slot);
     } else if (!lookupFailed(slot)) {
         result = addLineExtension(extension, lineName, slot);
     }
-    const int ended = ixEndUpdate(file);
+    const int ended = endWriting(file);
     return ended == IX_OK ? result : COGO_FAILED;
 }
 
@@ -94,11 +93,10 @@ static int32_t countUp(IndexFile* file, int slot)
 int32_t nextVersionNumber(int slot)
 {
     IndexFile* file = slotContext(slot);
-    if (file->readOnly) return countUp(file, slot);
     // One update over lookup and write: no number is handed out twice.
-    if (ixBeginUpdate(file) != IX_OK) return 0;
+    if (beginWriting(file) != IX_OK) return 0;
     const int32_t number = countUp(file, slot);
-    const int ended = ixEndUpdate(file);
+    const int ended = endWriting(file);
     return ended == IX_OK ? number : 0;
 }
 

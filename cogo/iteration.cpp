@@ -164,4 +164,10 @@ int firstPoint(int slot)
 
 int nextPoint(int slot) { return reachPoint(surveyNextPoint(slot), slot); }
 
+void nextPoints(PointNames* names, int slot)
+{
+    surveyNextPoints(names, slot);
+    if (names->count > 0) reachPoint(SURVEY_OK, slot);
+}
+
 int readPointByName(const char* name, int slot) { return reachPoint(findPoint(name, slot), slot); }

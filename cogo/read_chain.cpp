@@ -3,6 +3,7 @@
 // layout when they are read.
 #include "cogo/cogo.h"
 #include "cogo/cogo_state.h"
+#include "cogo/writing.h"
 #include "engine/engine.h"
 #include "jobdb/jobdb.h"
 
@@ -69,12 +70,11 @@ static int loadChainRecord(int slot)
     const int code = readCurrentRecord(file, cogoState.chainLayout);
     if (code == IX_OK) return CHAIN_CURRENT;
     if (code != IX_OTHER_LAYOUT) return CHAIN_UNREADABLE;
-    // The engine refuses the write, and says so.
-    if (file->readOnly) return loadOlderChain(file, slot);
 
-    if (ixBeginUpdate(file) != IX_OK) return CHAIN_UNREADABLE;
-    const int found = reloadOlderChain(file, slot);
-    const int ended = ixEndUpdate(file);
+    if (beginWriting(file) != IX_OK) return CHAIN_UNREADABLE;
+    const int found =
+        file->readOnly != 0 ? loadOlderChain(file, slot) : reloadOlderChain(file, slot);
+    const int ended = endWriting(file);
     return ended == IX_OK ? found : CHAIN_UNREADABLE;
 }
 

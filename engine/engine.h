@@ -101,6 +101,19 @@ constexpr int STEP_LAST = 4;
 int recordFind(IndexFile* file, int index, const char* key, int ignored, int matchMode);
 // Steps to a record; its number becomes the current record number.
 int recordStep(IndexFile* file, int index, int step);
+
+// Keys in the order of their index, terminated, one behind the other.
+struct KeyBlock {
+    int32_t count;
+    char texts[NODE_PAGE_SIZE];
+};
+
+// Steps over the records behind the current one that are reached without a search:
+// inside an outermost read those whose keys lie in the same leaf. The last one becomes
+// the current record. Fills the block with their keys, which may be none: recordStep
+// goes on then. Never fails.
+void recordStepAlong(IndexFile* file, int index, KeyBlock* keys);
+
 // Reads the current record into the variables of the layout. IX_NO_CURRENT,
 // IX_NOT_FOUND, IX_OTHER_LAYOUT and IX_DAMAGED_IMAGE leave them untouched.
 int recordReadCurrent(IndexFile* file, LayoutEntry* layout);

@@ -113,16 +113,15 @@ const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index, NodeView* leaf)
     return nullptr;
 }
 
-// Makes the entry at the position, where a search has ended, the current one and
-// answers how it compares. An entry below the sought key: the leaf chain runs backwards.
-static int takeFound(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
-                     const SoughtKey* sought)
+// Arrives at the entry of the leaf in which a search has ended, and answers how it
+// compares. An entry below the sought key: the leaf chain runs backwards.
+static int arriveAtFound(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
+                         const SoughtKey* sought)
 {
     int order = compareEntry(entry, sought);
     if (order < 0) return withStatus(file, IX_DESCENT_FAILED);
-    takeEntry(file, entry);
     bool sameKey = order == 0 || strcmp(entryKey(entry), sought->key) == 0;
-    notePlace(file, index, leaf, entry, !sameKey || sought->number <= 0);
+    arriveAt(file, index, leaf, entry, !sameKey || sought->number <= 0);
     if (order == 0) return withStatus(file, IX_OK);
     return withStatus(file, sameKey ? IX_SAME_KEY : IX_GREATER_KEY);
 }
@@ -141,7 +140,7 @@ int locate(IndexFile* file, int index, const SoughtKey* sought)
         clearCurrentEntry(file);
         return withStatus(file, IX_NOT_FOUND);
     }
-    return takeFound(file, index, &leaf, entry, sought);
+    return arriveAtFound(file, index, &leaf, entry, sought);
 }
 
 int locateOnward(IndexFile* file, int index, const SoughtKey* sought)
@@ -163,8 +162,7 @@ int locateOnward(IndexFile* file, int index, const SoughtKey* sought)
         if (!found) return locate(file, index, sought);
     }
     file->positionInLeaf[index] = ordinal;
-    setPosition(file, index, entry);
-    return takeFound(file, index, &leaf, entry, sought);
+    return arriveAtFound(file, index, &leaf, entry, sought);
 }
 
 // True when a search for the key would end at the position, if its place is the one
@@ -187,10 +185,9 @@ static int locateHere(IndexFile* file, int index, const SoughtKey* sought)
     NodeView leaf = {};
     const uint8_t* entry = entryAtNotedPlace(file, index, &leaf);
     if (entry == nullptr) return locate(file, index, sought);
-    bool firstOfKey = file->firstOfKey[index] != 0;
-    int result = takeFound(file, index, &leaf, entry, sought);
-    notePlace(file, index, &leaf, entry, firstOfKey);
-    return result;
+    takeEntry(file, entry);
+    bool itself = file->numberAtPosition[index] == sought->number;
+    return withStatus(file, itself ? IX_OK : IX_SAME_KEY);
 }
 
 int checkRequest(IndexFile* file, int index, const void* data, uint32_t length)
@@ -237,8 +234,8 @@ int findSought(IndexFile* file, int index, const SoughtKey* sought, SearchFrom f
     const char* callersKey = file->key;
     uint8_t* callersData = file->data;
 
-    int result = from == FROM_POSITION ? locateOnward(file, index, sought)
-                                       : locateHere(file, index, sought);
+    int result =
+        from == FROM_POSITION ? locateOnward(file, index, sought) : locateHere(file, index, sought);
     bool past = result >= 0 && file->indexAtPosition[index] != index;
     if (past) {
         clearCurrentEntry(file);

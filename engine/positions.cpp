@@ -1,6 +1,7 @@
 #include "engine/positions.h"
 
 #include "engine/results.h"
+#include "platform/platform.h"
 
 static void copyKeyString(char* buffer, const char* key)
 {
@@ -17,15 +18,58 @@ void buildSoughtKey(char* text, int index, const char* key)
     text[1 + length] = 0;
 }
 
+// The parts of an entry behind its key.
+struct EntryParts {
+    size_t keyLength; // index byte included
+    int32_t number;
+    uint8_t segment;
+};
+
+static EntryParts partsOf(const uint8_t* entry)
+{
+    size_t keyLength = strlen(entryKey(entry));
+    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
+    return {keyLength, loadInt32(tail), tail[4]};
+}
+
+static void placePosition(IndexFile* file, int index, const uint8_t* entry, const EntryParts& parts)
+{
+    file->indexAtPosition[index] = entryIndex(entry);
+    // The zero byte takes the place of the index byte.
+    memcpy(file->keyBuffer[index], entryKey(entry) + 1, parts.keyLength);
+    file->numberAtPosition[index] = parts.number;
+    file->segmentAtPosition[index] = parts.segment;
+    file->contentAtPosition[index] = 0;
+}
+
+static void fillCurrentEntry(IndexFile* file, const uint8_t* entry, const EntryParts& parts)
+{
+    int length = entrySize(entry) - ENTRY_OVERHEAD - static_cast<int>(parts.keyLength);
+    memcpy(file->currentEntry, entry + ENTRY_KEY, entry[0]);
+    file->number = parts.number;
+    file->segment = parts.segment;
+    file->dataLength = static_cast<uint32_t>(length);
+    file->data = length == 0 ? nullptr : file->currentEntry + (entry[0] - length);
+    file->key = reinterpret_cast<const char*>(file->currentEntry);
+}
+
 void setPosition(IndexFile* file, int index, const uint8_t* entry)
 {
-    size_t keyLength = static_cast<size_t>(entryKeyLength(entry)); // index byte included
-    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
-    file->indexAtPosition[index] = entryIndex(entry);
-    memcpy(file->keyBuffer[index], entryKey(entry) + 1, keyLength);
-    file->numberAtPosition[index] = loadInt32(tail);
-    file->segmentAtPosition[index] = tail[4];
-    file->contentAtPosition[index] = 0;
+    placePosition(file, index, entry, partsOf(entry));
+}
+
+void takeEntry(IndexFile* file, const uint8_t* entry)
+{
+    fillCurrentEntry(file, entry, partsOf(entry));
+}
+
+void arriveAt(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
+              bool firstOfKey)
+{
+    EntryParts parts = partsOf(entry);
+    placePosition(file, index, entry, parts);
+    fillCurrentEntry(file, entry, parts);
+    notePlace(file, index, leaf, entry, firstOfKey);
 }
 
 void notePlace(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
@@ -43,6 +87,8 @@ const uint8_t* entryAtNotedPlace(IndexFile* file, int index, NodeView* leaf)
     bool noted = file->contentAtPosition[index] != 0 && file->indexAtPosition[index] == index &&
                  file->removedAtPosition[index] == 0;
     if (!reading || !noted) return nullptr;
+    *leaf = {lastPageIfContent(file->contentAtPosition[index]), file->contentAtPosition[index]};
+    if (leaf->node != nullptr) return leaf->node + file->offsetAtPosition[index];
     if (viewNode(file, file->leafPage[index], 0, leaf) != IX_OK) return nullptr;
     if (leaf->content != file->contentAtPosition[index]) return nullptr;
     return leaf->node + file->offsetAtPosition[index];
@@ -70,19 +116,6 @@ void setPositionBeforeStart(IndexFile* file, int index)
     file->keyBuffer[index][0] = 0;
     file->numberAtPosition[index] = -1;
     file->contentAtPosition[index] = 0;
-}
-
-void takeEntry(IndexFile* file, const uint8_t* entry)
-{
-    int keyLength = entryKeyLength(entry);
-    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
-    int length = entrySize(entry) - ENTRY_OVERHEAD - keyLength;
-    memcpy(file->currentEntry, entry + ENTRY_KEY, entry[0]);
-    file->number = loadInt32(tail);
-    file->segment = tail[4];
-    file->dataLength = static_cast<uint32_t>(length);
-    file->data = length == 0 ? nullptr : file->currentEntry + (entry[0] - length);
-    file->key = reinterpret_cast<const char*>(file->currentEntry);
 }
 
 void clearCurrentEntry(IndexFile* file)

@@ -32,6 +32,11 @@ void setPositionKey(IndexFile* file, int index, const char* key, int32_t number)
 // Puts the position before the first entry of its index.
 void setPositionBeforeStart(IndexFile* file, int index);
 
+// Makes an entry of the leaf the position, the current entry and its place the one
+// noted: setPosition, takeEntry and notePlace in one.
+void arriveAt(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
+              bool firstOfKey);
+
 // Copies the entry into the context's current entry and its number, segment, data
 // and key into the result fields; the key includes the index byte.
 void takeEntry(IndexFile* file, const uint8_t* entry);

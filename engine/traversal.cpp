@@ -163,8 +163,82 @@ static SoughtKey keyBehindPosition(const IndexFile* file, int index, char* text)
     return {text, 0, 0};
 }
 
+// True when the two entries belong to one record.
+static bool sameRecord(const uint8_t* entry, const uint8_t* other)
+{
+    return entryNumber(entry) == entryNumber(other) &&
+           strcmp(entryKey(entry), entryKey(other)) == 0;
+}
+
+// An entry of a leaf, and whether it is known that no entry before it has its key.
+struct LeafPlace {
+    const uint8_t* entry;
+    int ordinal;
+    bool firstOfKey;
+};
+
+// Moves to the first entry of the record behind the place. False, and nothing changed,
+// when it does not begin in the same leaf: it has to be searched.
+static bool moveOnInLeaf(LeafPlace* place)
+{
+    const uint8_t* here = place->entry;
+    const uint8_t* entry = nextEntry(here);
+    int ordinal = place->ordinal + 1;
+    while (!isEndMarker(entry) && (entrySegment(entry) & SEGMENT_ORDINAL) != 0 &&
+           sameRecord(entry, here)) {
+        entry = nextEntry(entry);
+        ++ordinal;
+    }
+    if (isEndMarker(entry) || entryIndex(entry) != entryIndex(here)) return false;
+    int order = strcmp(entryKey(entry), entryKey(here));
+    bool onward = order > 0 || (order == 0 && entryNumber(entry) > entryNumber(here));
+    if (onward) *place = {entry, ordinal, order != 0};
+    return onward;
+}
+
+static void arriveAtPlace(IndexFile* file, int index, const NodeView* leaf, const LeafPlace* place)
+{
+    file->positionInLeaf[index] = place->ordinal;
+    arriveAt(file, index, leaf, place->entry, place->firstOfKey);
+}
+
+// Steps to the record behind a noted place when it begins in the same leaf. False, and
+// nothing changed, when it has to be searched.
+static bool stepWithinLeaf(IndexFile* file, int index)
+{
+    NodeView leaf = {};
+    LeafPlace place = {entryAtNotedPlace(file, index, &leaf), file->positionInLeaf[index], false};
+    if (place.entry == nullptr || !moveOnInLeaf(&place)) return false;
+    arriveAtPlace(file, index, &leaf, &place);
+    return true;
+}
+
+void recordStepAlong(IndexFile* file, int index, KeyBlock* keys)
+{
+    keys->count = 0;
+    if (checkRequest(file, index, nullptr, 0) != IX_OK) return;
+    if (file->recordLockState[index] == LOCKED) return; // a step lets go of it first
+    NodeView leaf = {};
+    LeafPlace place = {entryAtNotedPlace(file, index, &leaf), file->positionInLeaf[index], false};
+    if (place.entry == nullptr) return;
+
+    char* text = keys->texts; // the keys of a leaf together are shorter than its page
+    while (moveOnInLeaf(&place)) {
+        size_t size = static_cast<size_t>(entryKeyLength(place.entry)); // index byte included
+        memcpy(text, entryKey(place.entry) + 1, size);
+        text += size;
+        ++keys->count;
+    }
+    if (keys->count == 0) return;
+    arriveAtPlace(file, index, &leaf, &place);
+    file->currentRecordNumber = file->number;
+    withStatus(file, deliver(file, index, nullptr, 0));
+}
+
 static int nextByKey(IndexFile* file, int index, void* data, uint32_t length)
 {
+    if (length == 0 && stepWithinLeaf(file, index)) return deliver(file, index, data, length);
+
     char key[KEY_BUFFER_SIZE];
     memcpy(key, file->keyBuffer[index], sizeof key);
     int32_t number = file->numberAtPosition[index];

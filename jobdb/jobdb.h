@@ -152,6 +152,17 @@ int surveyNextPoint(int slot);
 // The point name at the position of POINT_NAME_INDEX; holds until the next call.
 const char* surveyPointName(int slot);
 
+// Names of points, terminated, one behind the other.
+struct PointNames {
+    int32_t count;
+    char texts[1024];
+};
+
+// Goes on with the walk over the points as far as that needs no search, and fills in
+// the names passed, in their order, the last one being that at the position. There may
+// be none: surveyNextPoint goes on then.
+void surveyNextPoints(PointNames* names, int slot);
+
 // Read the current record; nothing is stored in record after a failure. SURVEY_OK
 // or SURVEY_FAILED.
 int readPointRecord(PointRecord* record, int slot);

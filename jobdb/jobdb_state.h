@@ -27,6 +27,8 @@ struct SelectionList {
     int32_t cursor;                             // number reported last
 };
 
+constexpr size_t POINT_NAME_ROOM = 32; // without blanks; longer ones are cut
+
 struct JobdbState {
     // Process: commands and walks change these.
     JobFileTable table;
@@ -47,7 +49,7 @@ struct JobdbState {
     char featureKey[FEATURE_KEY_ROOM];
 
     // Operation: what surveyPointName answered last.
-    char currentPointName[32];
+    char currentPointName[POINT_NAME_ROOM];
 };
 
 extern JobdbState jobdbState;

@@ -45,10 +45,11 @@ static int buildPointNameKey(char* key, const char* name)
     return SURVEY_OK;
 }
 
-// Removes the blanks from a name that is not made of digits alone.
+// Removes the blanks among the first characters of a name. One made of digits alone
+// has none.
 static void removeBlanks(char* name)
 {
-    if (isAllDigits(name)) return;
+    if (std::strchr(name, ' ') == nullptr) return;
     size_t kept = 0;
     for (size_t i = 0; name[i] != '\0'; ++i) {
         if (name[i] == ' ' && i < NAME_CHARACTERS) continue;
@@ -63,13 +64,26 @@ static const char* keyOfIndex(const IndexFile* file, int index)
     return file->keyBuffer[index] != nullptr ? file->keyBuffer[index] : "";
 }
 
+// Writes the point name that a key stands for, without the blanks before it and among
+// its first characters, into room bytes. Returns its length.
+static size_t nameOfKey(char* name, size_t room, const char* key)
+{
+    while (*key == ' ') {
+        ++key;
+    }
+    size_t length = 0;
+    for (size_t i = 0; key[i] != '\0' && i + 1 < room; ++i) {
+        if (key[i] != ' ' || i >= NAME_CHARACTERS) name[length++] = key[i];
+    }
+    name[length] = '\0';
+    return length;
+}
+
 const char* surveyPointName(int slot)
 {
     const char* key = keyOfIndex(contextOfSlot(slot), POINT_NAME_INDEX);
-    char* name = jobdbState.currentPointName;
-    copyText(name, sizeof(jobdbState.currentPointName), key + std::strspn(key, " "));
-    removeBlanks(name);
-    return name;
+    nameOfKey(jobdbState.currentPointName, POINT_NAME_ROOM, key);
+    return jobdbState.currentPointName;
 }
 
 // -- Lookups and walks -------------------------------------------------------
@@ -117,10 +131,9 @@ int nextInIndex(int index, int slot) { return stepSurveyIndex(index, slot, STEP_
 // in a buffer of SELECTION_ROOM bytes. 0 when there is none.
 static int walkSelection(char* text)
 {
-    int32_t count = 0;
+    if (jobdbState.selections.pointCount <= 0) return 0;
     int32_t number = 0;
-    pointSelectionCount(&count);
-    if (count <= 0 || firstSelectedIndex(&number) != 0) return 0;
+    if (firstSelectedIndex(&number) != 0) return 0;
     getSurveyKey(number, text);
     return number;
 }
@@ -143,6 +156,22 @@ int surveyNextPoint(int slot)
     if (result != SURVEY_OK) return result;
     const char* key = keyOfIndex(contextOfSlot(slot), selection);
     return std::strncmp(key, text, RUN_KEY_CHARACTERS) == 0 ? SURVEY_OK : IX_NOT_FOUND;
+}
+
+void surveyNextPoints(PointNames* names, int slot)
+{
+    names->count = 0;
+    char text[SELECTION_ROOM];
+    if (walkSelection(text) != 0) return;
+    KeyBlock keys;
+    recordStepAlong(contextOfSlot(slot), POINT_NAME_INDEX, &keys);
+    static_assert(sizeof names->texts >= sizeof keys.texts); // no name is longer than its key
+    const char* key = keys.texts;
+    char* name = names->texts;
+    for (; names->count < keys.count; ++names->count) {
+        name += nameOfKey(name, POINT_NAME_ROOM, key) + 1;
+        key += std::strlen(key) + 1;
+    }
 }
 
 // -- Records -----------------------------------------------------------------

@@ -9,9 +9,10 @@
 inline void copyText(char* to, size_t room, const char* from)
 {
     size_t length = 0;
-    while (from != nullptr && length + 1 < room && from[length] != '\0') {
-        ++length;
+    if (from != nullptr) {
+        for (; length + 1 < room && from[length] != '\0'; ++length) {
+            to[length] = from[length];
+        }
     }
-    if (length > 0) std::memmove(to, from, length);
     std::memset(to + length, 0, room - length);
 }

@@ -97,6 +97,24 @@ int ixEndRead(IndexFile* file)
     return file->fileLockState == LOCKED ? releaseFileLock(file) : 0;
 }
 
+int ixYieldRead(IndexFile* file, ReadPiece* piece)
+{
+    constexpr int32_t STEPS_BETWEEN_LOOKS = 64;
+    constexpr uint32_t PIECE_MILLISECONDS = 10;
+    if (file->openMode == OPEN_EXCLUSIVE) return 0;
+    bool looks = piece->steps % STEPS_BETWEEN_LOOKS == 0;
+    bool first = piece->steps == 0;
+    ++piece->steps;
+    if (!looks) return 0;
+    uint32_t now = osMilliseconds();
+    if (first) piece->since = now;
+    if (now - piece->since < PIECE_MILLISECONDS) return 0;
+
+    int ended = ixEndRead(file);
+    *piece = {};
+    return ended != 0 ? ended : ixBeginRead(file);
+}
+
 int ixBeginUpdate(IndexFile* file)
 {
     if (file->openMode != OPEN_EXCLUSIVE) {

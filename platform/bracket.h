@@ -7,6 +7,8 @@
 // inside take no second lock. Each begin that answers 0 is to be ended.
 #pragma once
 
+#include <cstdint>
+
 struct IndexFile;
 
 // 0, or a code that callers turn into IX_FILE_LOCK; nothing is held or counted
@@ -20,3 +22,14 @@ int ixBeginUpdate(IndexFile* file);
 // unless another process has written the file by then.
 int ixEndRead(IndexFile* file);
 int ixEndUpdate(IndexFile* file);
+
+// A long read in pieces.
+struct ReadPiece {
+    uint32_t since; // milliseconds of the system's clock
+    int32_t steps;  // 0 at the begin
+};
+
+// Called after each step of a long read inside an outermost read: when that has held
+// the file lock for some milliseconds, it is ended and begun anew, so that those who
+// wait to write get in between. 0, or an error with the read ended.
+int ixYieldRead(IndexFile* file, ReadPiece* piece);

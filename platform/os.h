@@ -48,3 +48,6 @@ int osUnlock(int descriptor, const OsLockRange* range);
 // OS_DONE when nobody else holds the range, OS_REFUSED when somebody does. Leaves
 // no lock behind. Not for ranges that this descriptor holds itself.
 int osProbe(int descriptor, const OsLockRange* range);
+
+// Milliseconds of a clock that is never set back; it runs over after 49 days.
+uint32_t osMilliseconds();

@@ -10,6 +10,7 @@
 #include "platform/os.h"
 
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -114,4 +115,11 @@ int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* 
 int osUnlock(int descriptor, const OsLockRange* range)
 {
     return request(descriptor, F_OFD_SETLK, F_UNLCK, range);
+}
+
+uint32_t osMilliseconds()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint32_t>(now.tv_sec) * 1000U + static_cast<uint32_t>(now.tv_nsec / 1000000);
 }

@@ -127,3 +127,5 @@ int osProbe(int descriptor, const OsLockRange* range)
     osUnlock(descriptor, range);
     return OS_DONE;
 }
+
+uint32_t osMilliseconds() { return GetTickCount(); }

@@ -96,6 +96,7 @@ static void freeBlock(CacheBlock* block)
         *fileListOf(block->descriptor) = block->fileNext;
     }
     block->descriptor = -1;
+    block->content = 0;
 }
 
 // Gives a free block to a page.
@@ -180,6 +181,12 @@ static int bringPage(IndexFile* file, int pageNumber)
     block->content = ++platformState.cache.contents;
     block->sound = false;
     return IX_OK;
+}
+
+const uint8_t* lastPageIfContent(uint64_t content)
+{
+    const CacheBlock* block = platformState.cache.head;
+    return block != nullptr && block->content == content ? block->page : nullptr;
 }
 
 int cachedPageView(IndexFile* file, PageView* view, int pageNumber)

@@ -108,7 +108,9 @@ struct PageView {
 // is well formed.
 int cachedPageView(IndexFile* file, PageView* view, int pageNumber);
 void markPageSound();
-// Likewise into a buffer of NODE_PAGE_SIZE bytes.
+// The page viewed, read or written last when it has this content, else null.
+const uint8_t* lastPageIfContent(uint64_t content);
+// cachedPageView into a buffer of NODE_PAGE_SIZE bytes.
 int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound);
 // The page as it is now, without moving it in the order of use.
 int cachedPagePeek(IndexFile* file, uint8_t* page, int pageNumber);

@@ -41,7 +41,7 @@ struct PageCache {
     CacheBlock* buckets[CACHE_BUCKETS];
     CacheBlock* files[CACHE_FILES]; // by descriptor
     uint64_t contents;              // contents numbered so far
-    bool built; // false until the first cached read or write of the process
+    bool built;                     // false until the first cached read or write of the process
 };
 
 struct PlatformState {

@@ -9,6 +9,7 @@
 #define osLock realOsLock
 #define osUnlock realOsUnlock
 #define osProbe realOsProbe
+#define osMilliseconds realOsMilliseconds
 #define allocateZeroed realAllocateZeroed
 #define reallocate realReallocate
 #define release realRelease
