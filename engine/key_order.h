@@ -15,14 +15,27 @@ struct SoughtKey {
 // -1, 0 or 1: the stored entry is less than, equal to or greater than the sought key.
 inline int compareEntry(const uint8_t* entry, const SoughtKey* sought)
 {
-    int order = strcmp(entryKey(entry), sought->key);
-    if (order != 0) return order < 0 ? -1 : 1;
+    // The index bytes, which are never 0, and the first characters settle most
+    // comparisons: pages of records hold keys of one byte.
+    const char* key = entryKey(entry);
+    const uint8_t* bytes = entry + ENTRY_KEY;
+    uint8_t index = static_cast<uint8_t>(sought->key[0]);
+    if (bytes[0] != index) return bytes[0] < index ? -1 : 1;
+    uint8_t first = static_cast<uint8_t>(sought->key[1]);
+    if (bytes[1] != first) return bytes[1] < first ? -1 : 1;
+    size_t keyLength = 1;
+    if (first != 0) {
+        int order = strcmp(key + 2, sought->key + 2);
+        if (order != 0) return order < 0 ? -1 : 1;
+        keyLength = 2 + strlen(key + 2);
+    }
 
-    int32_t number = entryNumber(entry);
+    const uint8_t* tail = bytes + keyLength + 1;
+    int32_t number = loadInt32(tail);
     if (number != sought->number) return number < sought->number ? -1 : 1;
 
     if ((sought->segment & SEGMENT_ORDINAL) == 0) return 0;
-    uint8_t segment = entrySegment(entry);
+    uint8_t segment = tail[4];
     if (segment != sought->segment) return segment < sought->segment ? -1 : 1;
     return 0;
 }

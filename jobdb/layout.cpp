@@ -37,18 +37,31 @@ int layoutFieldCount(const LayoutEntry* layout)
     return count;
 }
 
-static bool isOneOf(char letter, const char* letters)
+static bool isType(char letter)
 {
-    return letter != 0 && strchr(letters, letter) != nullptr;
+    switch (letter) {
+    case TYPE_TEXT:
+    case TYPE_BLOCK:
+    case TYPE_DOUBLE:
+    case TYPE_FLOAT:
+    case TYPE_INT:
+    case TYPE_LONG:
+    case TYPE_SHORT:
+    case TYPE_END:
+        return true;
+    default:
+        return false;
+    }
 }
 
 // The rules that reading and writing share, up to the length.
 static int checkFlags(const LayoutEntry* entry)
 {
-    if (!isOneOf(entry->type, "ESBIHLFD")) return IX_LAYOUT_TYPE;
-    if (!isOneOf(entry->keyFlag, "ESBIHLFDN")) return IX_LAYOUT_KEY_FLAG;
-    if (!isOneOf(entry->duplicates, "DUN")) return IX_LAYOUT_DUPLICATES;
-    return IX_OK;
+    char duplicates = entry->duplicates;
+    if (!isType(entry->type)) return IX_LAYOUT_TYPE;
+    if (entry->keyFlag != NOT_A_KEY && !isType(entry->keyFlag)) return IX_LAYOUT_KEY_FLAG;
+    bool known = duplicates == DUPLICATES || duplicates == UNIQUE_KEY || duplicates == NOT_A_KEY;
+    return known ? IX_OK : IX_LAYOUT_DUPLICATES;
 }
 
 static int checkIndex(const LayoutEntry* entry)
@@ -86,21 +99,23 @@ int checkLayoutForRead(const LayoutEntry* layout)
     return IX_OK;
 }
 
-// One step of signature and checksum: adds a byte as signed, then doubles, modulo
-// 65536.
-static uint32_t addAndDouble(uint32_t sum, int8_t byte)
+// One step of the signature: adds a byte as signed, then doubles, modulo 65536.
+static uint32_t addAndDouble(uint32_t sum, uint8_t byte)
 {
-    return ((sum + static_cast<uint32_t>(byte)) * 2) & 0xffff;
+    return ((sum + static_cast<uint32_t>(static_cast<int8_t>(byte))) * 2) & 0xffff;
 }
 
 int16_t layoutSignature(const LayoutEntry* layout)
 {
+    // What is doubled sixteen times is gone: four entries of four bytes.
+    constexpr int ENTRIES_THAT_COUNT = 4;
+    int count = layoutFieldCount(layout);
     uint32_t sum = 0;
-    for (const LayoutEntry* entry = layout; entry->type != TYPE_END; ++entry) {
-        sum = addAndDouble(sum, static_cast<int8_t>(entry->type));
-        sum = addAndDouble(sum, static_cast<int8_t>(entry->keyFlag));
-        sum = addAndDouble(sum, static_cast<int8_t>(entry->duplicates));
-        sum = addAndDouble(sum, static_cast<int8_t>(entry->indexNumber));
+    for (int i = count < ENTRIES_THAT_COUNT ? 0 : count - ENTRIES_THAT_COUNT; i < count; ++i) {
+        sum = addAndDouble(sum, static_cast<uint8_t>(layout[i].type));
+        sum = addAndDouble(sum, static_cast<uint8_t>(layout[i].keyFlag));
+        sum = addAndDouble(sum, static_cast<uint8_t>(layout[i].duplicates));
+        sum = addAndDouble(sum, layout[i].indexNumber);
     }
     return static_cast<int16_t>(sum);
 }

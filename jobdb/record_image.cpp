@@ -29,8 +29,11 @@ static int numberSize(char type)
 
 int16_t imageChecksum(const uint8_t* image, int length)
 {
+    // What is doubled sixteen times is gone: no byte but the last sixteen counts.
+    constexpr int BYTES_THAT_COUNT = 16;
+    bool all = length - IMAGE_TYPE_BYTE < BYTES_THAT_COUNT;
     uint32_t sum = 0;
-    for (int i = IMAGE_TYPE_BYTE; i < length; ++i) {
+    for (int i = all ? IMAGE_TYPE_BYTE : length - BYTES_THAT_COUNT; i < length; ++i) {
         sum = ((sum + static_cast<uint32_t>(static_cast<int8_t>(image[i]))) * 2) & 0xffff;
     }
     return static_cast<int16_t>(sum);
