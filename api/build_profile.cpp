@@ -5,6 +5,7 @@
 #include "platform/heap.h"
 
 constexpr int32_t FIRST_VERTEX_ROOM = 100;
+constexpr int32_t MOST_ROOM_AT_ONCE = 100000;
 constexpr int32_t NO_CODE = 0;    // of a segment's end: no vertex there
 constexpr int32_t LINK_CODE = -1; // begin code of a segment that is a link
 
@@ -22,8 +23,10 @@ constexpr CodeRow CODE_ROWS[] = {
 // intersection point where there are two lengths.
 static int32_t vertexCodeOf(int32_t code, double backLength, double aheadLength)
 {
-    for (const CodeRow& row : CODE_ROWS) {
-        if (row.code == code) return row.vertexCode;
+    if (code < NO_CODE) {
+        for (const CodeRow& row : CODE_ROWS) {
+            if (row.code == code) return row.vertexCode;
+        }
     }
     return backLength != 0.0 && aheadLength != 0.0 ? VERTEX_INTERSECTION : VERTEX_POINT;
 }
@@ -122,10 +125,24 @@ static void appendCurve(VertexArray* array, const VerticalCurve& curve)
     }
 }
 
-// Converts the segments of a profile, of which there is at least one.
+// The room that an array which doubles reaches with a vertex for each segment.
+static int32_t roomFor(int32_t segments)
+{
+    int32_t room = FIRST_VERTEX_ROOM;
+    while (room <= segments && room <= MOST_ROOM_AT_ONCE) {
+        room *= 2;
+    }
+    return room;
+}
+
+// Converts the segments of a profile, of which there is at least one, into a new array.
 static int appendVertices(ProfileElement* profile, const ProfileResult& result)
 {
-    VertexArray array = {profile, FIRST_VERTEX_ROOM, result.headerValue, IDX_OK};
+    int32_t room = roomFor(result.segmentCount);
+    void* vertices = allocateZeroed(static_cast<size_t>(room), sizeof(ProfileVertex));
+    if (vertices == nullptr) return IDX_ERROR;
+    profile->vertices = static_cast<ProfileVertex*>(vertices);
+    VertexArray array = {profile, room, result.headerValue, IDX_OK};
     const ProfileSegment* first = result.firstSegment;
     const ProfileSegment* last = result.lastSegment;
     if (first->kind == SEGMENT_VERTICAL_CURVE) {
@@ -173,9 +190,7 @@ ProfileElement* buildProfile(int slot)
     ProfileElement* profile =
         static_cast<ProfileElement*>(allocateZeroed(1, sizeof(ProfileElement)));
     if (profile == nullptr) return nullptr;
-    profile->vertices =
-        static_cast<ProfileVertex*>(allocateZeroed(FIRST_VERTEX_ROOM, sizeof(ProfileVertex)));
-    if (profile->vertices != nullptr && fillProfile(profile, slot) == IDX_OK) return profile;
+    if (fillProfile(profile, slot) == IDX_OK) return profile;
     releaseElement(ELEMENT_PROFILE, profile);
     return nullptr;
 }

@@ -242,11 +242,21 @@ struct ProfileSegment {
     };
 };
 
+// Segments are allocated together, in the order of the list.
+constexpr int SEGMENTS_PER_BLOCK = 64;
+
+struct SegmentBlock {
+    SegmentBlock* former;
+    int32_t used;
+    ProfileSegment segments[SEGMENTS_PER_BLOCK];
+};
+
 constexpr int PROFILE_NAME_ROOM = 36;
 
 struct ProfileResult {
     ProfileSegment* firstSegment;
     ProfileSegment* lastSegment;
+    SegmentBlock* lastBlock;
     char name[PROFILE_NAME_ROOM]; // set by the caller
     int32_t headerValue;
     int32_t segmentCount;

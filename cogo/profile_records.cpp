@@ -110,12 +110,13 @@ int readProfile(ProfileResult* profile, int slot)
 
 void clearProfile(ProfileResult* profile)
 {
-    ProfileSegment* segment = profile->firstSegment;
-    while (segment != nullptr) {
-        ProfileSegment* next = segment->next;
-        release(segment);
-        segment = next;
+    SegmentBlock* block = profile->lastBlock;
+    while (block != nullptr) {
+        SegmentBlock* former = block->former;
+        release(block);
+        block = former;
     }
+    profile->lastBlock = nullptr;
     profile->firstSegment = nullptr;
     profile->lastSegment = nullptr;
     profile->segmentCount = 0;

@@ -80,7 +80,9 @@ char* recordKeyBuffer() { return cogoState.recordKey; }
 void trimEnd(char* text)
 {
     size_t length = std::strlen(text);
-    while (length > 0 && std::strchr(" \t\n", text[length - 1]) != nullptr) {
+    while (length > 0) {
+        const char last = text[length - 1];
+        if (last != ' ' && last != '\t' && last != '\n') break;
         text[--length] = '\0';
     }
 }
@@ -105,10 +107,10 @@ void buildKey()
     putField(KEY_QUALIFIER_C, parts.qualifierC);
 }
 
-// Takes width characters of the record key, fewer when it ends before.
-static void takeField(char* part, int width, int position)
+// Takes width characters of a record key of that length, fewer when it ends before.
+static void takeField(char* part, int width, int position, size_t keyLength)
 {
-    const bool hasField = std::strlen(cogoState.recordKey) > static_cast<size_t>(position);
+    const bool hasField = keyLength > static_cast<size_t>(position);
     copyText(part, static_cast<size_t>(width) + 1, hasField ? cogoState.recordKey + position : "");
     trimEnd(part);
 }
@@ -116,11 +118,12 @@ static void takeField(char* part, int width, int position)
 void splitKey()
 {
     KeyComponents& parts = cogoState.components;
-    takeField(parts.recordTag, TAG_LENGTH, KEY_TAG);
-    takeField(parts.elementName, ELEMENT_NAME_LENGTH, KEY_NAME);
-    takeField(parts.qualifierA, QUALIFIER_A_LENGTH, KEY_QUALIFIER_A);
-    takeField(parts.qualifierB, QUALIFIER_B_LENGTH, KEY_QUALIFIER_B);
-    takeField(parts.qualifierC, QUALIFIER_C_LENGTH, KEY_QUALIFIER_C);
+    const size_t length = std::strlen(cogoState.recordKey);
+    takeField(parts.recordTag, TAG_LENGTH, KEY_TAG, length);
+    takeField(parts.elementName, ELEMENT_NAME_LENGTH, KEY_NAME, length);
+    takeField(parts.qualifierA, QUALIFIER_A_LENGTH, KEY_QUALIFIER_A, length);
+    takeField(parts.qualifierB, QUALIFIER_B_LENGTH, KEY_QUALIFIER_B, length);
+    takeField(parts.qualifierC, QUALIFIER_C_LENGTH, KEY_QUALIFIER_C, length);
 }
 
 // -- The current record ------------------------------------------------------

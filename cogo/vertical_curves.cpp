@@ -48,8 +48,14 @@ struct Build {
 // A new last segment of the kind, its payload zero; null when there is no room.
 static ProfileSegment* appendSegment(ProfileResult* profile, int32_t kind)
 {
-    ProfileSegment* node = static_cast<ProfileSegment*>(allocateZeroed(1, sizeof(ProfileSegment)));
-    if (node == nullptr) return nullptr;
+    SegmentBlock* block = profile->lastBlock;
+    if (block == nullptr || block->used == SEGMENTS_PER_BLOCK) {
+        block = static_cast<SegmentBlock*>(allocateZeroed(1, sizeof(SegmentBlock)));
+        if (block == nullptr) return nullptr;
+        block->former = profile->lastBlock;
+        profile->lastBlock = block;
+    }
+    ProfileSegment* node = &block->segments[block->used++];
     node->kind = kind;
     node->previous = profile->lastSegment;
     if (profile->lastSegment != nullptr) {
