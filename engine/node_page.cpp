@@ -9,11 +9,15 @@ static bool entryIsSound(const uint8_t* entry, int room, bool branch)
     if (size > room || size < ENTRY_OVERHEAD + 1) return false;
     if (entryIndex(entry) < MIN_INDEX || entryIndex(entry) > MAX_INDEX) return false;
 
-    int keyRoom = size - ENTRY_OVERHEAD + 1; // the zero byte included
-    const void* end = memchr(entry + ENTRY_KEY, 0, static_cast<size_t>(keyRoom));
-    if (end == nullptr) return false;
-
-    int keyLength = static_cast<int>(static_cast<const uint8_t*>(end) - (entry + ENTRY_KEY));
+    // Keys of one byte are common, and quickly seen.
+    const uint8_t* key = entry + ENTRY_KEY;
+    int keyLength = 1;
+    if (key[1] != 0) {
+        int keyRoom = size - ENTRY_OVERHEAD + 1; // the zero byte included
+        const void* end = memchr(key, 0, static_cast<size_t>(keyRoom));
+        if (end == nullptr) return false;
+        keyLength = static_cast<int>(static_cast<const uint8_t*>(end) - key);
+    }
     if (keyLength > MAX_KEY + 1) return false;
     return !branch || size == ENTRY_OVERHEAD + keyLength + CHILD_SIZE;
 }

@@ -7,9 +7,11 @@
 //      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
 //      free block is never dirty.
 //   3. No two blocks hold the same page.
-//   4. The victim is always the last block of the list of use, free or not, and the
-//      dirty blocks stand in the order of use: the order in which pages are written
-//      back depends on the order of use alone.
+//   4. The victim is always the last place of the list of use, its block free or not,
+//      and the dirty blocks stand in the order of use: the order in which pages are
+//      written back depends on the order of use alone. Which free block stands in a
+//      place has no effect: the one freed last is used, whose bytes are near.
+//   5. The free blocks stand in a list of their own, linked by bucketNext.
 #include "platform/platform_state.h"
 
 #include <cstring>
@@ -19,6 +21,12 @@ static CacheBlock** bucketOf(int descriptor, int pageNumber)
     uint32_t hash =
         static_cast<uint32_t>(pageNumber) + static_cast<uint32_t>(descriptor) * 0x9e3779b1U;
     return &platformState.cache.buckets[hash & (CACHE_BUCKETS - 1)];
+}
+
+static void pushFree(CacheBlock* block)
+{
+    block->bucketNext = platformState.cache.freeHead;
+    platformState.cache.freeHead = block;
 }
 
 static void buildList()
@@ -37,6 +45,9 @@ static void buildList()
     }
     cache->head = &cache->blocks[0];
     cache->tail = previous;
+    for (CacheBlock* block = previous; block != nullptr; block = block->previous) {
+        pushFree(block);
+    }
     cache->built = true;
 }
 
@@ -97,11 +108,13 @@ static void freeBlock(CacheBlock* block)
     }
     block->descriptor = -1;
     block->content = 0;
+    pushFree(block);
 }
 
-// Gives a free block to a page.
+// Gives a free block to a page, the one freed last.
 static void bindBlock(CacheBlock* block, int descriptor, int pageNumber)
 {
+    platformState.cache.freeHead = block->bucketNext;
     CacheBlock** bucket = bucketOf(descriptor, pageNumber);
     CacheBlock** list = fileListOf(descriptor);
     block->descriptor = descriptor;
@@ -131,18 +144,6 @@ static void moveToHead(CacheBlock* block)
     if (block->dirty != 0) setDirty(block);
 }
 
-// The block of the page, or the least recently used one; it becomes the most
-// recently used. *found tells which.
-static CacheBlock* lookup(int descriptor, int pageNumber, bool* found)
-{
-    buildList();
-    CacheBlock* block = findBlock(descriptor, pageNumber);
-    *found = block != nullptr;
-    if (block == nullptr) block = platformState.cache.tail;
-    moveToHead(block);
-    return block;
-}
-
 static int writeBack(CacheBlock* block)
 {
     if (block->descriptor == -1 || block->dirty == 0) return IX_OK;
@@ -164,17 +165,66 @@ static void checkHeaderOutsideLock(IndexFile* file)
     }
 }
 
+// Puts the block freed last at the head of the list of use and the last one of that
+// list, which is free too, in its place: as if that had been put at the head itself.
+static CacheBlock* moveFreeToHead()
+{
+    PageCache* cache = &platformState.cache;
+    CacheBlock* block = cache->freeHead;
+    CacheBlock* last = cache->tail;
+    if (block != last) {
+        cache->tail = last->previous;
+        cache->tail->next = nullptr;
+        last->previous = block->previous;
+        last->next = block->next;
+        (last->previous != nullptr ? last->previous->next : cache->head) = last;
+        (last->next != nullptr ? last->next->previous : cache->tail) = last;
+    } else {
+        cache->tail = block->previous;
+        cache->tail->next = nullptr;
+    }
+    block->previous = nullptr;
+    block->next = cache->head;
+    cache->head->previous = block;
+    cache->head = block;
+    return block;
+}
+
+// Makes the block of the page the one used last: the page's own or else, *found tells,
+// a free one in the place of the least recently used one. 0 or the error of writing
+// that one back, which is the one used last then.
+static int lookup(int descriptor, int pageNumber, bool* found, CacheBlock** target)
+{
+    buildList();
+    CacheBlock* block = findBlock(descriptor, pageNumber);
+    *found = block != nullptr;
+    if (*found) {
+        moveToHead(block);
+        *target = block;
+        return IX_OK;
+    }
+    CacheBlock* victim = platformState.cache.tail;
+    if (victim->descriptor != -1) {
+        int result = writeBack(victim);
+        if (result != IX_OK) {
+            moveToHead(victim);
+            return result;
+        }
+        freeBlock(victim);
+    }
+    *target = moveFreeToHead();
+    return IX_OK;
+}
+
 // Makes the block of the page the one used last, reading the page if need be. 0 or
 // an I/O code.
 static int bringPage(IndexFile* file, int pageNumber)
 {
     checkHeaderOutsideLock(file);
     bool found = false;
-    CacheBlock* block = lookup(file->fileDescriptor, pageNumber, &found);
-    if (found) return IX_OK;
-    int result = writeBack(block);
-    if (result != IX_OK) return result;
-    freeBlock(block);
+    CacheBlock* block = nullptr;
+    int result = lookup(file->fileDescriptor, pageNumber, &found, &block);
+    if (found || result != IX_OK) return result;
     result = readPage(file->fileDescriptor, block->page, pageNumber);
     if (result != IX_OK) return result;
     bindBlock(block, file->fileDescriptor, pageNumber);
@@ -195,16 +245,6 @@ int cachedPageView(IndexFile* file, PageView* view, int pageNumber)
     const CacheBlock* block = platformState.cache.head;
     if (result == IX_OK) *view = {block->page, block->content, block->sound};
     return result;
-}
-
-int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound)
-{
-    PageView view = {};
-    int result = cachedPageView(file, &view, pageNumber);
-    if (result != IX_OK) return result;
-    memcpy(page, view.page, NODE_PAGE_SIZE);
-    *sound = view.sound;
-    return IX_OK;
 }
 
 void markPageSound() { platformState.cache.head->sound = true; }
@@ -233,13 +273,10 @@ int cachedPageWrite(IndexFile* file, const uint8_t* page, int pageNumber)
     }
     file->headerDirty = 1;
     bool found = false;
-    CacheBlock* block = lookup(file->fileDescriptor, pageNumber, &found);
-    if (!found) {
-        int result = writeBack(block);
-        if (result != IX_OK) return result;
-        freeBlock(block);
-        bindBlock(block, file->fileDescriptor, pageNumber);
-    }
+    CacheBlock* block = nullptr;
+    int result = lookup(file->fileDescriptor, pageNumber, &found, &block);
+    if (result != IX_OK) return result;
+    if (!found) bindBlock(block, file->fileDescriptor, pageNumber);
     memcpy(block->page, page, NODE_PAGE_SIZE);
     block->content = ++platformState.cache.contents;
     block->sound = true; // the engine writes what it has checked or built

@@ -104,14 +104,12 @@ struct PageView {
     bool sound;          // the engine has found them well formed before
 };
 
-// 0 or an I/O code. markPageSound() records of the page viewed or read last that it
+// 0 or an I/O code. markPageSound() records of the page viewed last that it
 // is well formed.
 int cachedPageView(IndexFile* file, PageView* view, int pageNumber);
 void markPageSound();
-// The page viewed, read or written last when it has this content, else null.
+// The page viewed or written last when it has this content, else null.
 const uint8_t* lastPageIfContent(uint64_t content);
-// cachedPageView into a buffer of NODE_PAGE_SIZE bytes.
-int cachedPageRead(IndexFile* file, uint8_t* page, int pageNumber, bool* sound);
 // The page as it is now, without moving it in the order of use.
 int cachedPagePeek(IndexFile* file, uint8_t* page, int pageNumber);
 // 0 or an I/O code.

@@ -9,8 +9,8 @@
 #include <cstddef>
 
 // One page in memory. A block is found by (descriptor, pageNumber). It stands in the
-// list of all blocks in order of use; unless it is free in the list of its hash and
-// in that of its file; and while it is dirty in the list of dirty blocks.
+// list of all blocks in order of use; in the list of its hash and in that of its file
+// or else in that of free blocks; and while it is dirty in that of dirty blocks.
 struct CacheBlock {
     int32_t descriptor; // -1: free
     int32_t pageNumber; // -1: never used
@@ -38,6 +38,7 @@ struct PageCache {
     CacheBlock* head;      // most recently used
     CacheBlock* tail;      // the next victim
     CacheBlock* dirtyHead; // most recently used of the dirty ones
+    CacheBlock* freeHead;  // freed last
     CacheBlock* buckets[CACHE_BUCKETS];
     CacheBlock* files[CACHE_FILES]; // by descriptor
     uint64_t contents;              // contents numbered so far
