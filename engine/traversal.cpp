@@ -230,6 +230,7 @@ void recordStepAlong(IndexFile* file, int index, KeyBlock* keys)
         ++keys->count;
     }
     if (keys->count == 0) return;
+    file->indexNumber = index;
     arriveAtPlace(file, index, &leaf, &place);
     file->currentRecordNumber = file->number;
     withStatus(file, deliver(file, index, nullptr, 0));
