@@ -53,6 +53,7 @@ int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
 
 int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range)
 {
+    ++osFaults.locks;
     return fails(OS_CALL_LOCK) ? OS_REFUSED : realOsLock(descriptor, kind, wait, range);
 }
 

@@ -34,6 +34,7 @@ struct OsFaults {
     int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
 
     int failures = 0; // calls that have failed
+    int locks = 0;    // lock calls made
     std::vector<OsTransfer> transfers = {};
 };
 

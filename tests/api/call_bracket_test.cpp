@@ -1,0 +1,113 @@
+// The file lock around public calls: once for each, once more for what a reading has to
+// write, and let go from time to time in long ones.
+#include "engine/engine.h"
+#include "platform/platform.h"
+#include "tests/support/command.h"
+#include "tests/support/exports.h"
+#include "tests/support/os_faulty.h"
+#include "tests/support/raw_job.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+// How often the file lock was taken since the last question.
+static int locksTaken()
+{
+    int locks = osFaults.locks;
+    osFaults.locks = 0;
+    return locks;
+}
+
+// The elements of the kind are listed, then read by name, each twice, and in a walk. Those
+// that reading writes for take the lock once more, the first time.
+static void expectOneLockACall(IdxConnection* job, uint32_t kind, int32_t written)
+{
+    locksTaken();
+    std::vector<std::string> names = namesOf(job, kind);
+    EXPECT_EQ(locksTaken(), 1);
+    int32_t updates = 0;
+    void* element = nullptr;
+    for (const std::string& name : names) {
+        int32_t result = orvIdx_readElementbyName(job, kind, name.c_str(), &element);
+        updates += locksTaken() - 1;
+        EXPECT_EQ(orvIdx_freeElement(kind, &element), IDX_OK);
+        EXPECT_EQ(orvIdx_readElementbyName(job, kind, name.c_str(), &element), result) << name;
+        EXPECT_EQ(locksTaken(), 1) << name;
+        orvIdx_freeElement(kind, &element);
+    }
+    EXPECT_EQ(updates, written);
+    orvIdx_readFirstElement(job, kind, &element);
+    for (size_t step = 0; step < names.size(); ++step) {
+        EXPECT_EQ(locksTaken(), 1) << step;
+        orvIdx_freeElement(kind, &element);
+        orvIdx_readNextElement(job, kind, &element);
+    }
+}
+
+TEST(PublicCalls, TakeTheFileLockOnceAndOnceMoreToWrite)
+{
+    osFaults = {};
+    IdxConnection* job = nullptr;
+    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, freshJob("mixed").c_str(), 0), IDX_OK);
+    // Eight lines have no extension record, four chains the older layout; the first of
+    // those is rewritten when a chain is read that refers to it.
+    const int32_t written[] = {0, 8, 0, 0, 4, 0, 0};
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        SCOPED_TRACE(kind);
+        expectOneLockACall(job, kind, written[kind]);
+    }
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+}
+
+TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
+{
+    IndexFile file = {};
+    ASSERT_EQ(ixOpen(&file, freshJob("tiny").c_str(), OPEN_SHARED), IX_OK);
+    ASSERT_EQ(ixBeginRead(&file), 0);
+    locksTaken();
+    ReadPiece piece = {};
+    auto steps = [&] {
+        for (int step = 0; step < 1000; ++step) {
+            EXPECT_EQ(ixYieldRead(&file, &piece), 0);
+        }
+        return locksTaken();
+    };
+    steps();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_GT(steps(), 0);
+    EXPECT_EQ(file.readNesting, 1);
+
+    // A lock that cannot be had again ends the read.
+    osFaults.call = OS_CALL_LOCK;
+    osFaults.first = 1;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    int result = 0;
+    for (int step = 0; step < 1000 && result == 0; ++step) {
+        result = ixYieldRead(&file, &piece);
+    }
+    osFaults = {};
+    EXPECT_NE(result, 0);
+    EXPECT_EQ(file.readNesting, 0);
+    EXPECT_EQ(ixClose(&file), IX_OK);
+}
+
+// What would change the file inside a reading bracket is refused, and told of, whatever
+// layer forgot to ask.
+TEST(ReadingBracket, WritesNothing)
+{
+    IndexFile file = {};
+    std::string path = freshJob("tiny");
+    ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
+    std::string bytes = fileBytes(path);
+    ASSERT_EQ(ixBeginRead(&file), 0);
+    EXPECT_EQ(ixAdd(&file, 20, "KEY", 1, nullptr, 0), IX_FILE_LOCK);
+    EXPECT_EQ(file.updateRefused, 1);
+    uint8_t page[NODE_PAGE_SIZE] = {};
+    EXPECT_EQ(cachedPageWrite(&file, page, file.rootPage), IX_PAGE_IO);
+    EXPECT_EQ(writeHeader(&file), IX_PAGE_IO);
+    EXPECT_EQ(ixEndRead(&file), 0);
+    EXPECT_EQ(ixClose(&file), IX_OK);
+    EXPECT_EQ(fileBytes(path), bytes);
+}
