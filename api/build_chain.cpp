@@ -8,6 +8,7 @@
 //   CHA name        another chain, whose description takes its place
 // Members are separated by blanks. A keyword is one only with a blank behind it.
 #include "api/api_state.h"
+#include "api/call_bracket.h"
 #include "api/element_builders.h"
 #include "api/orvIdx.h"
 #include "api/text_block.h"
@@ -98,12 +99,13 @@ static bool copyWord(char* name, const char* word, const char* end)
 // -- References --------------------------------------------------------------
 
 // Appends the description of the chain; of one that does not exist or cannot be read
-// nothing. IDX_ERROR when there is no room for it.
+// nothing. IDX_ERROR when there is no room for it, or when reading has to write, which
+// a bracket for reading has refused.
 static int appendDescription(TextBlock* text, const char* name, int slot)
 {
     ChainResult result;
     if (findChain(name, slot) != COGO_OK) return IDX_OK;
-    if (readChain(&result, slot) != COGO_OK) return IDX_OK;
+    if (readChain(&result, slot) != COGO_OK) return hasToWrite(slot) ? IDX_ERROR : IDX_OK;
     size_t length = std::strlen(result.description);
     while (length > 0 && result.description[length - 1] == BLANK) {
         --length;
@@ -114,7 +116,7 @@ static int appendDescription(TextBlock* text, const char* name, int slot)
 // Copies the description, replacing each reference by the description of the chain it
 // names. References in that one stay. A reference need not stand at the begin of a
 // word. Expects something behind the last letters "CHA", a newline for one. IDX_OK,
-// or IDX_ERROR when there is no room.
+// or IDX_ERROR as appendDescription.
 static int expandReferences(TextBlock* text, const char* description, int slot)
 {
     const char* cursor = description;

@@ -24,6 +24,12 @@ int endCall(CallBracket* call)
     return ixEndRead(call->file) == IX_OK ? IDX_OK : IDX_ERROR;
 }
 
+bool hasToWrite(int slot)
+{
+    const IndexFile* file = slotContext(slot);
+    return file->readNesting != 0 && file->updateRefused != 0;
+}
+
 void goOn(CallBracket* call)
 {
     if (call->open) {

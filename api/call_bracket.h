@@ -17,9 +17,11 @@ CallBracket beginCall(int slot);
 // IDX_OK, or IDX_ERROR when the file lock could not be released.
 int endCall(CallBracket* call);
 
-// True when something tried inside the bracket has to write, which is refused there
-// before anything is changed. The bracket is closed then; the same is to be tried
-// again.
+// True when something tried inside the bracket of a call has to write, which is refused
+// there before anything is changed.
+bool hasToWrite(int slot);
+
+// Likewise; the bracket is closed then, and the same is to be tried again.
 inline bool leftToWrite(CallBracket* call)
 {
     if (!call->open || call->file->updateRefused == 0) return false;
