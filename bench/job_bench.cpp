@@ -5,6 +5,7 @@
 //     connect             connect and disconnect
 //     point_by_name       read a point by its name, in random order
 //     point_walk          read the first or next point, a step
+//     point_walk_tenth/N  the same in the Nth tenth of the walk
 //     point_list          count all points and list their names, a name
 //     add_record          recordAdd of a record with one key, in random order
 //   over a sample job made for the purpose
@@ -120,6 +121,27 @@ static void pointWalk(benchmark::State& state)
         orvIdx_freeElement(ELEMENT_POINT, &element);
         countIteration(state, &timing, secondsSince(start), result == IDX_OK);
         if (++at == points) at = 0;
+    }
+    endTiming(state, &timing);
+    closeJob(&job);
+}
+
+static void pointWalkTenth(benchmark::State& state)
+{
+    BenchJob job = openCopy(benchState.pointJob);
+    std::vector<std::string> names = elementNames(job, ELEMENT_POINT);
+    size_t tenth = names.size() / 10;
+    size_t begin = tenth * static_cast<size_t>(state.range(0) - 1);
+    size_t at = 0;
+    Timing timing = startTiming(job.path);
+    while (state.KeepRunning()) {
+        bool begun = at > 0 || readByName(job, ELEMENT_POINT, names[begin].c_str());
+        Clock::time_point start = Clock::now();
+        void* element = nullptr;
+        int32_t result = orvIdx_readNextElement(job.handle, ELEMENT_POINT, &element);
+        orvIdx_freeElement(ELEMENT_POINT, &element);
+        countIteration(state, &timing, secondsSince(start), begun && result == IDX_OK);
+        if (++at + 1 >= tenth) at = 0;
     }
     endTiming(state, &timing);
     closeJob(&job);
@@ -345,6 +367,7 @@ BENCHMARK(lockCycles)->Name("lock_cycle")->Apply(timeByHand);
 BENCHMARK(connects)->Name("connect")->Apply(timeByHand);
 BENCHMARK(pointsByName)->Name("point_by_name")->Apply(timeByHand);
 BENCHMARK(pointWalk)->Name("point_walk")->Apply(timeByHand);
+BENCHMARK(pointWalkTenth)->Name("point_walk_tenth")->Apply(timeByHand)->Arg(1)->Arg(5)->Arg(10);
 BENCHMARK(pointList)->Name("point_list")->Apply(timeByHand);
 BENCHMARK(addedRecords)->Name("add_record")->Apply(timeByHand)->Iterations(ADDED_RECORDS);
 BENCHMARK(lines)->Name("line")->Apply(timeByHand);

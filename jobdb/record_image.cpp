@@ -71,37 +71,36 @@ static bool isEmpty(const LayoutEntry* entry)
     }
 }
 
-// Writes a number of the machine little-endian; readNumber is its inverse.
+// Writes a number of the machine little-endian, bit for bit; readNumber is its inverse.
 static void writeNumber(uint8_t* bytes, const void* value, int size)
 {
-    uint64_t bits = 0;
-    if (size == 8) memcpy(&bits, value, 8);
-    if (size == 4) {
-        uint32_t half = 0;
-        memcpy(&half, value, sizeof half);
-        bits = half;
-    }
-    if (size == 2) {
-        uint16_t quarter = 0;
-        memcpy(&quarter, value, sizeof quarter);
-        bits = quarter;
-    }
-    for (int i = 0; i < size; ++i) {
-        bytes[i] = static_cast<uint8_t>(bits >> (8 * i));
+    if (size == 8) {
+        uint64_t number = 0;
+        memcpy(&number, value, sizeof number);
+        storeUint64(bytes, number);
+    } else if (size == 4) {
+        uint32_t number = 0;
+        memcpy(&number, value, sizeof number);
+        storeUint32(bytes, number);
+    } else {
+        int16_t number = 0;
+        memcpy(&number, value, sizeof number);
+        storeInt16(bytes, number);
     }
 }
 
 static void readNumber(void* value, const uint8_t* bytes, int size)
 {
-    uint64_t bits = 0;
-    for (int i = 0; i < size; ++i) {
-        bits |= static_cast<uint64_t>(bytes[i]) << (8 * i);
+    if (size == 8) {
+        uint64_t number = loadUint64(bytes);
+        memcpy(value, &number, sizeof number);
+    } else if (size == 4) {
+        uint32_t number = loadUint32(bytes);
+        memcpy(value, &number, sizeof number);
+    } else {
+        int16_t number = static_cast<int16_t>(loadInt16(bytes));
+        memcpy(value, &number, sizeof number);
     }
-    uint32_t half = static_cast<uint32_t>(bits);
-    uint16_t quarter = static_cast<uint16_t>(bits);
-    if (size == 8) memcpy(value, &bits, 8);
-    if (size == 4) memcpy(value, &half, 4);
-    if (size == 2) memcpy(value, &quarter, 2);
 }
 
 // Bytes that the entry's item takes; its field number included.
@@ -203,17 +202,39 @@ bool nextImageItem(ImageWalk* walk, ImageItem* item)
     return true;
 }
 
-int checkImage(const uint8_t* image, const LayoutEntry* layout, int length)
+// The first items of an image, and the walk that leads to the others.
+constexpr int KEPT_ITEMS = 64; // more than any record has
+
+struct ImageItems {
+    ImageItem items[KEPT_ITEMS];
+    int kept;
+    ImageWalk rest;
+};
+
+// checkImage, which keeps what it comes by.
+static int checkItems(const uint8_t* image, const LayoutEntry* layout, int length,
+                      ImageItems* found)
 {
     if (length < IMAGE_MIN_SIZE) return IX_DAMAGED_IMAGE;
     if (loadInt16(image + IMAGE_SIGNATURE) != layoutSignature(layout)) return IX_OTHER_LAYOUT;
     if (loadInt16(image + IMAGE_CHECKSUM) != imageChecksum(image, length)) return IX_DAMAGED_IMAGE;
 
-    ImageItem item = {};
     ImageWalk walk = startImageWalk(image, layout, length);
+    found->kept = 0;
+    while (found->kept < KEPT_ITEMS && nextImageItem(&walk, &found->items[found->kept])) {
+        ++found->kept;
+    }
+    found->rest = walk;
+    ImageItem item = {};
     while (nextImageItem(&walk, &item)) {
     }
     return walk.damaged ? IX_DAMAGED_IMAGE : IX_OK;
+}
+
+int checkImage(const uint8_t* image, const LayoutEntry* layout, int length)
+{
+    ImageItems found;
+    return checkItems(image, layout, length, &found);
 }
 
 int clearFields(LayoutEntry* layout)
@@ -249,14 +270,17 @@ static void storeItem(LayoutEntry* entry, const ImageItem* item)
 
 int unpackRecord(const uint8_t* image, LayoutEntry* layout, IndexFile* file, int length)
 {
-    int result = checkImage(image, layout, length);
+    ImageItems found;
+    int result = checkItems(image, layout, length, &found);
     if (result != IX_OK) return result;
 
     clearFields(layout);
     file->recordTypeByte = image[IMAGE_TYPE_BYTE];
+    for (int i = 0; i < found.kept; ++i) {
+        storeItem(&layout[found.items[i].field], &found.items[i]);
+    }
     ImageItem item = {};
-    ImageWalk walk = startImageWalk(image, layout, length);
-    while (nextImageItem(&walk, &item)) {
+    while (nextImageItem(&found.rest, &item)) {
         storeItem(&layout[item.field], &item);
     }
     return IX_OK;

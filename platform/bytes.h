@@ -38,9 +38,20 @@ inline void storeInt32(uint8_t* bytes, int32_t value)
     storeUint32(bytes, static_cast<uint32_t>(value));
 }
 
+inline uint64_t loadUint64(const uint8_t* bytes)
+{
+    return loadUint32(bytes) | (static_cast<uint64_t>(loadUint32(bytes + 4)) << 32);
+}
+
+inline void storeUint64(uint8_t* bytes, uint64_t value)
+{
+    storeUint32(bytes, static_cast<uint32_t>(value));
+    storeUint32(bytes + 4, static_cast<uint32_t>(value >> 32));
+}
+
 inline double loadDouble(const uint8_t* bytes)
 {
-    uint64_t bits = loadUint32(bytes) | (static_cast<uint64_t>(loadUint32(bytes + 4)) << 32);
+    uint64_t bits = loadUint64(bytes);
     double value = 0.0;
     std::memcpy(&value, &bits, sizeof value);
     return value;
@@ -50,6 +61,5 @@ inline void storeDouble(uint8_t* bytes, double value)
 {
     uint64_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
-    storeUint32(bytes, static_cast<uint32_t>(bits));
-    storeUint32(bytes + 4, static_cast<uint32_t>(bits >> 32));
+    storeUint64(bytes, bits);
 }
