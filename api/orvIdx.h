@@ -12,7 +12,8 @@
  *   Texts      Zero-terminated single-byte strings, file names included.
  *   Threads    One call at a time in a process: the library guards nothing.
  *   Processes  Up to 128 may have one file open; each call sees what others
- *              have written before it.
+ *              have written before it, and an element is of one state of the
+ *              file.
  *   Handles    One job database at a time. Connecting closes an earlier
  *              connection; its handle answers IDX_ERROR from then on and is
  *              still to be passed to disconnect.

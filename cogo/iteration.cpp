@@ -166,7 +166,7 @@ int nextPoint(int slot) { return reachPoint(surveyNextPoint(slot), slot); }
 
 void nextPoints(PointNames* names, int slot)
 {
-    surveyNextPoints(names, slot);
+    surveyNextPoints(names, ELEMENT_NAME_ROOM, slot);
     if (names->count > 0) reachPoint(SURVEY_OK, slot);
 }
 

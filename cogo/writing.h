@@ -8,9 +8,10 @@
 // locked: the engine refuses each write by itself, and says so.
 inline int beginWriting(IndexFile* file)
 {
-    const bool insideRead = file->readNesting != 0 && file->updateNesting == 0;
-    if (file->readOnly != 0 && !insideRead) return IX_OK;
-    return ixBeginUpdate(file);
+    if (file->readOnly == 0) return ixBeginUpdate(file);
+    if (file->readNesting == 0) return IX_OK;
+    file->updateRefused = 1;
+    return IX_FILE_LOCK;
 }
 
 // Ends a write that was begun. IX_OK, or why it did not reach the file.

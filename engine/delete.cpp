@@ -94,8 +94,8 @@ int deleteByKey(IndexFile* file, int index, const char* key, int32_t number)
     int result = beginMove(file, index, &updating);
     if (result == IX_OK) {
         SoughtKey sought = {text, number, 0};
-        NodeView leaf = {};
-        const uint8_t* entry = descend(file, index, &sought, &leaf);
+        Descent way;
+        const uint8_t* entry = descend(file, index, &sought, &way);
         if (entry == nullptr) {
             result = IX_DESCENT_FAILED;
         } else if (isEndMarker(entry) || compareEntry(entry, &sought) != 0) {

@@ -26,6 +26,17 @@ constexpr int WRITE_AT_END = 1;            // shared mode
 constexpr int WRITE_LEAVES_AT_ONCE = 2;
 constexpr int WRITE_AT_ONCE = 3; // exclusive mode
 
+// Where the entry at a position lies. True for as long as the pages have the contents
+// noted, which are numbers of the page cache.
+struct NotedPlace {
+    uint64_t leafContent;   // 0: nothing is noted
+    uint64_t branchContent; // of the leaf's parent; 0: it has none
+    int32_t branchPage;
+    uint16_t offset;      // of the entry in the leaf
+    uint16_t boundOffset; // of the parent's entry behind the leaf, whose child follows it
+    uint8_t firstOfKey;   // 1: no entry before it has its key
+};
+
 struct IndexFile {
     uint8_t marker1; // 'O'
     uint8_t marker2; // 'R'
@@ -107,11 +118,7 @@ struct IndexFile {
     // leaves changeCounter ahead of it.
     uint32_t counterInFile;
 
-    // Where the entry at each position lies, true for as long as the leaf has the
-    // content noted.
-    uint64_t contentAtPosition[INDEX_SLOTS]; // 0: not known
-    uint16_t offsetAtPosition[INDEX_SLOTS];  // of the entry in its page
-    uint8_t firstOfKey[INDEX_SLOTS];         // 1: no entry before it has its key
+    NotedPlace notedPlace[INDEX_SLOTS];
 };
 
 // True when the context is open; every operation asks first.

@@ -2,32 +2,39 @@
 
 #include "engine/record_data.h"
 
-// Chooses the child to descend into: the last one whose keys can include the
-// sought key. Returns its page, or NO_PAGE when a neighbour cannot be read.
-//
-// Expects a branch of the level; when the search has to move right, it looks at its
-// neighbours.
-static int chooseChild(IndexFile* file, int level, const uint8_t* node, const SoughtKey* sought)
+// The child that a descent goes on to.
+struct Child {
+    int page;        // NO_PAGE when a neighbour cannot be read
+    int following;   // the page behind it at its level, as far as the branch tells
+    int boundOffset; // of the branch's entry behind it
+    bool aside;      // it was found in a neighbour of the branch
+};
+
+// Chooses the child to descend into: the last one whose keys can include the sought
+// key. Expects a branch of the level; when the search has to move right, it looks at
+// its neighbours.
+static Child chooseChild(IndexFile* file, int level, const uint8_t* node, const SoughtKey* sought)
 {
     // More moves than pages: the neighbour chain runs in a circle.
     for (int moves = 0; moves < file->pagesInFile; ++moves) {
         int child = nodeLeftmostChild(node);
         const uint8_t* entry = firstEntry(node);
-        while (!isEndMarker(entry)) {
-            if (compareEntry(entry, sought) >= 0) return child;
+        while (!isEndMarker(entry) && compareEntry(entry, sought) < 0) {
             child = entryChild(entry);
             entry = nextEntry(entry);
         }
+        int offset = static_cast<int>(entry - node);
+        if (!isEndMarker(entry)) return {child, entryChild(entry), offset, moves > 0};
 
         // Every separator is smaller. A split leaves the last one behind as the
         // upper bound of this node, so larger keys belong to the neighbour.
         int neighbour = nodeNextPage(node);
-        if (neighbour == NO_PAGE) return child;
+        if (neighbour == NO_PAGE) return {child, NO_PAGE, offset, moves > 0};
         NodeView view = {};
-        if (viewNode(file, neighbour, level, &view) != IX_OK) return NO_PAGE;
+        if (viewNode(file, neighbour, level, &view) != IX_OK) break;
         node = view.node;
     }
-    return NO_PAGE;
+    return {NO_PAGE, NO_PAGE, 0, true};
 }
 
 // First entry of the leaf that is at or after the sought key, or the end marker;
@@ -66,18 +73,36 @@ static int leafToGoOnIn(IndexFile* file, const uint8_t* leaf, const SoughtKey* s
     return NO_PAGE;
 }
 
-const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, NodeView* leaf)
+// Follows the branches down to a leaf. Its page, or NO_PAGE on failure.
+static int descendToLeaf(IndexFile* file, const SoughtKey* sought, Descent* way)
 {
     int page = file->rootPage;
     int level = file->height - 1;
-    if (viewNode(file, page, level, leaf) != IX_OK) return nullptr;
+    NodeView* view = &way->leaf;
+    *way = {};
+    if (viewNode(file, page, level, view) != IX_OK) return NO_PAGE;
+    way->current = nodeNextPage(view->node) == NO_PAGE;
     while (level > 0) {
         engineState.path[level] = page;
-        page = chooseChild(file, level, leaf->node, sought);
+        way->branchPage = page;
+        way->branchContent = view->content;
+        Child child = chooseChild(file, level, view->node, sought);
+        way->boundOffset = child.boundOffset;
+        page = child.page;
         --level;
-        if (viewNode(file, page, level, leaf) != IX_OK) return nullptr;
+        if (viewNode(file, page, level, view) != IX_OK) return NO_PAGE;
+        bool follows = !child.aside && nodeNextPage(view->node) == child.following;
+        way->current = way->current && follows;
     }
+    return page;
+}
 
+const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, Descent* way)
+{
+    int page = descendToLeaf(file, sought, way);
+    if (page == NO_PAGE) return nullptr;
+
+    NodeView* leaf = &way->leaf;
     int ordinal = 0;
     int moves = 0;
     const uint8_t* entry = walkLeaf(leaf->node, sought, &ordinal);
@@ -85,6 +110,7 @@ const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, Node
         int right = leafToGoOnIn(file, leaf->node, sought, &moves);
         if (right == NO_PAGE) break;
         if (viewNode(file, right, 0, leaf) != IX_OK) return nullptr;
+        way->current = false;
         page = right;
         entry = walkLeaf(leaf->node, sought, &ordinal);
     }
@@ -113,25 +139,26 @@ const uint8_t* nextNonEmptyLeaf(IndexFile* file, int index, NodeView* leaf)
     return nullptr;
 }
 
-// Arrives at the entry of the leaf in which a search has ended, and answers how it
-// compares. An entry below the sought key: the leaf chain runs backwards.
-static int arriveAtFound(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
-                         const SoughtKey* sought)
+// Arrives at the entry at which a search has ended, and answers how it compares. An
+// entry below the sought key: the leaf chain runs backwards.
+static int arriveAtFound(IndexFile* file, int index, const uint8_t* entry, const SoughtKey* sought)
 {
     int order = compareEntry(entry, sought);
     if (order < 0) return withStatus(file, IX_DESCENT_FAILED);
     bool sameKey = order == 0 || strcmp(entryKey(entry), sought->key) == 0;
-    arriveAt(file, index, leaf, entry, !sameKey || sought->number <= 0);
+    arriveAt(file, index, entry);
+    file->notedPlace[index].firstOfKey = !sameKey || sought->number <= 0 ? 1 : 0;
     if (order == 0) return withStatus(file, IX_OK);
     return withStatus(file, sameKey ? IX_SAME_KEY : IX_GREATER_KEY);
 }
 
 int locate(IndexFile* file, int index, const SoughtKey* sought)
 {
-    NodeView leaf = {};
-    const uint8_t* entry = descend(file, index, sought, &leaf);
+    Descent way;
+    const uint8_t* entry = descend(file, index, sought, &way);
     if (entry != nullptr && isEndMarker(entry)) {
-        entry = nextNonEmptyLeaf(file, index, &leaf);
+        way.current = false;
+        entry = nextNonEmptyLeaf(file, index, &way.leaf);
         if (entry != nullptr && !isEndMarker(entry)) setPosition(file, index, entry);
     }
     if (entry == nullptr) return withStatus(file, IX_DESCENT_FAILED);
@@ -140,7 +167,45 @@ int locate(IndexFile* file, int index, const SoughtKey* sought)
         clearCurrentEntry(file);
         return withStatus(file, IX_NOT_FOUND);
     }
-    return arriveAtFound(file, index, &leaf, entry, sought);
+    int result = arriveAtFound(file, index, entry, sought);
+    if (way.current && result >= 0) {
+        NotedPlace* place = &file->notedPlace[index];
+        place->leafContent = way.leaf.content;
+        place->branchContent = way.branchContent;
+        place->branchPage = way.branchPage;
+        place->offset = static_cast<uint16_t>(entry - way.leaf.node);
+        place->boundOffset = static_cast<uint16_t>(way.boundOffset);
+    }
+    return result;
+}
+
+// From the end of a leaf in which a noted place lies to the next leaf of the same parent,
+// whose first entry it answers: *leafPage, *leaf and *place become those of it. Null when
+// the way has to be searched: there is none, or it is empty or older than its split.
+static const uint8_t* crossToNextLeaf(IndexFile* file, NotedPlace* place, int* leafPage,
+                                      NodeView* leaf)
+{
+    NodeView branch = {};
+    if (place->branchContent == 0) return nullptr;
+    if (viewNode(file, place->branchPage, 1, &branch) != IX_OK) return nullptr;
+    if (branch.content != place->branchContent) return nullptr;
+
+    const uint8_t* bound = branch.node + place->boundOffset;
+    if (isEndMarker(bound)) return nullptr;
+    const uint8_t* nextBound = nextEntry(bound);
+    // The last entry of a branch with a neighbour only bounds it.
+    bool last = isEndMarker(nextBound);
+    if (last && nodeNextPage(branch.node) != NO_PAGE) return nullptr;
+    int following = last ? NO_PAGE : entryChild(nextBound);
+    int boundOffset = static_cast<int>(nextBound - branch.node);
+
+    *leafPage = entryChild(bound);
+    if (viewNode(file, *leafPage, 0, leaf) != IX_OK) return nullptr;
+    if (nodeNextPage(leaf->node) != following || nodeCount(leaf->node) == 0) return nullptr;
+    place->leafContent = leaf->content;
+    place->offset = NODE_ENTRIES;
+    place->boundOffset = static_cast<uint16_t>(boundOffset);
+    return firstEntry(leaf->node);
 }
 
 int locateOnward(IndexFile* file, int index, const SoughtKey* sought)
@@ -149,6 +214,8 @@ int locateOnward(IndexFile* file, int index, const SoughtKey* sought)
     const uint8_t* entry = entryAtNotedPlace(file, index, &leaf);
     if (entry == nullptr) return locate(file, index, sought);
 
+    NotedPlace place = file->notedPlace[index];
+    int leafPage = file->leafPage[index];
     int ordinal = file->positionInLeaf[index];
     do {
         entry = nextEntry(entry);
@@ -156,13 +223,17 @@ int locateOnward(IndexFile* file, int index, const SoughtKey* sought)
     } while (!isEndMarker(entry) && compareEntry(entry, sought) < 0);
     if (isEndMarker(entry)) {
         ordinal = 0;
-        entry = nextNonEmptyLeaf(file, index, &leaf);
-        bool found = entry != nullptr && !isEndMarker(entry) && compareEntry(entry, sought) >= 0;
-        // The end of the tree, a longer way, damage.
-        if (!found) return locate(file, index, sought);
+        entry = crossToNextLeaf(file, &place, &leafPage, &leaf);
+        if (entry == nullptr || compareEntry(entry, sought) < 0) return locate(file, index, sought);
+    } else {
+        place.offset = static_cast<uint16_t>(entry - leaf.node);
     }
+    file->leafPage[index] = leafPage;
     file->positionInLeaf[index] = ordinal;
-    return arriveAtFound(file, index, &leaf, entry, sought);
+    int result = arriveAtFound(file, index, entry, sought);
+    place.firstOfKey = file->notedPlace[index].firstOfKey;
+    file->notedPlace[index] = place;
+    return result;
 }
 
 // True when a search for the key would end at the position, if its place is the one
@@ -172,8 +243,9 @@ static bool mayStandOn(const IndexFile* file, int index, const SoughtKey* sought
     int32_t number = file->numberAtPosition[index];
     bool whole = (file->segmentAtPosition[index] & SEGMENT_ORDINAL) == 0;
     bool itself = number == sought->number && whole;
-    bool first = file->firstOfKey[index] != 0 && sought->number == 0 && number >= 0;
-    return file->contentAtPosition[index] != 0 && (itself || first) &&
+    const NotedPlace* place = &file->notedPlace[index];
+    bool first = place->firstOfKey != 0 && sought->number == 0 && number >= 0;
+    return place->leafContent != 0 && (itself || first) &&
            strcmp(file->keyBuffer[index], sought->key + 1) == 0;
 }
 

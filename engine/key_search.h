@@ -7,11 +7,23 @@
 #include "engine/node_buffer.h"
 #include "engine/positions.h"
 
+// How a descent came to its leaf.
+struct Descent {
+    NodeView leaf;
+    uint64_t branchContent; // of the leaf's parent; 0: the root is a leaf
+    int branchPage;
+    int boundOffset; // of the parent's entry behind the leaf
+    // Each node on the way is followed by the one that its parent has behind it. Where a
+    // process was killed while it wrote, a leaf may be older than its split: it then
+    // holds entries that a search does not reach, and leads past others.
+    bool current;
+};
+
 // Descends to the first entry at or after the sought key in the leaf where it
-// belongs. Returns it, or that leaf's end marker, and the leaf; null when a page is
-// damaged or cannot be read. Sets the position of the index there, without noting its
-// place. The sought key must not lie in the context.
-const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, NodeView* leaf);
+// belongs. Returns it, or that leaf's end marker; null when a page is damaged or cannot
+// be read. Sets the position of the index there, without noting its place. The sought
+// key must not lie in the context.
+const uint8_t* descend(IndexFile* file, int index, const SoughtKey* sought, Descent* way);
 
 // From a position at the end of the leaf: moves it to the first entry of the next leaf
 // that has any, which becomes *leaf. Returns the entry, the end marker of the last

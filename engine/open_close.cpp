@@ -61,7 +61,7 @@ static void initContext(IndexFile* file)
         file->removedAtPosition[index] = 0;
         file->numberAtPosition[index] = 0;
         file->segmentAtPosition[index] = 0;
-        file->contentAtPosition[index] = 0;
+        file->notedPlace[index] = {};
         file->recordLockState[index] = UNLOCKED;
     }
 }

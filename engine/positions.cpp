@@ -39,7 +39,7 @@ static void placePosition(IndexFile* file, int index, const uint8_t* entry, cons
     memcpy(file->keyBuffer[index], entryKey(entry) + 1, parts.keyLength);
     file->numberAtPosition[index] = parts.number;
     file->segmentAtPosition[index] = parts.segment;
-    file->contentAtPosition[index] = 0;
+    file->notedPlace[index].leafContent = 0;
 }
 
 static void fillCurrentEntry(IndexFile* file, const uint8_t* entry, const EntryParts& parts)
@@ -63,35 +63,25 @@ void takeEntry(IndexFile* file, const uint8_t* entry)
     fillCurrentEntry(file, entry, partsOf(entry));
 }
 
-void arriveAt(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
-              bool firstOfKey)
+void arriveAt(IndexFile* file, int index, const uint8_t* entry)
 {
     EntryParts parts = partsOf(entry);
     placePosition(file, index, entry, parts);
     fillCurrentEntry(file, entry, parts);
-    notePlace(file, index, leaf, entry, firstOfKey);
-}
-
-void notePlace(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
-               bool firstOfKey)
-{
-    file->contentAtPosition[index] = leaf->content;
-    file->offsetAtPosition[index] = static_cast<uint16_t>(entry - leaf->node);
-    file->firstOfKey[index] = firstOfKey ? 1 : 0;
 }
 
 const uint8_t* entryAtNotedPlace(IndexFile* file, int index, NodeView* leaf)
 {
+    const NotedPlace* place = &file->notedPlace[index];
     bool reading = file->openMode == OPEN_SHARED && file->fileLockState == LOCKED &&
                    file->fileLockExclusive == 0;
-    bool noted = file->contentAtPosition[index] != 0 && file->indexAtPosition[index] == index &&
+    bool noted = place->leafContent != 0 && file->indexAtPosition[index] == index &&
                  file->removedAtPosition[index] == 0;
     if (!reading || !noted) return nullptr;
-    *leaf = {lastPageIfContent(file->contentAtPosition[index]), file->contentAtPosition[index]};
-    if (leaf->node != nullptr) return leaf->node + file->offsetAtPosition[index];
+    *leaf = {lastPageIfContent(place->leafContent), place->leafContent};
+    if (leaf->node != nullptr) return leaf->node + place->offset;
     if (viewNode(file, file->leafPage[index], 0, leaf) != IX_OK) return nullptr;
-    if (leaf->content != file->contentAtPosition[index]) return nullptr;
-    return leaf->node + file->offsetAtPosition[index];
+    return leaf->content == place->leafContent ? leaf->node + place->offset : nullptr;
 }
 
 void setPositionPastEnd(IndexFile* file, int index)
@@ -100,14 +90,14 @@ void setPositionPastEnd(IndexFile* file, int index)
     file->keyBuffer[index][0] = 0;
     file->numberAtPosition[index] = 0;
     file->segmentAtPosition[index] = 0;
-    file->contentAtPosition[index] = 0;
+    file->notedPlace[index].leafContent = 0;
 }
 
 void setPositionKey(IndexFile* file, int index, const char* key, int32_t number)
 {
     copyKeyString(file->keyBuffer[index], key);
     file->numberAtPosition[index] = number;
-    file->contentAtPosition[index] = 0;
+    file->notedPlace[index].leafContent = 0;
 }
 
 void setPositionBeforeStart(IndexFile* file, int index)
@@ -115,7 +105,7 @@ void setPositionBeforeStart(IndexFile* file, int index)
     if (file->indexAtPosition[index] >= index) file->indexAtPosition[index] = index - 1;
     file->keyBuffer[index][0] = 0;
     file->numberAtPosition[index] = -1;
-    file->contentAtPosition[index] = 0;
+    file->notedPlace[index].leafContent = 0;
 }
 
 void clearCurrentEntry(IndexFile* file)
@@ -134,9 +124,7 @@ void keepPosition(const IndexFile* file, int index, KeptPosition* kept)
     kept->positionInLeaf = file->positionInLeaf[index];
     kept->leafPage = file->leafPage[index];
     kept->indexAtPosition = file->indexAtPosition[index];
-    kept->content = file->contentAtPosition[index];
-    kept->offset = file->offsetAtPosition[index];
-    kept->firstOfKey = file->firstOfKey[index];
+    kept->place = file->notedPlace[index];
 }
 
 void putPositionBack(IndexFile* file, int index, const KeptPosition* kept)
@@ -146,9 +134,7 @@ void putPositionBack(IndexFile* file, int index, const KeptPosition* kept)
     file->positionInLeaf[index] = kept->positionInLeaf;
     file->leafPage[index] = kept->leafPage;
     file->indexAtPosition[index] = kept->indexAtPosition;
-    file->contentAtPosition[index] = kept->content;
-    file->offsetAtPosition[index] = kept->offset;
-    file->firstOfKey[index] = kept->firstOfKey;
+    file->notedPlace[index] = kept->place;
 }
 
 constexpr int LAST_SLOT = INDEX_SLOTS - 1;

@@ -16,10 +16,9 @@ void buildSoughtKey(char* text, int index, const char* key);
 // Makes the entry the one at the position: index, key, number and segment. Like the
 // other changes of a position it forgets the place noted.
 void setPosition(IndexFile* file, int index, const uint8_t* entry);
-// Notes where the entry at the position lies in its leaf. firstOfKey: it is known
-// that no entry before it has its key.
-void notePlace(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
-               bool firstOfKey);
+// Makes the entry the position and the current entry: setPosition and takeEntry in one.
+void arriveAt(IndexFile* file, int index, const uint8_t* entry);
+
 // The entry at the position, whose leaf becomes *leaf, when its place is noted and
 // may be used: in shared mode while a bracket for reading holds the file lock. In
 // updates the pages are to be used in the order of the searches, which is the order
@@ -31,11 +30,6 @@ void setPositionPastEnd(IndexFile* file, int index);
 void setPositionKey(IndexFile* file, int index, const char* key, int32_t number);
 // Puts the position before the first entry of its index.
 void setPositionBeforeStart(IndexFile* file, int index);
-
-// Makes an entry of the leaf the position, the current entry and its place the one
-// noted: setPosition, takeEntry and notePlace in one.
-void arriveAt(IndexFile* file, int index, const NodeView* leaf, const uint8_t* entry,
-              bool firstOfKey);
 
 // Copies the entry into the context's current entry and its number, segment, data
 // and key into the result fields; the key includes the index byte.
@@ -51,9 +45,7 @@ struct KeptPosition {
     int32_t positionInLeaf;
     int32_t leafPage;
     int32_t indexAtPosition;
-    uint64_t content;
-    uint16_t offset;
-    uint8_t firstOfKey;
+    NotedPlace place;
 };
 void keepPosition(const IndexFile* file, int index, KeptPosition* kept);
 void putPositionBack(IndexFile* file, int index, const KeptPosition* kept);

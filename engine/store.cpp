@@ -13,8 +13,8 @@ static int storeEntry(IndexFile* file, int mode, const SoughtKey* key, const uin
                       int length)
 {
     int index = static_cast<uint8_t>(key->key[0]);
-    NodeView leaf = {};
-    const uint8_t* found = descend(file, index, key, &leaf);
+    Descent way;
+    const uint8_t* found = descend(file, index, key, &way);
     if (found == nullptr) return IX_DESCENT_FAILED;
 
     bool first = (key->segment & SEGMENT_ORDINAL) == 0;

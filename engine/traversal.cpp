@@ -196,10 +196,15 @@ static bool moveOnInLeaf(LeafPlace* place)
     return onward;
 }
 
-static void arriveAtPlace(IndexFile* file, int index, const NodeView* leaf, const LeafPlace* place)
+// Makes a place in the leaf of the position, which is a noted one, the position.
+static void arriveAtPlace(IndexFile* file, int index, const NodeView* leaf, const LeafPlace* to)
 {
-    file->positionInLeaf[index] = place->ordinal;
-    arriveAt(file, index, leaf, place->entry, place->firstOfKey);
+    NotedPlace place = file->notedPlace[index];
+    place.offset = static_cast<uint16_t>(to->entry - leaf->node);
+    place.firstOfKey = to->firstOfKey ? 1 : 0;
+    file->positionInLeaf[index] = to->ordinal;
+    arriveAt(file, index, to->entry);
+    file->notedPlace[index] = place;
 }
 
 // Steps to the record behind a noted place when it begins in the same leaf. False, and

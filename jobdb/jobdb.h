@@ -159,9 +159,9 @@ struct PointNames {
 };
 
 // Goes on with the walk over the points as far as that needs no search, and fills in
-// the names passed, in their order, the last one being that at the position. There may
-// be none: surveyNextPoint goes on then.
-void surveyNextPoints(PointNames* names, int slot);
+// the names passed, in their order and each cut to the room, the last one being that at
+// the position. There may be none: surveyNextPoint goes on then.
+void surveyNextPoints(PointNames* names, int room, int slot);
 
 // Read the current record; nothing is stored in record after a failure. SURVEY_OK
 // or SURVEY_FAILED.

@@ -72,8 +72,9 @@ static size_t nameOfKey(char* name, size_t room, const char* key)
         ++key;
     }
     size_t length = 0;
-    for (size_t i = 0; key[i] != '\0' && i + 1 < room; ++i) {
-        if (key[i] != ' ' || i >= NAME_CHARACTERS) name[length++] = key[i];
+    for (size_t i = 0; key[i] != '\0' && i + 1 < POINT_NAME_ROOM; ++i) {
+        const bool counts = key[i] != ' ' || i >= NAME_CHARACTERS;
+        if (counts && length + 1 < room) name[length++] = key[i];
     }
     name[length] = '\0';
     return length;
@@ -158,7 +159,7 @@ int surveyNextPoint(int slot)
     return std::strncmp(key, text, RUN_KEY_CHARACTERS) == 0 ? SURVEY_OK : IX_NOT_FOUND;
 }
 
-void surveyNextPoints(PointNames* names, int slot)
+void surveyNextPoints(PointNames* names, int room, int slot)
 {
     names->count = 0;
     char text[SELECTION_ROOM];
@@ -169,7 +170,7 @@ void surveyNextPoints(PointNames* names, int slot)
     const char* key = keys.texts;
     char* name = names->texts;
     for (; names->count < keys.count; ++names->count) {
-        name += nameOfKey(name, POINT_NAME_ROOM, key) + 1;
+        name += nameOfKey(name, static_cast<size_t>(room), key) + 1;
         key += std::strlen(key) + 1;
     }
 }

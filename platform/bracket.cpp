@@ -112,7 +112,9 @@ int ixYieldRead(IndexFile* file, ReadPiece* piece)
 
     int ended = ixEndRead(file);
     *piece = {};
-    return ended != 0 ? ended : ixBeginRead(file);
+    if (ended != 0) return ended;
+    osGiveWay();
+    return ixBeginRead(file);
 }
 
 int ixBeginUpdate(IndexFile* file)

@@ -51,3 +51,6 @@ int osProbe(int descriptor, const OsLockRange* range);
 
 // Milliseconds of a clock that is never set back; it runs over after 49 days.
 uint32_t osMilliseconds();
+
+// Waits so long that one who waits for a lock just released can take it.
+void osGiveWay();

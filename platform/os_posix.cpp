@@ -123,3 +123,10 @@ uint32_t osMilliseconds()
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<uint32_t>(now.tv_sec) * 1000U + static_cast<uint32_t>(now.tv_nsec / 1000000);
 }
+
+void osGiveWay()
+{
+    // Byte locks have no queue here: who waits is woken and asks again.
+    timespec pause = {0, 100000};
+    nanosleep(&pause, nullptr);
+}

@@ -129,3 +129,6 @@ int osProbe(int descriptor, const OsLockRange* range)
 }
 
 uint32_t osMilliseconds() { return GetTickCount(); }
+
+// A range that is released goes to the one who waits for it.
+void osGiveWay() { Sleep(0); }

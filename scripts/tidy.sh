@@ -13,4 +13,5 @@ if [ ${#files[@]} -eq 0 ]; then
     if grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json"; then echo "$file"; fi
   done)
 fi
-printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet
+# One file per process: the analyzer's view of one file can be wrong after another.
+printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 clang-tidy -p "$build" --quiet

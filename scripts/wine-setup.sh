@@ -54,7 +54,7 @@ done
 
 # The main archive of the release, where the machine's own apt finds it.
 mirror=$(apt-get update --print-uris 2>/dev/null |
-  sed -n "s|^'\\(.*/\\)dists/$release/main/binary-.*|\\1|p" | sed -n 1p)
+  sed -n "s|^'\\(.*/\\)dists/$release/main/binary-.*|\\1|p" | sed -n 1p) || mirror=
 [ -n "$mirror" ] || not_here "apt has no main archive of the release '$release'"
 
 apt=$dir/apt

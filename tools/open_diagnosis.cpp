@@ -176,10 +176,15 @@ std::string openDiagnosis(const std::string& path, int32_t connectResult)
     if (status.type() == fs::file_type::directory) return "a directory, not a job database";
     if (status.type() != fs::file_type::regular) return "not a regular file, not a job database";
 
-    std::ifstream file(path, std::ios::binary);
+    // Nothing is read ahead: the user slots, which other users have locked, cannot be
+    // read where locks bind readers.
+    std::ifstream file;
+    file.rdbuf()->pubsetbuf(nullptr, 0);
+    file.open(path, std::ios::binary);
     if (!file) return "no access: the file may not be read";
     uintmax_t length = fs::file_size(path, error);
     Bytes header = readBytes(file, 0, HEADER_LENGTH);
+    if (file.bad()) return "no access: the file cannot be read";
     if (!isJobDatabase(header)) return "not a job database";
 
     std::string found = damage(file, header, length);

@@ -75,14 +75,22 @@ static bool isZero(const uint8_t* bytes, const uint8_t* end)
 
 // -- File and header ---------------------------------------------------------
 
-// Reads the file, but no more than the largest job database has. False, with the
-// complaint made, when it cannot be read.
+// Reads the file, but no more than the largest job database has, and of the header area
+// only its record and the busy marker: the user slots lie in between, and where locks
+// bind readers they cannot be read as long as somebody has the file open. False, with
+// the complaint made, when it cannot be read.
 static bool readFile(CheckedFile* file, const std::string& path)
 {
     constexpr size_t LARGEST =
         FIRST_PAGE_OFFSET + static_cast<size_t>(MAX_PAGES_IN_FILE) * NODE_PAGE_SIZE;
-    std::ifstream stream(path, std::ios::binary);
-    char chunk[NODE_PAGE_SIZE];
+    std::ifstream stream;
+    stream.rdbuf()->pubsetbuf(nullptr, 0); // nothing is read ahead
+    stream.open(path, std::ios::binary);
+    char chunk[NODE_PAGE_SIZE] = {};
+    stream.read(chunk, HEADER_SIZE);
+    stream.seekg(BUSY_MARKER_OFFSET);
+    stream.read(chunk + BUSY_MARKER_OFFSET, FIRST_PAGE_OFFSET - BUSY_MARKER_OFFSET);
+    if (stream) file->bytes.assign(chunk, chunk + FIRST_PAGE_OFFSET);
     while (stream && file->bytes.size() < LARGEST) {
         stream.read(chunk, sizeof chunk);
         file->bytes.insert(file->bytes.end(), chunk, chunk + stream.gcount());

@@ -2,8 +2,7 @@
 // without the engine's search, through the format accessors alone.
 //
 // Boundary for orvjob and for tests, which call it after whatever has written a
-// file. Nobody may be writing while it reads; where byte locks bind readers too,
-// nobody may have the file open at all.
+// file. Nobody may be writing while it reads.
 #pragma once
 
 #include <string>

@@ -2,15 +2,11 @@
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/os_faulty.h"
+#include "tests/support/process.h"
 #include "tests/support/raw_job.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-namespace fs = std::filesystem;
-
-constexpr uid_t NOBODY = 65534;
 
 static int32_t connectTo(const std::string& path, IdxConnection** job)
 {
@@ -36,15 +32,16 @@ TEST(Connect, RefusesWhatIsNoCurrentJob)
         older["\0\4\10\14\20\24\34\40"[i]] = "VALIDATE"[i];
     }
     IdxConnection* job = nullptr;
-    fs::path path = freshDirectory() / "job.orv";
+    std::string directory = freshDirectory();
+    std::string path = directory + "/job.orv";
     for (const std::string& bytes :
          {older, std::string(), std::string(3000, 'x'), emptyJob(0).substr(0, 1024)}) {
         writeBytes(path, bytes);
         EXPECT_EQ(connectTo(path, &job), bytes == older ? IDX_OLDER_FORMAT : IDX_ERROR);
         EXPECT_EQ(fileBytes(path), bytes);
     }
-    EXPECT_EQ(connectTo(path.parent_path(), &job), IDX_ERROR);
-    EXPECT_EQ(connectTo(path / "x", &job), IDX_ERROR);
+    EXPECT_EQ(connectTo(directory, &job), IDX_ERROR);
+    EXPECT_EQ(connectTo(path + "/x", &job), IDX_ERROR);
     EXPECT_EQ(job, nullptr);
 }
 
@@ -70,7 +67,8 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
     IdxConnection* job = nullptr;
     IdxConnection* other = nullptr;
     std::string path = freshJob("tiny");
-    std::string longPath = std::string(256 - path.size(), '/') + path;
+    std::string longPath = path;
+    longPath.insert(path.rfind('/'), 256 - path.size(), '/');
     ASSERT_EQ(connectTo(path, &job), IDX_OK);
     EXPECT_EQ(connectTo(path, nullptr), IDX_ERROR);
     EXPECT_EQ(connectTo("", &other), IDX_ERROR);
@@ -93,8 +91,9 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
     EXPECT_TRUE(element == &count && count == 99);
 
     // 255 characters are not too many; the first connection ends with the second.
-    ASSERT_EQ(connectTo(longPath.substr(1), &other), IDX_OK);
-    EXPECT_EQ(other->path, longPath.substr(1));
+    longPath.erase(path.rfind('/'), 1);
+    ASSERT_EQ(connectTo(longPath, &other), IDX_OK);
+    EXPECT_EQ(other->path, longPath);
     EXPECT_FALSE(isRead(job, ELEMENT_POINT, "9"));
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
     EXPECT_TRUE(isRead(other, ELEMENT_POINT, "9"));
@@ -107,7 +106,7 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
 TEST(Connect, WritesNothingOfAFailedSessionIntoAnotherFile)
 {
     IdxConnection* job = nullptr;
-    std::string text = freshDirectory() / "text";
+    std::string text = freshDirectory() + "/text";
     writeBytes(text, std::string(600000, 'x'));
     ASSERT_EQ(connectTo(freshJob("mixed"), &job), IDX_OK);
     osFaults = {.call = OS_CALL_WRITE, .first = 3, .lasting = true};
@@ -123,12 +122,10 @@ TEST(Connect, WritesNothingOfAFailedSessionIntoAnotherFile)
 
 TEST(ReadOnlyFile, IsReadButForWhatWouldBeWritten)
 {
-    fs::path path = freshJob("mixed");
+    std::string path = freshJob("mixed");
     std::string bytes = fileBytes(path);
-    fs::permissions(path.parent_path(), fs::perms(0755));
-    fs::permissions(path, fs::perms(0444));
-    uid_t user = geteuid();
-    if (user == 0 && seteuid(NOBODY) != 0) GTEST_SKIP() << "root cannot become another user here";
+    permitAll(path, READING);
+    if (!becomeReader()) GTEST_SKIP() << "root cannot become another user here";
 
     IdxConnection* job = nullptr;
     ASSERT_EQ(connectTo(path, &job), IDX_OK);
@@ -151,6 +148,6 @@ TEST(ReadOnlyFile, IsReadButForWhatWouldBeWritten)
     EXPECT_EQ(unread, "0LN NOEXT1 NOEXT2 NOEXT3 NOEXT4 NOEXT5 NOEXT6 NOEXT7 NOEXT8 ln "
                       "OLD1 OLD2 OLD3 OLD4 NODATA NOSEGMENT PROF55 Z ");
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
-    EXPECT_EQ(seteuid(user), 0);
+    becomeRootAgain();
     EXPECT_EQ(fileBytes(path), bytes);
 }

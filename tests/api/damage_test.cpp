@@ -56,7 +56,7 @@ Elements readAll(const std::string& path)
 
 std::string writeJob(const std::string& bytes)
 {
-    std::string path = freshDirectory() / "job.orv";
+    std::string path = freshDirectory() + "/job.orv";
     writeBytes(path, bytes);
     return path;
 }

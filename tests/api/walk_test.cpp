@@ -1,13 +1,12 @@
 // Walks from the first to the next element through the exports, with reads by name in
 // between, alone and while another process writes to the same file.
-#include "api/orvIdx.h"
 #include "engine/engine.h"
 #include "tests/support/command.h"
+#include "tests/support/exports.h"
 #include "tests/support/peer.h"
 #include "tools/tree_check.h"
 
 #include <gtest/gtest.h>
-#include <sstream>
 
 // What to read, beside a name; and the name of what cannot be read.
 constexpr char FIRST[] = "(first)";
@@ -33,21 +32,6 @@ static std::string read(IdxConnection* job, uint32_t kind, const std::string& wh
     return copy;
 }
 
-static std::vector<std::string> namesOf(IdxConnection* job, uint32_t kind)
-{
-    uint32_t count = 0;
-    char* list = nullptr;
-    EXPECT_EQ(orvIdx_numberOfElements(job, kind, &count, &list), IDX_OK);
-    std::istringstream stream(list);
-    orvIdx_freeElementNameList(&list);
-    std::vector<std::string> names;
-    for (std::string name; std::getline(stream, name, ',');) {
-        names.push_back(name);
-    }
-    EXPECT_EQ(names.size(), count);
-    return names;
-}
-
 // Walks the kind to its end and beyond. Each element is read by name as well, and one
 // of another name where that does not move the walk; for survey chains that is a chain.
 static void expectWalk(IdxConnection* job, uint32_t kind)
@@ -71,7 +55,7 @@ static void expectWalk(IdxConnection* job, uint32_t kind)
 
 // Adds and deletes entries beside the keys of all walked kinds, and records, until the
 // test speaks.
-static void writeBeside(const Peer& test, const std::string& path)
+static void writeBeside(const Peer& test, const std::string& path, int)
 {
     const std::pair<int, const char*> places[] = {{1, "   CGZ"}, {1, "   CHB"}, {1, "   CUS"},
                                                   {1, "   LIO"}, {1, "   PH3"}, {1, "   SPJ"},
@@ -94,6 +78,8 @@ static void writeBeside(const Peer& test, const std::string& path)
     must(ixClose(&file) == IX_OK, "close");
 }
 
+const std::map<std::string, PeerWork*> PEER_WORKS = {{"writeBeside", writeBeside}};
+
 class Walks : public testing::TestWithParam<const char*>
 {
 };
@@ -108,7 +94,7 @@ TEST_P(Walks, GiveTheNamesOfTheListWhateverHappensInBetween)
     for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
         expectWalk(job, kind);
     }
-    Peer writer = startPeer([&](const Peer& test) { writeBeside(test, path); });
+    Peer writer = startPeer("writeBeside", path);
     ASSERT_EQ(hear(writer), "writing");
     for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
         expectWalk(job, kind);

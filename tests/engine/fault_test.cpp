@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <random>
 #include <set>
 
 namespace
@@ -252,6 +254,77 @@ TEST(FailedFlush, DoesNotOverwriteAnotherWriter)
         }
     }
     EXPECT_GT(cases, 20);
+}
+
+using Found = std::vector<std::pair<std::string, int32_t>>;
+
+// The records of an index, each searched from the root or stepped to.
+Found searched(IndexFile* file, int index)
+{
+    Found found;
+    std::string key;
+    int32_t number = 0;
+    while (ixFind(file, index, key.c_str(), number, nullptr, 0) >= IX_OK) {
+        key = file->key;
+        number = file->number + 1;
+        found.emplace_back(key, file->number);
+    }
+    return found;
+}
+
+Found walked(IndexFile* file, int index)
+{
+    Found found;
+    int result = ixFindFirst(file, index, nullptr, 0);
+    for (; result == IX_OK; result = ixNext(file, index, nullptr, 0)) {
+        found.emplace_back(file->key, file->number);
+    }
+    return found;
+}
+
+// Killed at each write in turn, a writer may leave a leaf that is older than its split:
+// what was moved out of it and deleted afterwards must not come back in a walk.
+TEST(KilledWriter, LeavesAFileThatIsWalkedAsItIsSearched)
+{
+    constexpr int INDEX = 5;
+    std::string path = writeEmptyJob(0);
+    const std::string empty = fileBytes(path);
+    bool killed = true;
+    int write = 0;
+    while (killed) {
+        SCOPED_TRACE(++write);
+        writeBytes(path, empty);
+        IndexFile file = {};
+        ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
+        osFaults = {.call = OS_CALL_WRITE, .first = write, .lasting = true};
+        std::mt19937 random(7);
+        Found added;
+        while (osFaults.failures == 0 && added.size() < 600) {
+            unsigned from = static_cast<unsigned>(random() % 10000 * 10);
+            EXPECT_EQ(ixBeginUpdate(&file), 0);
+            for (unsigned i = 0; i < 6; ++i) {
+                std::string key = std::to_string(10000000 + from + i);
+                added.emplace_back(key, added.size());
+                ixAdd(&file, INDEX, key.c_str(), added.back().second, nullptr, 0);
+            }
+            ixEndUpdate(&file);
+        }
+        killed = osFaults.failures > 0;
+        osFaults = {};
+        ixAbandon(&file);
+
+        IndexFile reader = {};
+        // A header that names a root never written is no tree.
+        if (ixOpen(&reader, path.c_str(), OPEN_SHARED) != IX_OK) continue;
+        for (const auto& [key, number] : added) {
+            if (number % 3 == 0) ixDelete(&reader, INDEX, key.c_str(), number);
+        }
+        EXPECT_EQ(ixBeginRead(&reader), 0);
+        EXPECT_EQ(walked(&reader, INDEX), searched(&reader, INDEX));
+        EXPECT_EQ(ixEndRead(&reader), 0);
+        ixAbandon(&reader);
+    }
+    EXPECT_GT(write, 100);
 }
 
 // The page counter at its limit, or the disk full: only what needs no new page works.

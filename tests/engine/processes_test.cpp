@@ -12,12 +12,11 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
 #include <sstream>
-#include <unistd.h>
+#include <thread>
 
 constexpr int PROCESSES = 4;
 constexpr char COUNTER[] = "COUNTER"; // a record that all processes count up
@@ -104,14 +103,14 @@ static std::string openCounterJob(JobWriter* job)
     return path;
 }
 
-// Runs the function in several processes that start it at once. Answers the numbers
-// that each has told in the end.
-static std::vector<std::vector<int>> runAtOnce(const std::function<void(const Peer&, int)>& work)
+// Lets several processes do the work at once. Answers the numbers that each has told in
+// the end.
+static std::vector<std::vector<int>> runAtOnce(const std::string& work, const std::string& path)
 {
     std::vector<Peer> peers;
     std::vector<std::vector<int>> told;
     for (int process = 1; process <= PROCESSES; ++process) {
-        peers.push_back(startPeer([&](const Peer& test) { work(test, process); }));
+        peers.push_back(startPeer(work, path, process));
     }
     for (const Peer& peer : peers)
         say(peer, "go");
@@ -171,8 +170,7 @@ TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
     std::set<int> drawn;
     int records = 1;
     int counted = 0;
-    for (const std::vector<int>&told :
-         runAtOnce([&](const Peer&test, int process) { doEverything(test, path, process); })) {
+    for (const std::vector<int>& told : runAtOnce("doEverything", path)) {
         ASSERT_GT(told.size(), 2u);
         records += told[0];
         counted += told[1];
@@ -195,7 +193,7 @@ TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
 
 // Whenever told, adds records and reads all that it has added. Answers "fine", or
 // "refused" when the file allowed it only in part; what is read is right in any case.
-static void addAndRead(const Peer& test, const std::string& path, const std::string& suffix)
+static void addAndRead(const Peer& test, const std::string& path, int process)
 {
     JobWriter job;
     bool open = openJobWriter(&job, path, OPEN_SHARED) == IX_OK;
@@ -203,7 +201,7 @@ static void addAndRead(const Peer& test, const std::string& path, const std::str
     for (int step = 0; !hear(test).empty();) {
         bool refused = !open;
         for (int end = step + 30; step < end; ++step) {
-            std::string name = std::to_string(step * 37 % 1000) + suffix;
+            std::string name = std::to_string(step * 37 % 1000) + "R" + std::to_string(process);
             bool stored = change(&job, name, 0, 1) == IX_OK;
             if (stored) names.insert(name);
             refused = refused || !stored;
@@ -250,16 +248,16 @@ TEST(Processes, GoOnAfterAnotherWasKilledWhileWriting)
     for (int run = 0; run < 40; ++run) {
         JobWriter job;
         std::string path = openCounterJob(&job);
-        Peer survivor = startPeer([&](const Peer& test) { addAndRead(test, path, "S"); });
-        Peer victim = startPeer([&](const Peer& test) { writeUntilKilled(test, path, run); });
+        Peer survivor = startPeer("addAndRead", path, 1);
+        Peer victim = startPeer("writeUntilKilled", path, run);
         say(victim, "go");
         say(survivor, "go");
-        usleep(static_cast<useconds_t>(random() % 40000));
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 40000));
         EXPECT_EQ(run % 2 == 1 ? hear(victim) : "stuck", "stuck");
-        endPeer(victim, SIGKILL);
+        endPeer(victim, KILL);
         std::string answers = hear(survivor);
         bool whole = treeIsWhole(path);
-        Peer newcomer = startPeer([&](const Peer& test) { addAndRead(test, path, "N"); });
+        Peer newcomer = startPeer("addAndRead", path, 2);
         for (const Peer& next : {survivor, newcomer, survivor}) {
             say(next, "go on");
             answers += hear(next);
@@ -273,7 +271,7 @@ TEST(Processes, GoOnAfterAnotherWasKilledWhileWriting)
 }
 
 // Locks a record's data and another record's key, then waits for its end.
-static void holdLocks(const Peer& test, const std::string& path)
+static void holdLocks(const Peer& test, const std::string& path, int)
 {
     JobWriter job;
     openShared(&job, path);
@@ -296,7 +294,7 @@ TEST(Processes, TakeOverTheLocksOfAKilledOne)
     JobWriter next;
     openShared(&job, path);
     ASSERT_EQ(change(&job, "A", 0, 1) + change(&job, "B", 0, 1), IX_OK);
-    Peer holder = startPeer([&](const Peer& test) { holdLocks(test, path); });
+    Peer holder = startPeer("holdLocks", path);
     ASSERT_EQ(hear(holder), "1");
     CheckReport held = checkJobFile(path);
     EXPECT_EQ(held.complaints, CLEAN);
@@ -307,7 +305,7 @@ TEST(Processes, TakeOverTheLocksOfAKilledOne)
     EXPECT_EQ(change(&job, "B", 1, 0), IX_LOCK_REQUIRED);
 
     // Nobody has the slot: whoever wants a lock replaces it.
-    endPeer(holder, SIGKILL);
+    endPeer(holder, KILL);
     ASSERT_EQ(findRecord(&job, "A"), IX_OK);
     EXPECT_TRUE(comesTrue([&] { return ixLockRecord(&job.file, RECORD_KEY_INDEX) == IX_OK; }));
     EXPECT_EQ(checkJobFile(path).locks, 2);
@@ -335,7 +333,7 @@ constexpr int DRAWS = 5; // after each line
 static std::string lineName(int line) { return "L" + std::to_string(line); }
 
 // Reads all lines and draws numbers in between; tells the lines' and the drawn ones.
-static void readLines(const Peer& test, const std::string& path)
+static void readLines(const Peer& test, const std::string& path, int)
 {
     IdxConnection* connection = nullptr;
     must(orvIdx_connectToOrvaneOrvFile(&connection, path.c_str(), 0) == IDX_OK, "connect");
@@ -363,7 +361,7 @@ TEST(Processes, GiveEachLineOneExtensionAndNoNumberTwice)
     for (int line = 0; line < LINES; ++line) {
         ASSERT_EQ(addLine(&job, lineName(line).c_str(), {}), IX_OK);
     }
-    auto told = runAtOnce([&](const Peer& test, int) { readLines(test, path); });
+    auto told = runAtOnce("readLines", path);
     std::multiset<int> all(told[0].begin(), told[0].begin() + LINES); // of the lines
     for (const std::vector<int>& numbers : told) {
         ASSERT_EQ(numbers.size(), (1u + DRAWS) * LINES);
@@ -382,3 +380,9 @@ TEST(Processes, GiveEachLineOneExtensionAndNoNumberTwice)
     EXPECT_EQ(report.complaints, CLEAN);
     EXPECT_EQ(report.records, 2 * LINES + 1);
 }
+
+const std::map<std::string, PeerWork*> PEER_WORKS = {{"doEverything", doEverything},
+                                                     {"addAndRead", addAndRead},
+                                                     {"writeUntilKilled", writeUntilKilled},
+                                                     {"holdLocks", holdLocks},
+                                                     {"readLines", readLines}};

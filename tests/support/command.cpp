@@ -1,32 +1,44 @@
 #include "tests/support/command.h"
 
-#include <cstdlib>
+#include "tests/support/process.h"
+
+#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
 #include <stdexcept>
-#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
-static std::string quoted(const std::string& word)
+void must(bool well, const std::string& what)
 {
-    std::string result = "'";
-    for (char character : word)
-        result += character == '\'' ? std::string("'\\''") : std::string(1, character);
-    return result + "'";
+    if (!well) throw std::runtime_error(what);
+}
+
+static std::string contentOf(const std::string& path, std::ios::openmode mode)
+{
+    std::ifstream file(path, mode);
+    must(file.good(), "cannot read " + path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 CommandResult runCommand(const std::vector<std::string>& words)
 {
-    fs::path directory = freshDirectory();
-    std::string line;
-    for (const std::string& word : words)
-        line += quoted(word) + " ";
-    line += "< /dev/null > " + quoted(directory / "output") + " 2> " + quoted(directory / "errors");
-
-    int status = std::system(line.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, fileBytes(directory / "output"),
-            fileBytes(directory / "errors")};
+    std::string directory = freshDirectory();
+    std::string paths[3];
+    int streams[3];
+    for (int i = 0; i < 3; ++i) {
+        paths[i] = directory + "/" + std::to_string(i);
+        writeBytes(paths[i], "");
+        streams[i] = open(paths[i].c_str(), O_RDWR);
+        must(streams[i] >= 0, "cannot open " + paths[i]);
+    }
+    int status = waitForProcess(startProcess(words, streams[0], streams[1], streams[2]));
+    for (int stream : streams)
+        close(stream);
+    return {status, contentOf(paths[1], std::ios::in), contentOf(paths[2], std::ios::in)};
 }
 
 // Removed with what is in them when the test program ends.
@@ -35,36 +47,44 @@ static struct TestDirectories {
     ~TestDirectories()
     {
         std::error_code ignored;
-        for (const fs::path& path : paths)
+        for (const fs::path& path : paths) {
+            // Nobody removes a read-only file on Windows.
+            for (const fs::path& file : fs::directory_iterator(path, ignored))
+                fs::permissions(file, fs::perms::owner_all, ignored);
             fs::remove_all(path, ignored);
+        }
     }
 } testDirectories;
 
-fs::path freshDirectory()
+std::string freshDirectory()
 {
-    std::string path = testing::TempDir() + "orvidx-test-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for the test");
+    std::random_device random;
+    fs::path path;
+    do {
+        path = fs::temp_directory_path() / ("orvidx-test-" + std::to_string(random()));
+    } while (!fs::create_directory(path));
     testDirectories.paths.push_back(path);
-    return path;
+    return path.string();
 }
 
-fs::path freshJob(const std::string& golden)
+std::string freshJob(const std::string& golden)
 {
-    fs::path job = freshDirectory() / "job.orv";
-    writeBytes(job, fileBytes(fs::path(ORVIDX_TEST_DATA) / "golden" / golden / "job.orv"));
+    std::string job = freshDirectory() + "/job.orv";
+    writeBytes(job, fileBytes(ORVIDX_TEST_DATA "/golden/" + golden + "/job.orv"));
     return job;
 }
 
-std::string fileBytes(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw std::runtime_error("cannot read " + path.string());
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
+std::string fileBytes(const std::string& path) { return contentOf(path, std::ios::binary); }
 
-void writeBytes(const fs::path& path, const std::string& bytes)
+void writeBytes(const std::string& path, const std::string& bytes)
 {
     std::ofstream file(path, std::ios::binary);
     file << bytes;
-    if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
+    must(file.flush().good(), "cannot write " + path);
+}
+
+void permitAll(const std::string& path, Use use)
+{
+    fs::permissions(fs::path(path).parent_path(), fs::perms::all);
+    fs::permissions(path, fs::perms(use == WRITING ? 0666 : 0444));
 }

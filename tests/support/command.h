@@ -1,15 +1,12 @@
 // Programs run by a test, and the files that they work on.
-//
-// For tests of built programs.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 struct CommandResult {
-    int status; // exit status, or -1 when the program did not end by itself
-    std::string output;
+    int status;
+    std::string output; // lines end with \n on every system
     std::string errors;
 };
 
@@ -17,11 +14,16 @@ struct CommandResult {
 CommandResult runCommand(const std::vector<std::string>& words);
 
 // A new empty directory, removed when the test program ends.
-std::filesystem::path freshDirectory();
+std::string freshDirectory();
 
 // A copy of a job of tests/data/golden in a new directory.
-std::filesystem::path freshJob(const std::string& golden);
+std::string freshJob(const std::string& golden);
 
-std::string fileBytes(const std::filesystem::path& path);
+std::string fileBytes(const std::string& path);
 
-void writeBytes(const std::filesystem::path& path, const std::string& bytes);
+void writeBytes(const std::string& path, const std::string& bytes);
+
+enum Use { READING, WRITING };
+
+// Gives every user the right to read the file, or to write it as well, and no other.
+void permitAll(const std::string& path, Use use);

@@ -10,6 +10,7 @@ int realOsLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRan
 int realOsUnlock(int descriptor, const OsLockRange* range);
 int realOsProbe(int descriptor, const OsLockRange* range);
 uint32_t realOsMilliseconds();
+void realOsGiveWay();
 
 static bool fails(OsCall call)
 {
@@ -65,3 +66,5 @@ int osUnlock(int descriptor, const OsLockRange* range)
 int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descriptor, range); }
 
 uint32_t osMilliseconds() { return realOsMilliseconds(); }
+
+void osGiveWay() { realOsGiveWay(); }

@@ -1,82 +1,103 @@
 #include "tests/support/peer.h"
 
 #include <chrono>
-#include <csignal>
+#include <cstdlib>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
-constexpr size_t MESSAGE_ROOM = 150000;
+constexpr size_t LENGTH_DIGITS = 8; // of a message, in front of it
 
-void must(bool well, const std::string& what)
+static std::string ownProgram;
+
+// The peer's life. What is thrown ends it, for there is no test to go on with.
+static int live(const std::string& work, const std::string& path, int number)
 {
-    if (!well) throw std::runtime_error(what);
+    std::thread([] {
+        std::this_thread::sleep_for(std::chrono::seconds(PEER_LIFE));
+        std::_Exit(EXIT_FAILURE);
+    }).detach();
+    try {
+        say({}, "ready");
+        PEER_WORKS.at(work)({}, path, number);
+    } catch (const std::exception& error) {
+        fprintf(stderr, "%s: %s\n", work.c_str(), error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
 }
 
-// The peer's life. What is thrown ends the process, for there is no test to go on with.
-[[noreturn]] static void live(int socket, const std::function<void(const Peer&)>& work) noexcept
+int main(int argumentCount, char** arguments)
 {
-    alarm(PEER_LIFE);
-    dup2(socket, STDIN_FILENO);
-    closefrom(STDERR_FILENO + 1);
-    work({0, STDIN_FILENO});
-    _exit(0);
+    ownProgram = arguments[0];
+    if (argumentCount == 5 && arguments[1] == std::string("--peer"))
+        return live(arguments[2], arguments[3], std::stoi(arguments[4]));
+    testing::InitGoogleTest(&argumentCount, arguments);
+    return RUN_ALL_TESTS();
 }
 
-Peer startPeer(const std::function<void(const Peer&)>& work)
+Peer startPeer(const std::string& work, const std::string& path, int number)
 {
-    int ends[2];
-    must(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) == 0, "no socket for a peer");
-    fflush(nullptr);
-    pid_t pid = fork();
-    if (pid == 0) live(ends[1], work);
-    must(pid > 0, "no process for a peer");
-    close(ends[1]);
-    return {pid, ends[0]};
+    Pipe there = makePipe();
+    Pipe back = makePipe();
+    Process process = startProcess({ownProgram, "--peer", work, path, std::to_string(number)},
+                                   there.readEnd, back.writeEnd, STDERR_FILENO);
+    close(there.readEnd);
+    close(back.writeEnd);
+    Peer peer = {process, back.readEnd, there.writeEnd};
+    must(hear(peer) == "ready", "no peer for " + work);
+    return peer;
 }
 
 void say(const Peer& other, const std::string& message)
 {
-    ssize_t sent = send(other.socket, message.data(), message.size(), MSG_NOSIGNAL);
-    must(sent == std::ssize(message), "nobody hears: " + message.substr(0, 100));
+    std::string length = std::to_string(message.size());
+    std::string bytes = std::string(LENGTH_DIGITS - length.size(), '0') + length + message;
+    auto sent = write(other.output, bytes.data(), static_cast<unsigned>(bytes.size()));
+    must(sent == std::ssize(bytes), "nobody hears: " + message.substr(0, 100));
 }
 
 bool hasSpoken(const Peer& other, int patience)
 {
-    pollfd waiting = {other.socket, POLLIN, 0};
-    return poll(&waiting, 1, patience * 1000) == 1;
+    return comesTrue([&] { return hasInput(other.input); }, patience);
+}
+
+// So many bytes, or none when the other side has ended.
+static std::string receive(const Peer& other, size_t length)
+{
+    std::string bytes(length, 0);
+    for (size_t at = 0; at < length;) {
+        auto count = read(other.input, &bytes[at], static_cast<unsigned>(length - at));
+        if (count <= 0) return "";
+        at += static_cast<size_t>(count);
+    }
+    return bytes;
 }
 
 std::string hear(const Peer& other)
 {
     must(hasSpoken(other, PEER_PATIENCE), "the other side hangs");
-    std::string message(MESSAGE_ROOM, 0);
-    ssize_t length = recv(other.socket, message.data(), message.size(), 0);
-    message.resize(length > 0 ? static_cast<size_t>(length) : 0);
-    return message;
+    std::string length = receive(other, LENGTH_DIGITS);
+    return length.empty() ? "" : receive(other, std::stoul(length));
 }
 
-void endPeer(const Peer& peer, int signal)
+void endPeer(const Peer& peer, PeerEnd end)
 {
-    if (signal != 0) kill(peer.pid, signal);
-    shutdown(peer.socket, SHUT_WR);
+    if (end == KILL) killProcess(peer.process);
+    close(peer.output);
     while (!hear(peer).empty()) {
     }
-    close(peer.socket);
-    int status = -1;
-    waitpid(peer.pid, &status, 0);
-    EXPECT_EQ(status, signal) << "a peer that ended in another way";
+    close(peer.input);
+    EXPECT_EQ(waitForProcess(peer.process), end == KILL ? KILLED : EXIT_SUCCESS)
+        << "a peer that ended in another way";
 }
 
-bool comesTrue(const std::function<bool()>& question)
+bool comesTrue(const std::function<bool()>& question, int patience)
 {
-    // Less than the other side's patience.
-    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(PEER_PATIENCE / 2);
+    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(patience);
     while (!question()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        usleep(50);
+        if (std::chrono::steady_clock::now() >= end) return false;
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
     return true;
 }

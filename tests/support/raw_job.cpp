@@ -118,7 +118,7 @@ std::string emptyJob(int sparePages) { return rawJob({}, sparePages); }
 
 std::string writeEmptyJob(int sparePages)
 {
-    std::string path = (freshDirectory() / "job.orv").string();
+    std::string path = freshDirectory() + "/job.orv";
     writeBytes(path, emptyJob(sparePages));
     return path;
 }

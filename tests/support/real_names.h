@@ -10,6 +10,7 @@
 #define osUnlock realOsUnlock
 #define osProbe realOsProbe
 #define osMilliseconds realOsMilliseconds
+#define osGiveWay realOsGiveWay
 #define allocateZeroed realAllocateZeroed
 #define reallocate realReallocate
 #define release realRelease

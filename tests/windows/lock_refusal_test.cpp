@@ -1,24 +1,24 @@
 // What the Windows backend makes of transfers that are refused for another handle's
-// lock. The system's ReadFile and WriteFile are replaced below the C runtime by ones that
-// refuse a number of header transfers, so the runtime's own errors take part. Wine needs
-// this: it does not enforce locks on reads and writes.
+// lock, and that the tools read no byte of a user slot. The system's ReadFile and
+// WriteFile are replaced below the C runtime by ones that refuse a number of header
+// transfers and all reads of the slots, so the runtime's own errors take part. Wine
+// needs this: it does not enforce locks on reads and writes.
 #include "api/orvIdx.h"
 #include "engine/file_format.h"
 #include "platform/os.h"
+#include "tests/support/command.h"
 #include "tests/windows/import_patch.h"
+#include "tools/open_diagnosis.h"
+#include "tools/tree_check.h"
 
 #include <cerrno>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-
-namespace fs = std::filesystem;
 
 namespace
 {
 
 constexpr DWORD FOR_EVER = 0xFFFFFFFF;
+constexpr DWORD SLOTS_END = USER_SLOT_BASE + USER_SLOTS;
 
 using ReadFunction = BOOL WINAPI(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED);
 using WriteFunction = BOOL WINAPI(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED);
@@ -26,10 +26,11 @@ using WriteFunction = BOOL WINAPI(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED)
 struct {
     ReadFunction* read;
     WriteFunction* write;
-    DWORD error;    // why transfers are refused
-    DWORD toRefuse; // of each header transfer
-    DWORD refused;  // of the header transfer under way
-    DWORD attempts; // of all header transfers
+    DWORD error;     // why transfers are refused
+    DWORD toRefuse;  // of each header transfer
+    DWORD refused;   // of the header transfer under way
+    DWORD attempts;  // of all header transfers
+    bool slotsTaken; // no user slot can be read
 } shim;
 
 // True, with the system's error set, when this attempt of a transfer is to be refused.
@@ -48,7 +49,12 @@ bool refuses(DWORD length)
 
 BOOL WINAPI refusingRead(HANDLE file, LPVOID buffer, DWORD length, LPDWORD done, LPOVERLAPPED place)
 {
+    DWORD offset = SetFilePointer(file, 0, nullptr, FILE_CURRENT);
     if (refuses(length)) return FALSE;
+    if (shim.slotsTaken && offset < SLOTS_END && offset + length > USER_SLOT_BASE) {
+        SetLastError(ERROR_LOCK_VIOLATION);
+        return FALSE;
+    }
     return shim.read(file, buffer, length, done, place);
 }
 
@@ -65,20 +71,15 @@ void refuse(DWORD error, DWORD times)
     shim.toRefuse = times;
     shim.refused = 0;
     shim.attempts = 0;
-}
-
-std::string bytesOf(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    shim.slotsTaken = false;
 }
 
 // Reads every line and chain of a job: some lines get an extension record, and chains
 // of the older layout are rewritten. Returns how many could be read, or -1.
-int readAndComplete(const fs::path& path)
+int readAndComplete(const std::string& path)
 {
     IdxConnection* job = nullptr;
-    if (orvIdx_connectToOrvaneOrvFile(&job, path.string().c_str(), 0) != IDX_OK) return -1;
+    if (orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0) != IDX_OK) return -1;
     int elements = 0;
     for (uint32_t kind : {ELEMENT_LINE, ELEMENT_CHAIN}) {
         uint32_t count = 0;
@@ -108,36 +109,24 @@ class LockRefusal : public testing::Test
         shim.read = reinterpret_cast<ReadFunction*>(reinterpret_cast<void*>(realRead));
         shim.write = reinterpret_cast<WriteFunction*>(reinterpret_cast<void*>(realWrite));
         refuse(ERROR_LOCK_VIOLATION, 0);
-
-        std::string name = "lock_refusal_" + std::to_string(GetCurrentProcessId());
-        directory = fs::temp_directory_path() / name;
-        fs::create_directory(directory);
     }
 
     void TearDown() override
     {
         patchImport("msvcrt.dll", "ReadFile", realRead);
         patchImport("msvcrt.dll", "WriteFile", realWrite);
-        fs::remove_all(directory);
-    }
-
-    fs::path copyOfJob(const char* name)
-    {
-        fs::path copy = directory / name;
-        fs::copy_file(fs::path(ORVIDX_TEST_DATA) / "golden" / "mixed" / "job.orv", copy);
-        return copy;
     }
 
     FARPROC realRead = nullptr;
     FARPROC realWrite = nullptr;
-    fs::path directory;
+    const std::string path = freshJob("mixed");
 };
 
 } // namespace
 
 TEST_F(LockRefusal, IsWaitedForByAHeaderTransfer)
 {
-    int file = osOpen(copyOfJob("job.orv").string().c_str(), OS_READ_WRITE);
+    int file = osOpen(path.c_str(), OS_READ_WRITE);
     ASSERT_GE(file, 0);
     uint8_t header[HEADER_SIZE] = {};
     refuse(ERROR_LOCK_VIOLATION, 7);
@@ -148,12 +137,12 @@ TEST_F(LockRefusal, IsWaitedForByAHeaderTransfer)
     EXPECT_EQ(osWriteAt(file, 1, header, HEADER_SIZE), HEADER_SIZE);
     EXPECT_EQ(shim.attempts, 16U);
     osClose(file);
-    EXPECT_EQ(bytesOf(directory / "job.orv")[40], 0x5A);
+    EXPECT_EQ(fileBytes(path)[40], 0x5A);
 }
 
 TEST_F(LockRefusal, ThatDoesNotEndFailsAfterASecond)
 {
-    int file = osOpen(copyOfJob("job.orv").string().c_str(), OS_READ_WRITE);
+    int file = osOpen(path.c_str(), OS_READ_WRITE);
     ASSERT_GE(file, 0);
     uint8_t header[HEADER_SIZE] = {};
     for (bool writing : {false, true}) {
@@ -171,7 +160,7 @@ TEST_F(LockRefusal, ThatDoesNotEndFailsAfterASecond)
 
 TEST_F(LockRefusal, IsToldFromOtherErrors)
 {
-    int file = osOpen(copyOfJob("job.orv").string().c_str(), OS_READ_WRITE);
+    int file = osOpen(path.c_str(), OS_READ_WRITE);
     ASSERT_GE(file, 0);
     uint8_t header[HEADER_SIZE] = {};
     // The runtime makes EACCES of the second and third, too.
@@ -186,17 +175,25 @@ TEST_F(LockRefusal, IsToldFromOtherErrors)
 
 TEST_F(LockRefusal, OfHeadersLosesNoUpdate)
 {
-    fs::path undisturbed = copyOfJob("undisturbed.orv");
-    const std::string before = bytesOf(undisturbed);
-    int elements = readAndComplete(undisturbed);
+    const std::string before = fileBytes(path);
+    int elements = readAndComplete(path);
     ASSERT_GT(elements, 0);
-    ASSERT_NE(bytesOf(undisturbed), before);
+    ASSERT_NE(fileBytes(path), before);
 
     // Refused reads would only make it slow.
     patchImport("msvcrt.dll", "ReadFile", realRead);
-    fs::path disturbed = copyOfJob("disturbed.orv");
+    std::string disturbed = freshJob("mixed");
     refuse(ERROR_LOCK_VIOLATION, 1);
     EXPECT_EQ(readAndComplete(disturbed), elements);
     EXPECT_GT(shim.attempts, 10U);
-    EXPECT_TRUE(bytesOf(disturbed) == bytesOf(undisturbed));
+    EXPECT_TRUE(fileBytes(disturbed) == fileBytes(path));
+}
+
+TEST_F(LockRefusal, OfUserSlotsKeepsNoToolOut)
+{
+    shim.slotsTaken = true;
+    CheckReport report = checkJobFile(path);
+    EXPECT_EQ(report.complaints, std::vector<std::string>());
+    EXPECT_GT(report.records, 100);
+    EXPECT_EQ(openDiagnosis(path, IDX_ERROR).substr(0, 14), "too many users");
 }
