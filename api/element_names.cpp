@@ -11,8 +11,9 @@
 #include <cstring>
 
 constexpr size_t NAME_LIST_ROOM = 2500; // to begin with
-constexpr size_t NAME_LIMIT = 32;       // no name of an element is longer
+constexpr size_t NAME_LIMIT = 32;       // no name is longer
 constexpr char SEPARATOR = ',';
+static_assert(ELEMENT_NAME_ROOM <= NAME_LIMIT && SURVEY_NAME_ROOM <= NAME_LIMIT);
 
 // The name of the element on which the lower layers stand, into the record's name or
 // as the current name. Null when the record of a survey chain cannot be read.

@@ -9,10 +9,9 @@
 
 #include <cstdint>
 
-struct PointNames;
-
 struct IndexFile;
 struct LayoutEntry;
+struct PointNames;
 
 constexpr int COGO_OK = 1;
 constexpr int COGO_FAILED = 0;

@@ -3,9 +3,9 @@
 
 #include "engine/engine.h"
 
-// Inserts the entry into the leaf at the position of the index,
-// where a descent to its key has just ended, and splits nodes up to the root as
-// needed. Leaves the position on the new entry. 0, or
+// Inserts the entry into the leaf at the position of the index, where a descent to its
+// key has just ended, and splits nodes up to the root as needed. Leaves the position on
+// the new entry. 0, or
 //   IX_SHORT_WRITE  the file cannot grow; nothing is changed, unless the growth
 //                   failed after the first split: then the entry is in place
 //   IX_PAGE_IO      a page could not be read, written or allocated

@@ -132,9 +132,10 @@ int nextInIndex(int index, int slot) { return stepSurveyIndex(index, slot, STEP_
 // in a buffer of SELECTION_ROOM bytes. 0 when there is none.
 static int walkSelection(char* text)
 {
-    if (jobdbState.selections.pointCount <= 0) return 0;
+    int32_t count = 0;
     int32_t number = 0;
-    if (firstSelectedIndex(&number) != 0) return 0;
+    pointSelectionCount(&count);
+    if (count <= 0 || firstSelectedIndex(&number) != 0) return 0;
     getSurveyKey(number, text);
     return number;
 }

@@ -68,3 +68,20 @@ TEST(RecordImage, IsReadOnlyWithItsSignatureAndChecksum)
     EXPECT_STREQ(record.text, "xb");
     EXPECT_EQ(record.number, 2.5);
 }
+
+TEST(Layout, IsRefusedByTheFirstRuleThatItBreaks)
+{
+    char text[41] = "abc";
+    const std::pair<LayoutEntry, int> rules[] = {
+        {{'S', 'S', 'U', 4, 15, text, 41}, IX_OK},
+        {{'X', 'X', 'U', 41, 1, text, 41}, IX_LAYOUT_TYPE},
+        {{'S', 'U', 'X', 41, 1, text, 41}, IX_LAYOUT_KEY_FLAG},
+        {{'S', 'S', 'S', -1, 1, text, 41}, IX_LAYOUT_DUPLICATES},
+        {{'B', 'N', 'N', 10241, 16, text, 41}, IX_LAYOUT_LENGTH},
+        {{'S', 'S', 'U', 3, 16, text, 41}, IX_TEXT_TOO_LONG},
+        {{'S', 'S', 'U', 41, 16, text, 41}, IX_LAYOUT_INDEX}};
+    for (const auto& [entry, expected] : rules) {
+        LayoutEntry layout[2] = {entry, {'E', 0, 0, 0, 0, nullptr, 0}};
+        EXPECT_EQ(checkLayoutForWrite(layout), expected);
+    }
+}
