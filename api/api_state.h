@@ -11,9 +11,6 @@ struct ApiState {
     // Connection: set by connect, until disconnect.
     IdxConnection* connection;                // the handle in force, null when no file is open
     uint8_t recordBuffer[RECORD_BUFFER_SIZE]; // lent to the record layer
-
-    // Operation: the splitting of one chain description.
-    const char* chainCursor; // the members still to take, null behind the last one
 };
 
 extern ApiState apiState;
@@ -23,9 +20,4 @@ extern ApiState apiState;
 inline bool handleIsInForce(const IdxConnection* handle)
 {
     return handle != nullptr && handle == apiState.connection;
-}
-
-inline int slotOfHandle(const IdxConnection* handle)
-{
-    return static_cast<int>(handle->fileNumber);
 }

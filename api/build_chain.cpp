@@ -7,13 +7,11 @@
 //   GAP, SHIFT      gap, shift
 //   CHA name        another chain, whose description takes its place
 // Members are separated by blanks. A keyword is one only with a blank behind it.
-#include "api/api_state.h"
 #include "api/call_bracket.h"
 #include "api/element_builders.h"
 #include "api/orvIdx.h"
 #include "api/text_block.h"
-#include "cogo/cogo.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 #include <cstdio>
 #include <cstring>
@@ -63,6 +61,7 @@ struct Token {
 
 // A chain while its members are appended.
 struct MemberList {
+    RecordFile* job;
     ChainElement* chain;
     ChainMember* last;
 };
@@ -101,11 +100,11 @@ static bool copyWord(char* name, const char* word, const char* end)
 // Appends the description of the chain; of one that does not exist or cannot be read
 // nothing. IDX_ERROR when there is no room for it, or when reading has to write, which
 // a bracket for reading has refused.
-static int appendDescription(TextBlock* text, const char* name, int slot)
+static int appendDescription(RecordFile* job, const char* name, TextBlock* text)
 {
     ChainResult result;
-    if (findChain(name, slot) != COGO_OK) return IDX_OK;
-    if (readChain(&result, slot) != COGO_OK) return hasToWrite(slot) ? IDX_ERROR : IDX_OK;
+    if (findChain(job, name) != COGO_OK) return IDX_OK;
+    if (readChain(job, name, &result) != COGO_OK) return hasToWrite(job) ? IDX_ERROR : IDX_OK;
     size_t length = std::strlen(result.description);
     while (length > 0 && result.description[length - 1] == BLANK) {
         --length;
@@ -117,7 +116,7 @@ static int appendDescription(TextBlock* text, const char* name, int slot)
 // names. References in that one stay. A reference need not stand at the begin of a
 // word. Expects something behind the last letters "CHA", a newline for one. IDX_OK,
 // or IDX_ERROR as appendDescription.
-static int expandReferences(TextBlock* text, const char* description, int slot)
+static int expandReferences(RecordFile* job, const char* description, TextBlock* text)
 {
     const char* cursor = description;
     while (cursor != nullptr) {
@@ -142,7 +141,7 @@ static int expandReferences(TextBlock* text, const char* description, int slot)
         if (appendText(text, cursor, static_cast<size_t>(keptEnd - cursor)) != IDX_OK) {
             return IDX_ERROR;
         }
-        if (isReference && appendDescription(text, name, slot) != IDX_OK) return IDX_ERROR;
+        if (isReference && appendDescription(job, name, text) != IDX_OK) return IDX_ERROR;
         cursor = next;
     }
     return IDX_OK;
@@ -150,8 +149,9 @@ static int expandReferences(TextBlock* text, const char* description, int slot)
 
 // -- Tokenizer ---------------------------------------------------------------
 
-// Takes the white space off both ends of the text, in place, and starts there.
-static void startTokens(char* text)
+// Takes the white space off both ends of the text, in place. Where its first member begins;
+// null when there is none.
+static const char* startTokens(char* text)
 {
     size_t length = std::strlen(text);
     while (length > 0 && isWhiteSpace(text[length - 1])) {
@@ -160,14 +160,12 @@ static void startTokens(char* text)
     while (isWhiteSpace(*text)) {
         ++text;
     }
-    apiState.chainCursor = *text != '\0' ? text : nullptr;
+    return *text != '\0' ? text : nullptr;
 }
 
-// Takes the next member. False behind the last one.
-static bool nextToken(Token* token)
+// Takes the member at the cursor. Where the next one begins; null behind the last one.
+static const char* takeToken(const char* cursor, Token* token)
 {
-    const char* cursor = apiState.chainCursor;
-    if (cursor == nullptr) return false;
     while (*cursor == BLANK) {
         ++cursor;
     }
@@ -194,50 +192,51 @@ static bool nextToken(Token* token)
     while (cursor != nullptr && *cursor == BLANK) {
         ++cursor;
     }
-    apiState.chainCursor = cursor;
-    return true;
+    return cursor;
 }
 
 // -- Members -----------------------------------------------------------------
 
-// True when the element that the member is to carry exists; it is then current.
-static bool findMember(int kind, const char* name, int slot)
+// True when the element that the member is to carry exists; *found becomes its name.
+static bool findMember(RecordFile* job, int kind, const char* name, ElementName* found)
 {
+    copyText(found->text, sizeof found->text, name);
     switch (kind) {
     case CHAIN_MEMBER_POINT:
-        return readPointByName(name, slot) == COGO_OK;
+        return readPointByName(job, name, found) == SURVEY_OK;
     case CHAIN_MEMBER_CURVE:
-        return findCurve(name, slot) == COGO_OK;
+        return findCurve(job, name) == COGO_OK;
     case CHAIN_MEMBER_SPIRAL:
-        return findSpiral(name, slot) == COGO_OK;
+        return findSpiral(job, name) == COGO_OK;
     default:
         return true;
     }
 }
 
-// Fills the payload from the current element. IDX_OK or IDX_ERROR.
-static int fillMember(ChainMember* member, int slot)
+// Fills the payload from the element of the name. IDX_OK or IDX_ERROR.
+static int fillMember(RecordFile* job, const char* name, ChainMember* member)
 {
     switch (member->memberKind) {
     case CHAIN_MEMBER_POINT:
-        return fillPoint(&member->payload.point, slot);
+        return fillPoint(job, name, &member->payload.point);
     case CHAIN_MEMBER_CURVE:
-        return fillCurve(&member->payload.curve, slot);
+        return fillCurve(job, name, &member->payload.curve);
     case CHAIN_MEMBER_SPIRAL:
-        return fillSpiral(&member->payload.spiral, slot);
+        return fillSpiral(job, name, &member->payload.spiral);
     default:
         return IDX_OK;
     }
 }
 
 // Appends one member; name counts for the kinds that carry an element. MEMBER_...
-static int addMember(MemberList* list, int kind, const char* name, int slot)
+static int addMember(MemberList* list, int kind, const char* name)
 {
-    if (!findMember(kind, name, slot)) return MEMBER_UNRESOLVED;
+    ElementName found;
+    if (!findMember(list->job, kind, name, &found)) return MEMBER_UNRESOLVED;
     ChainMember* member = static_cast<ChainMember*>(allocateZeroed(1, sizeof(ChainMember)));
     if (member == nullptr) return MEMBER_NO_MEMORY;
     member->memberKind = kind;
-    if (fillMember(member, slot) != IDX_OK) {
+    if (fillMember(list->job, found.text, member) != IDX_OK) {
         release(member);
         return MEMBER_UNRESOLVED;
     }
@@ -251,55 +250,53 @@ static int addMember(MemberList* list, int kind, const char* name, int slot)
 }
 
 // Appends the members of a group that exist; the others are passed over.
-static int addGroup(MemberList* list, const char* name, int slot)
+static int addGroup(MemberList* list, const char* name)
 {
     for (const GroupPart& part : GROUP_PARTS) {
         char partName[WORD_ROOM + 1];
         std::snprintf(partName, sizeof partName, "%s%s", name, part.suffix);
-        if (addMember(list, part.kind, partName, slot) == MEMBER_NO_MEMORY) return MEMBER_NO_MEMORY;
+        if (addMember(list, part.kind, partName) == MEMBER_NO_MEMORY) return MEMBER_NO_MEMORY;
     }
     return MEMBER_ADDED;
 }
 
-static int addToken(MemberList* list, const Token* token, int slot)
+static int addToken(MemberList* list, const Token* token)
 {
     switch (token->type) {
     case CHAIN_MEMBER_GAP:
     case CHAIN_MEMBER_SHIFT:
-        return addMember(list, token->type, "", slot);
+        return addMember(list, token->type, "");
     case TOKEN_REFERENCE:
         return MEMBER_UNRESOLVED;
     case TOKEN_GROUP:
-        return token->nameFits ? addGroup(list, token->name, slot) : MEMBER_UNRESOLVED;
+        return token->nameFits ? addGroup(list, token->name) : MEMBER_UNRESOLVED;
     default:
-        return token->nameFits ? addMember(list, token->type, token->name, slot)
-                               : MEMBER_UNRESOLVED;
+        return token->nameFits ? addMember(list, token->type, token->name) : MEMBER_UNRESOLVED;
     }
 }
 
 // Appends all members of the expanded description. IDX_ERROR when there is no room.
-static int addMembers(ChainElement* chain, char* text, int slot)
+static int addMembers(RecordFile* job, ChainElement* chain, char* text)
 {
-    MemberList list = {chain, nullptr};
-    int result = IDX_OK;
+    MemberList list = {job, chain, nullptr};
     Token token = {};
-    startTokens(text);
-    while (result == IDX_OK && nextToken(&token)) {
-        int added = addToken(&list, &token, slot);
+    const char* cursor = startTokens(text);
+    while (cursor != nullptr) {
+        cursor = takeToken(cursor, &token);
+        int added = addToken(&list, &token);
         if (added == MEMBER_UNRESOLVED) chain->unresolvedMembers = 1;
-        if (added == MEMBER_NO_MEMORY) result = IDX_ERROR;
+        if (added == MEMBER_NO_MEMORY) return IDX_ERROR;
     }
-    apiState.chainCursor = nullptr;
-    return result;
+    return IDX_OK;
 }
 
 // Reads the chain, and its expanded description into an empty text. IDX_OK or
 // IDX_ERROR.
-static int fillChain(ChainElement* chain, TextBlock* text, int slot)
+static int fillChain(RecordFile* job, const char* name, ChainElement* chain, TextBlock* text)
 {
     ChainResult result;
-    if (findChain(currentName(), slot) != COGO_OK) return IDX_ERROR;
-    if (readChain(&result, slot) != COGO_OK) return IDX_ERROR;
+    if (findChain(job, name) != COGO_OK) return IDX_ERROR;
+    if (readChain(job, name, &result) != COGO_OK) return IDX_ERROR;
     setMember(chain->name, result.name);
     setMember(chain->secondaryCode, result.secondaryCode);
     setMember(chain->noteText, result.noteText);
@@ -309,17 +306,17 @@ static int fillChain(ChainElement* chain, TextBlock* text, int slot)
     std::memcpy(description, result.description, length);
     description[length] = '\n';
     description[length + 1] = '\0';
-    return expandReferences(text, description, slot);
+    return expandReferences(job, description, text);
 }
 
-ChainElement* buildChain(int slot)
+ChainElement* buildChain(RecordFile* job, const Reached& reached)
 {
     ChainElement* chain = static_cast<ChainElement*>(allocateZeroed(1, sizeof(ChainElement)));
     if (chain == nullptr) return nullptr;
     TextBlock text;
     int result = beginText(&text, EXPANDED_ROOM);
-    if (result == IDX_OK) result = fillChain(chain, &text, slot);
-    if (result == IDX_OK) result = addMembers(chain, text.text, slot);
+    if (result == IDX_OK) result = fillChain(job, reached.name.text, chain, &text);
+    if (result == IDX_OK) result = addMembers(job, chain, text.text);
     releaseText(&text);
     if (result == IDX_OK) return chain;
     releaseElement(ELEMENT_CHAIN, chain);

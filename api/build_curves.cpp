@@ -1,8 +1,7 @@
 // Curves and spirals: chosen values of their records, by tables.
 #include "api/element_builders.h"
 #include "api/orvIdx.h"
-#include "cogo/cogo.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 #include <cstddef>
 
@@ -87,11 +86,11 @@ static double spiralValue(const SpiralResult* result, int n)
     return result->values[n - FIRST_VALUE];
 }
 
-int fillCurve(CurveElement* curve, int slot)
+int fillCurve(RecordFile* job, const char* name, CurveElement* curve)
 {
     CurveResult result;
-    if (findCurve(currentName(), slot) != COGO_OK) return IDX_ERROR;
-    if (readCurve(&result, slot) != COGO_OK) return IDX_ERROR;
+    if (findCurve(job, name) != COGO_OK) return IDX_ERROR;
+    if (readCurve(job, &result) != COGO_OK) return IDX_ERROR;
     setMember(curve->name, result.name);
     for (const CurveRow& row : CURVE_ROWS) {
         curve->*row.member = curveValue(&result, row.value);
@@ -104,11 +103,11 @@ int fillCurve(CurveElement* curve, int slot)
     return IDX_OK;
 }
 
-int fillSpiral(SpiralElement* spiral, int slot)
+int fillSpiral(RecordFile* job, const char* name, SpiralElement* spiral)
 {
     SpiralResult result;
-    if (findSpiral(currentName(), slot) != COGO_OK) return IDX_ERROR;
-    if (readSpiral(&result, slot) != COGO_OK) return IDX_ERROR;
+    if (findSpiral(job, name) != COGO_OK) return IDX_ERROR;
+    if (readSpiral(job, &result) != COGO_OK) return IDX_ERROR;
     setMember(spiral->name, result.name);
     int32_t type = truncateToInt32(spiralValue(&result, SPIRAL_TYPE_VALUE));
     spiral->spiralType = type;
@@ -127,18 +126,18 @@ int fillSpiral(SpiralElement* spiral, int slot)
     return IDX_OK;
 }
 
-CurveElement* buildCurve(int slot)
+CurveElement* buildCurve(RecordFile* job, const Reached& reached)
 {
     CurveElement* curve = static_cast<CurveElement*>(allocateZeroed(1, sizeof(CurveElement)));
-    if (curve != nullptr && fillCurve(curve, slot) == IDX_OK) return curve;
+    if (curve != nullptr && fillCurve(job, reached.name.text, curve) == IDX_OK) return curve;
     releaseElement(ELEMENT_CURVE, curve);
     return nullptr;
 }
 
-SpiralElement* buildSpiral(int slot)
+SpiralElement* buildSpiral(RecordFile* job, const Reached& reached)
 {
     SpiralElement* spiral = static_cast<SpiralElement*>(allocateZeroed(1, sizeof(SpiralElement)));
-    if (spiral != nullptr && fillSpiral(spiral, slot) == IDX_OK) return spiral;
+    if (spiral != nullptr && fillSpiral(job, reached.name.text, spiral) == IDX_OK) return spiral;
     releaseElement(ELEMENT_SPIRAL, spiral);
     return nullptr;
 }

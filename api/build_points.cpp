@@ -1,9 +1,7 @@
 // Points, and the elements made of points: lines and survey chains.
 #include "api/element_builders.h"
 #include "api/orvIdx.h"
-#include "cogo/cogo.h"
-#include "jobdb/jobdb.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 #include <cstring>
 
@@ -20,32 +18,32 @@ constexpr int32_t NO_POINT = -1;
 
 // A survey chain while its points are appended.
 struct PointArray {
+    RecordFile* job;
     SurveyChainElement* chain;
     int32_t room;      // of chain->points
     int32_t lastFound; // the point last found by its name, NO_POINT before the first
 };
 
 // Fills the point named; IDX_OK or IDX_ERROR.
-static int fillNamedPoint(PointElement* point, const char* name, int slot)
+static int fillNamedPoint(RecordFile* job, const char* name, PointElement* point)
 {
-    if (readPointByName(name, slot) != COGO_OK) return IDX_ERROR;
-    return fillPoint(point, slot);
+    ElementName reached;
+    if (readPointByName(job, name, &reached) != SURVEY_OK) return IDX_ERROR;
+    return fillPoint(job, reached.text, point);
 }
 
-// Names come from the line's record: its points and its extension record take the
-// place of the current name.
-static int fillLine(LineElement* line, int slot)
+static int fillLine(RecordFile* job, const char* name, LineElement* line)
 {
     LineResult result;
-    if (findLine(currentName(), slot) != COGO_OK) return IDX_ERROR;
-    if (readLine(&result, slot) != COGO_OK) return IDX_ERROR;
+    if (findLine(job, name) != COGO_OK) return IDX_ERROR;
+    if (readLine(job, &result) != COGO_OK) return IDX_ERROR;
     setMember(line->name, result.name);
     setMember(line->beginPointName, result.beginPointName);
     setMember(line->endPointName, result.endPointName);
     setMember(line->secondaryCode, result.secondaryCode);
     setMember(line->noteText, result.noteText);
-    if (fillNamedPoint(&line->beginPoint, result.beginPointName, slot) != IDX_OK) return IDX_ERROR;
-    return fillNamedPoint(&line->endPoint, result.endPointName, slot);
+    if (fillNamedPoint(job, result.beginPointName, &line->beginPoint) != IDX_OK) return IDX_ERROR;
+    return fillNamedPoint(job, result.endPointName, &line->endPoint);
 }
 
 // Keeps one point free behind the next. IDX_OK or IDX_ERROR.
@@ -63,13 +61,13 @@ static int makeRoom(PointArray* array)
 
 // Appends the point that a piece of the list names, or marks the chain when there is
 // none or its record cannot be read. IDX_ERROR when there is no room.
-static int appendPoint(PointArray* array, const char* name, int slot)
+static int appendPoint(PointArray* array, const char* name)
 {
     SurveyChainElement* chain = array->chain;
     if (makeRoom(array) != IDX_OK) return IDX_ERROR;
     PointElement* point = &chain->points[chain->pointCount];
     bool isGap = std::strcmp(name, GAP_NAME) == 0;
-    if (fillNamedPoint(point, name, slot) == IDX_OK) {
+    if (fillNamedPoint(array->job, name, point) == IDX_OK) {
         array->lastFound = chain->pointCount;
     } else if (!isGap) {
         *point = {}; // for the next point
@@ -87,7 +85,7 @@ static int appendPoint(PointArray* array, const char* name, int slot)
 }
 
 // Appends the points of a list of names. IDX_OK or IDX_ERROR.
-static int appendPoints(PointArray* array, const char* list, int slot)
+static int appendPoints(PointArray* array, const char* list)
 {
     const char* piece = list;
     while (piece != nullptr) {
@@ -98,7 +96,7 @@ static int appendPoints(PointArray* array, const char* list, int slot)
         if (length < PIECE_ROOM) {
             std::memcpy(name, piece, length);
             bool isEmpty = length == 0 || std::strcmp(name, EMPTY_PIECE) == 0;
-            if (!isEmpty && appendPoint(array, name, slot) != IDX_OK) return IDX_ERROR;
+            if (!isEmpty && appendPoint(array, name) != IDX_OK) return IDX_ERROR;
         } else {
             array->chain->unresolvedPoints = 1;
         }
@@ -107,10 +105,11 @@ static int appendPoints(PointArray* array, const char* list, int slot)
     return IDX_OK;
 }
 
-static int fillSurveyChain(SurveyChainElement* chain, int slot)
+// Of the survey chain whose record is the current one.
+static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
 {
     SurveyChainRecord record;
-    if (readSurveyChainRecord(&record, slot) != SURVEY_OK) return IDX_ERROR;
+    if (readSurveyChainRecord(job, &record) != SURVEY_OK) return IDX_ERROR;
     setMember(chain->setText, record.setText);
     setMember(chain->name, record.name);
     setMember(chain->note, record.note);
@@ -118,25 +117,25 @@ static int fillSurveyChain(SurveyChainElement* chain, int slot)
     chain->integer4 = record.integers[3];
 
     char feature[FEATURE_ANSWER_ROOM];
-    if (findSurveyChainFeature(record.name, slot) == SURVEY_OK &&
-        readSurveyChainFeature(feature, slot) == SURVEY_OK) {
+    if (findSurveyChainFeature(job, record.name) == SURVEY_OK &&
+        readSurveyChainFeature(job, feature) == SURVEY_OK) {
         setMember(chain->featureText, feature + FEATURE_TEXT);
     }
 
     PointListRecord list;
-    if (findChainPointList(record.name, slot) != SURVEY_OK) return IDX_ERROR;
-    if (readChainPointList(&list, slot) != SURVEY_OK) return IDX_ERROR;
-    PointArray array = {chain, FIRST_POINT_ROOM, NO_POINT};
-    return appendPoints(&array, list.pointList, slot);
+    if (findChainPointList(job, record.name) != SURVEY_OK) return IDX_ERROR;
+    if (readChainPointList(job, &list) != SURVEY_OK) return IDX_ERROR;
+    PointArray array = {job, chain, FIRST_POINT_ROOM, NO_POINT};
+    return appendPoints(&array, list.pointList);
 }
 
-int fillPoint(PointElement* point, int slot)
+int fillPoint(RecordFile* job, const char* name, PointElement* point)
 {
     PointRecord record;
-    if (findPoint(currentName(), slot) != SURVEY_OK) return IDX_ERROR;
-    if (readPointRecord(&record, slot) != SURVEY_OK) return IDX_ERROR;
+    if (findPoint(job, name) != SURVEY_OK) return IDX_ERROR;
+    if (readPointRecord(job, &record) != SURVEY_OK) return IDX_ERROR;
     setMember(point->setText, record.setText);
-    setMember(point->name, currentName());
+    setMember(point->name, name);
     setMember(point->firstNote, record.firstNote);
     setMember(point->longText, record.longText);
     point->real4 = record.real4;
@@ -152,37 +151,38 @@ int fillPoint(PointElement* point, int slot)
     setMember(point->text4, record.texts[3]);
 
     char feature[FEATURE_ANSWER_ROOM];
-    if (findPointFeature(point->name, slot) == SURVEY_OK &&
-        readPointFeature(feature, slot) == SURVEY_OK) {
+    if (findPointFeature(job, point->name) == SURVEY_OK &&
+        readPointFeature(job, feature) == SURVEY_OK) {
         setMember(point->featureText, feature + FEATURE_TEXT);
     }
     return IDX_OK;
 }
 
-PointElement* buildPoint(int slot)
+PointElement* buildPoint(RecordFile* job, const Reached& reached)
 {
     PointElement* point = static_cast<PointElement*>(allocateZeroed(1, sizeof(PointElement)));
-    if (point != nullptr && fillPoint(point, slot) == IDX_OK) return point;
+    if (point != nullptr && fillPoint(job, reached.name.text, point) == IDX_OK) return point;
     releaseElement(ELEMENT_POINT, point);
     return nullptr;
 }
 
-LineElement* buildLine(int slot)
+LineElement* buildLine(RecordFile* job, const Reached& reached)
 {
     LineElement* line = static_cast<LineElement*>(allocateZeroed(1, sizeof(LineElement)));
-    if (line != nullptr && fillLine(line, slot) == IDX_OK) return line;
+    if (line != nullptr && fillLine(job, reached.name.text, line) == IDX_OK) return line;
     releaseElement(ELEMENT_LINE, line);
     return nullptr;
 }
 
-SurveyChainElement* buildSurveyChain(int slot)
+SurveyChainElement* buildSurveyChain(RecordFile* job, const Reached& reached)
 {
+    job->currentRecordNumber = reached.recordNumber;
     SurveyChainElement* chain =
         static_cast<SurveyChainElement*>(allocateZeroed(1, sizeof(SurveyChainElement)));
     if (chain == nullptr) return nullptr;
     chain->points =
         static_cast<PointElement*>(allocateZeroed(FIRST_POINT_ROOM, sizeof(PointElement)));
-    if (chain->points != nullptr && fillSurveyChain(chain, slot) == IDX_OK) return chain;
+    if (chain->points != nullptr && fillSurveyChain(job, chain) == IDX_OK) return chain;
     releaseElement(ELEMENT_SURVEY_CHAIN, chain);
     return nullptr;
 }

@@ -1,8 +1,7 @@
 // Profiles: the list of segments becomes an array of vertices.
 #include "api/element_builders.h"
 #include "api/orvIdx.h"
-#include "cogo/cogo.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 constexpr int32_t FIRST_VERTEX_ROOM = 100;
 constexpr int32_t MOST_ROOM_AT_ONCE = 100000;
@@ -161,17 +160,15 @@ static int appendVertices(ProfileElement* profile, const ProfileResult& result)
     return array.result;
 }
 
-static int fillProfile(ProfileElement* profile, int slot)
+static int fillProfile(RecordFile* job, const char* name, ProfileElement* profile)
 {
-    // The whole name, which may be longer than the element's.
-    char name[ELEMENT_NAME_ROOM];
-    setMember(name, currentName());
-    if (findProfile(name, slot) != COGO_OK) return IDX_ERROR;
+    if (findProfile(job, name) != COGO_OK) return IDX_ERROR;
 
+    // The whole name, which may be longer than the element's.
     ProfileResult result = {};
     setMember(result.name, name);
     int filled = IDX_ERROR;
-    if (readProfile(&result, slot) == COGO_OK && result.firstSegment != nullptr) {
+    if (readProfile(job, &result) == COGO_OK && result.firstSegment != nullptr) {
         setMember(profile->name, result.name);
         setMember(profile->secondaryCode, result.secondaryCode);
         setMember(profile->noteText, result.noteText);
@@ -181,16 +178,16 @@ static int fillProfile(ProfileElement* profile, int slot)
 
     // Reading moved on to data and extension records; the walk of profiles is to go
     // on from this one, also when it could not be read.
-    findProfile(name, slot);
+    findProfile(job, name);
     return filled;
 }
 
-ProfileElement* buildProfile(int slot)
+ProfileElement* buildProfile(RecordFile* job, const Reached& reached)
 {
     ProfileElement* profile =
         static_cast<ProfileElement*>(allocateZeroed(1, sizeof(ProfileElement)));
     if (profile == nullptr) return nullptr;
-    if (fillProfile(profile, slot) == IDX_OK) return profile;
+    if (fillProfile(job, reached.name.text, profile) == IDX_OK) return profile;
     releaseElement(ELEMENT_PROFILE, profile);
     return nullptr;
 }

@@ -1,18 +1,17 @@
 #include "api/call_bracket.h"
 
 #include "api/orvIdx.h"
-#include "jobdb/jobdb.h"
 
 static void openBracket(CallBracket* call)
 {
     call->piece = {};
-    call->file->updateRefused = 0;
+    call->file->pending.refused = false;
     call->open = ixBeginRead(call->file) == IX_OK;
 }
 
-CallBracket beginCall(int slot)
+CallBracket beginCall(RecordFile* job)
 {
-    CallBracket call = {slotContext(slot), {}, false};
+    CallBracket call = {fileOf(job), {}, false};
     openBracket(&call);
     return call;
 }
@@ -24,10 +23,17 @@ int endCall(CallBracket* call)
     return ixEndRead(call->file) == IX_OK ? IDX_OK : IDX_ERROR;
 }
 
-bool hasToWrite(int slot)
+bool hasToWrite(const RecordFile* job)
 {
-    const IndexFile* file = slotContext(slot);
-    return file->readNesting != 0 && file->updateRefused != 0;
+    const OpenFile* file = &job->tree.file;
+    return file->sharing.readNesting != 0 && file->pending.refused;
+}
+
+bool leaveToWrite(CallBracket* call)
+{
+    if (!call->open || !call->file->pending.refused) return false;
+    endCall(call);
+    return true;
 }
 
 void goOn(CallBracket* call)

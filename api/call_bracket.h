@@ -5,29 +5,24 @@
 // locks by itself and answers for its own failure.
 #pragma once
 
-#include "engine/engine.h"
+#include "records/records.h"
 
 struct CallBracket {
-    IndexFile* file;
+    OpenFile* file;
     ReadPiece piece;
     bool open;
 };
 
-CallBracket beginCall(int slot);
+CallBracket beginCall(RecordFile* job);
 // IDX_OK, or IDX_ERROR when the file lock could not be released.
 int endCall(CallBracket* call);
 
 // True when something tried inside the bracket of a call has to write, which is refused
 // there before anything is changed.
-bool hasToWrite(int slot);
+bool hasToWrite(const RecordFile* job);
 
-// Likewise; the bracket is closed then, and the same is to be tried again.
-inline bool leftToWrite(CallBracket* call)
-{
-    if (!call->open || call->file->updateRefused == 0) return false;
-    endCall(call);
-    return true;
-}
+// Closes the bracket when hasToWrite, and tells so: the same is to be tried again.
+bool leaveToWrite(CallBracket* call);
 
 // After each step of a walk: lets writers in from time to time, and opens a bracket
 // that was left to write.

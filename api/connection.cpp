@@ -1,34 +1,34 @@
 // Connect and disconnect, and the exports that need no job database.
 #include "api/api_state.h"
 #include "api/orvIdx.h"
-#include "engine/engine.h"
-#include "jobdb/jobdb.h"
-#include "platform/heap.h"
+#include "api/start_up.h"
+#include "platform/platform.h"
+#include "records/records.h"
 
 #include <cstring>
 
 constexpr char PASS_CODE[] = "H2W84RCTM7L3";
 static_assert(sizeof PASS_CODE == 13);
 
-static int openJobDatabase(IndexFile* file, const char* path)
+static int openJobDatabase(RecordFile* job, const char* path)
 {
-    return recordOpen(file, path, apiState.recordBuffer, RECORD_BUFFER_SIZE, OPEN_SHARED);
+    return recordOpen(job, path, apiState.recordBuffer, RECORD_BUFFER_SIZE, OPEN_SHARED);
 }
 
 // Closes an open job database. One that cannot be closed is given up, so that no
 // lock and no descriptor of it stays behind.
-static void closeForGood(IndexFile* file)
+static void closeForGood(RecordFile* job)
 {
-    if (recordClose(file) != IX_OK) ixAbandon(file);
+    if (recordClose(job) != IX_OK) ixAbandon(&job->tree);
 }
 
 // True when the file that did not open as a current job database is one of the older
 // format. Leaves it closed and the current format in force.
-static bool isOlderFormat(IndexFile* file, const char* path)
+static bool isOlderFormat(RecordFile* job, const char* path)
 {
     setFormatVersion(true, OLDER_FORMAT_VERSION);
-    bool opened = openJobDatabase(file, path) == IX_OK;
-    if (recordClose(file) != IX_OK && opened) ixAbandon(file);
+    bool opened = openJobDatabase(job, path) == IX_OK;
+    if (recordClose(job) != IX_OK && opened) ixAbandon(&job->tree);
     setFormatVersion(true, CURRENT_FORMAT_VERSION);
     return opened;
 }
@@ -54,7 +54,7 @@ int32_t ORVIDX_CALL orvIdx_connectToOrvaneOrvFile(IdxConnection** handleOut, con
     if (std::strlen(path) >= sizeof(IdxConnection::path)) return IDX_ERROR;
 
     if (apiState.connection != nullptr) {
-        closeForGood(slotContext(COGO_SLOT));
+        closeForGood(slotContext());
         apiState.connection = nullptr;
     }
 
@@ -64,13 +64,13 @@ int32_t ORVIDX_CALL orvIdx_connectToOrvaneOrvFile(IdxConnection** handleOut, con
     int32_t slot = COGO_SLOT;
     if (jobFileCommand(&slot, name, "ADD_COGO_FILE") == JOB_FILE_REFUSED) return IDX_ERROR;
 
-    IndexFile* file = slotContext(COGO_SLOT);
-    if (openJobDatabase(file, path) != IX_OK) {
-        return isOlderFormat(file, path) ? IDX_OLDER_FORMAT : IDX_ERROR;
+    RecordFile* job = slotContext();
+    if (openJobDatabase(job, path) != IX_OK) {
+        return isOlderFormat(job, path) ? IDX_OLDER_FORMAT : IDX_ERROR;
     }
     IdxConnection* handle = makeHandle(path, userValue);
     if (handle == nullptr) {
-        closeForGood(file);
+        closeForGood(job);
         return IDX_ERROR;
     }
     apiState.connection = handle;
@@ -83,7 +83,7 @@ int32_t ORVIDX_CALL orvIdx_disconnectFromOrvaneOrvFile(IdxConnection** handleVar
     if (handleVar == nullptr || *handleVar == nullptr) return IDX_OK;
     // The file of an earlier handle was closed by the connect that followed it.
     if (handleIsInForce(*handleVar)) {
-        if (recordClose(slotContext(slotOfHandle(*handleVar))) != IX_OK) return IDX_ERROR;
+        if (recordClose(slotContext()) != IX_OK) return IDX_ERROR;
         apiState.connection = nullptr;
     }
     release(*handleVar);

@@ -4,9 +4,7 @@
 #include "api/element_positions.h"
 #include "api/orvIdx.h"
 #include "api/text_block.h"
-#include "cogo/cogo.h"
-#include "jobdb/jobdb.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 #include <cstring>
 
@@ -15,18 +13,19 @@ constexpr size_t NAME_LIMIT = 32;       // no name is longer
 constexpr char SEPARATOR = ',';
 static_assert(ELEMENT_NAME_ROOM <= NAME_LIMIT && SURVEY_NAME_ROOM <= NAME_LIMIT);
 
-// The name of the element on which the lower layers stand, into the record's name or
-// as the current name. Null when the record of a survey chain cannot be read.
-static const char* nameAtPosition(uint32_t kind, SurveyChainRecord* record, int slot)
+// The name of the element reached; that of a survey chain is read into the record. Null when
+// it cannot be read.
+static const char* nameOf(RecordFile* job, uint32_t kind, const Reached& reached,
+                          SurveyChainRecord* record)
 {
-    if (kind != ELEMENT_SURVEY_CHAIN) return currentName();
-    return readSurveyChainRecord(record, slot) == SURVEY_OK ? record->name : nullptr;
+    if (kind != ELEMENT_SURVEY_CHAIN) return reached.name.text;
+    return readSurveyChainRecord(job, record) == SURVEY_OK ? record->name : nullptr;
 }
 
 // Positions on the first element of the kind, or the next one.
-static int reach(uint32_t kind, int slot, bool first)
+static int reach(RecordFile* job, uint32_t kind, bool first, Reached* reached)
 {
-    return first ? positionOnFirst(kind, slot) : positionOnNext(kind, slot);
+    return first ? positionOnFirst(job, kind, reached) : positionOnNext(job, kind, reached);
 }
 
 // Appends the name of an element and counts it. Names are short and have been written
@@ -46,10 +45,10 @@ static int takeName(const char* name, uint32_t* count, TextBlock* list)
 }
 
 // Takes the names of the points that the walk passes without a search.
-static int takeNextPoints(uint32_t* count, TextBlock* list, int slot)
+static int takeNextPoints(RecordFile* job, uint32_t* count, TextBlock* list)
 {
     PointNames names;
-    nextPoints(&names, slot);
+    nextPoints(job, &names);
     const char* name = names.texts;
     for (int32_t i = 0; i < names.count; ++i) {
         if (takeName(name, count, list) != IDX_OK) return IDX_ERROR;
@@ -60,22 +59,23 @@ static int takeNextPoints(uint32_t* count, TextBlock* list, int slot)
 }
 
 // Walks all elements of the kind; appends their names and counts them.
-static int gatherNames(uint32_t kind, int slot, uint32_t* count, TextBlock* list)
+static int gatherNames(RecordFile* job, uint32_t kind, uint32_t* count, TextBlock* list)
 {
     SurveyChainRecord record;
+    Reached at = {};
     int result = IDX_OK;
-    int reached = 0;
-    CallBracket call = beginCall(slot);
+    int reached = NOT_REACHED;
+    CallBracket call = beginCall(job);
     do {
         bool first = *count == 0;
-        reached = reach(kind, slot, first);
-        if (leftToWrite(&call)) reached = reach(kind, slot, first);
-        if (reached == 0) break;
-        const char* name = nameAtPosition(kind, &record, slot);
-        if (leftToWrite(&call)) name = nameAtPosition(kind, &record, slot);
+        reached = reach(job, kind, first, &at);
+        if (leaveToWrite(&call)) reached = reach(job, kind, first, &at);
+        if (reached == NOT_REACHED) break;
+        const char* name = nameOf(job, kind, at, &record);
+        if (leaveToWrite(&call)) name = nameOf(job, kind, at, &record);
         result = takeName(name, count, list);
         if (kind == ELEMENT_POINT && reached > 0 && result == IDX_OK) {
-            result = takeNextPoints(count, list, slot);
+            result = takeNextPoints(job, count, list);
         }
         goOn(&call);
         // A failure of the engine counts as an element, but nothing follows it.
@@ -94,7 +94,7 @@ int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, uint32_t kind
     *count = 0;
     TextBlock list;
     if (beginText(&list, NAME_LIST_ROOM) != IDX_OK) return IDX_ERROR;
-    int result = gatherNames(kind, slotOfHandle(handle), count, &list);
+    int result = gatherNames(slotContext(), kind, count, &list);
     if (result == IDX_OK && names != nullptr) {
         *names = list.text;
     } else {

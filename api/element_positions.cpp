@@ -1,71 +1,85 @@
 #include "api/element_positions.h"
 
 #include "api/orvIdx.h"
-#include "cogo/cogo.h"
-#include "jobdb/jobdb.h"
 
-int positionByName(uint32_t kind, const char* name, int slot)
+static_assert(COGO_OK == REACHED && COGO_FAILED == NOT_REACHED);
+
+static int ofSurvey(int result) { return result == SURVEY_OK ? REACHED : NOT_REACHED; }
+
+// The record number belongs to the element as long as nothing else is looked up.
+static int withNumber(const RecordFile* job, int result, Reached* reached)
+{
+    reached->recordNumber = job->currentRecordNumber;
+    return result;
+}
+
+static int findByName(RecordFile* job, uint32_t kind, const char* name)
 {
     switch (kind) {
-    case ELEMENT_POINT:
-        return readPointByName(name, slot);
     case ELEMENT_LINE:
-        return findLine(name, slot);
+        return findLine(job, name);
     case ELEMENT_CURVE:
-        return findCurve(name, slot);
+        return findCurve(job, name);
     case ELEMENT_SPIRAL:
-        return findSpiral(name, slot);
+        return findSpiral(job, name);
     case ELEMENT_CHAIN:
-        return findChain(name, slot);
+        return findChain(job, name);
     case ELEMENT_PROFILE:
-        return findProfile(name, slot);
+        return findProfile(job, name);
     case ELEMENT_SURVEY_CHAIN:
-        return findSurveyChain(name, slot) == SURVEY_OK;
+        return ofSurvey(findSurveyChain(job, name));
     default:
-        return 0;
+        return NOT_REACHED;
     }
 }
 
-int positionOnFirst(uint32_t kind, int slot)
+int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached)
+{
+    if (kind == ELEMENT_POINT) return ofSurvey(readPointByName(job, name, &reached->name));
+    copyText(reached->name.text, sizeof reached->name.text, name);
+    return withNumber(job, findByName(job, kind, name), reached);
+}
+
+int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached)
 {
     switch (kind) {
     case ELEMENT_POINT:
-        return firstPoint(slot);
+        return ofSurvey(firstPoint(job, &reached->name));
     case ELEMENT_LINE:
-        return firstLine(slot);
+        return firstLine(job, &reached->name);
     case ELEMENT_CURVE:
-        return firstCurve(slot);
+        return firstCurve(job, &reached->name);
     case ELEMENT_SPIRAL:
-        return firstSpiral(slot);
+        return firstSpiral(job, &reached->name);
     case ELEMENT_CHAIN:
-        return firstChain(slot);
+        return firstChain(job, &reached->name);
     case ELEMENT_PROFILE:
-        return firstProfile(slot);
+        return firstProfile(job, &reached->name);
     case ELEMENT_SURVEY_CHAIN:
-        return firstInIndex(SURVEY_CHAIN_INDEX, slot) == SURVEY_OK;
+        return withNumber(job, ofSurvey(firstInIndex(job, SURVEY_CHAIN_INDEX)), reached);
     default:
-        return 0;
+        return NOT_REACHED;
     }
 }
 
-int positionOnNext(uint32_t kind, int slot)
+int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached)
 {
     switch (kind) {
     case ELEMENT_POINT:
-        return nextPoint(slot);
+        return ofSurvey(nextPoint(job, &reached->name));
     case ELEMENT_LINE:
-        return nextLine(slot);
+        return nextLine(job, &reached->name);
     case ELEMENT_CURVE:
-        return nextCurve(slot);
+        return nextCurve(job, &reached->name);
     case ELEMENT_SPIRAL:
-        return nextSpiral(slot);
+        return nextSpiral(job, &reached->name);
     case ELEMENT_CHAIN:
-        return nextChain(slot);
+        return nextChain(job, &reached->name);
     case ELEMENT_PROFILE:
-        return nextProfile(slot);
+        return nextProfile(job, &reached->name);
     case ELEMENT_SURVEY_CHAIN:
-        return nextInIndex(SURVEY_CHAIN_INDEX, slot) == SURVEY_OK;
+        return withNumber(job, ofSurvey(nextInIndex(job, SURVEY_CHAIN_INDEX)), reached);
     default:
-        return 0;
+        return NOT_REACHED;
     }
 }

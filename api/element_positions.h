@@ -1,13 +1,22 @@
-// Positioning the lower layers on an element of a kind. For api/ alone.
-//
-// Kinds are 0 to 6. An answer other than 0 means that the lower layers stand on an
-// element: of the kinds 0 to 5 its name is then the current name, of survey chains
-// the position of their index tells it. First steps also answer an engine's failure
-// code, which is below 0.
+// Positioning the lower floors on an element of a kind. For api/ alone.
 #pragma once
+
+#include "cogo/cogo.h"
 
 #include <cstdint>
 
-int positionByName(uint32_t kind, const char* name, int slot);
-int positionOnFirst(uint32_t kind, int slot);
-int positionOnNext(uint32_t kind, int slot);
+// The element reached: the name by which its builder looks it up, and the number of its
+// record, by which survey chains are built.
+struct Reached {
+    ElementName name;
+    int32_t recordNumber;
+};
+
+constexpr int NOT_REACHED = 0;
+constexpr int REACHED = 1;
+
+// Kinds are 0 to 6. REACHED with the element, NOT_REACHED when there is none; first steps also
+// answer an engine's failure code, which is below 0 and counts as an element without a name.
+int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached);
+int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached);
+int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached);

@@ -2,34 +2,31 @@
 #include "api/api_state.h"
 #include "api/call_bracket.h"
 #include "api/element_builders.h"
-#include "api/element_positions.h"
 #include "api/orvIdx.h"
-#include "cogo/cogo.h"
-#include "jobdb/jobdb.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 static bool mayRead(const IdxConnection* handle, uint32_t kind)
 {
     return handleIsInForce(handle) && kind <= ELEMENT_SURVEY_CHAIN;
 }
 
-static void* build(uint32_t kind, int slot)
+static void* build(RecordFile* job, uint32_t kind, const Reached& reached)
 {
     switch (kind) {
     case ELEMENT_POINT:
-        return buildPoint(slot);
+        return buildPoint(job, reached);
     case ELEMENT_LINE:
-        return buildLine(slot);
+        return buildLine(job, reached);
     case ELEMENT_CURVE:
-        return buildCurve(slot);
+        return buildCurve(job, reached);
     case ELEMENT_SPIRAL:
-        return buildSpiral(slot);
+        return buildSpiral(job, reached);
     case ELEMENT_CHAIN:
-        return buildChain(slot);
+        return buildChain(job, reached);
     case ELEMENT_PROFILE:
-        return buildProfile(slot);
+        return buildProfile(job, reached);
     case ELEMENT_SURVEY_CHAIN:
-        return buildSurveyChain(slot);
+        return buildSurveyChain(job, reached);
     default:
         return nullptr;
     }
@@ -38,57 +35,47 @@ static void* build(uint32_t kind, int slot)
 // Which element of a kind is to be read.
 enum Wanted { BY_NAME, FIRST, NEXT };
 
-static int position(Wanted wanted, uint32_t kind, const char* name, int slot)
+static int position(RecordFile* job, Wanted wanted, uint32_t kind, const char* name,
+                    Reached* reached)
 {
     switch (wanted) {
     case BY_NAME:
-        return positionByName(kind, name, slot);
+        return positionByName(job, kind, name, reached);
     case FIRST:
-        return positionOnFirst(kind, slot);
+        return positionOnFirst(job, kind, reached);
     default:
-        return positionOnNext(kind, slot);
+        return positionOnNext(job, kind, reached);
     }
 }
-
-// What positioning left the lower layers on: enough to build the element twice.
-struct Reached {
-    char name[ELEMENT_NAME_ROOM];
-    int32_t recordNumber;
-};
 
 // Builds an element that reading has to write for, from the file lock on, so that it is
 // of one state of the file too. Nothing is locked on a file without write access: each
 // write is then refused by itself.
-static void* buildInUpdate(uint32_t kind, const Reached& reached, int slot)
+static void* buildInUpdate(RecordFile* job, uint32_t kind, const Reached& reached)
 {
-    IndexFile* file = slotContext(slot);
-    setName(reached.name);
-    file->currentRecordNumber = reached.recordNumber;
-    bool updating = file->readOnly == 0 && ixBeginUpdate(file) == IX_OK;
-    void* element = build(kind, slot);
-    if (!updating || ixEndUpdate(file) == IX_OK) return element;
+    bool updating = !isReadOnly(job) && ixBeginUpdate(fileOf(job)) == IX_OK;
+    void* element = build(job, kind, reached);
+    if (!updating || ixEndUpdate(fileOf(job)) == IX_OK) return element;
     releaseElement(kind, element);
     return nullptr;
 }
 
-static int32_t readElement(Wanted wanted, uint32_t kind, const char* name, int slot,
-                           void** elementOut)
+static int32_t readElement(Wanted wanted, uint32_t kind, const char* name, void** elementOut)
 {
-    CallBracket call = beginCall(slot);
-    int found = position(wanted, kind, name, slot);
-    if (leftToWrite(&call)) found = position(wanted, kind, name, slot);
-    if (found == 0 || elementOut == nullptr) {
+    RecordFile* job = slotContext();
+    Reached reached = {};
+    CallBracket call = beginCall(job);
+    int found = position(job, wanted, kind, name, &reached);
+    if (leaveToWrite(&call)) found = position(job, wanted, kind, name, &reached);
+    if (found == NOT_REACHED || elementOut == nullptr) {
         endCall(&call);
         return IDX_ERROR;
     }
-    Reached reached = {};
-    copyText(reached.name, sizeof reached.name, currentName());
-    reached.recordNumber = slotContext(slot)->currentRecordNumber;
 
-    void* element = build(kind, slot);
-    if (leftToWrite(&call)) {
+    void* element = build(job, kind, reached);
+    if (leaveToWrite(&call)) {
         releaseElement(kind, element);
-        element = buildInUpdate(kind, reached, slot);
+        element = buildInUpdate(job, kind, reached);
     }
     if (endCall(&call) != IDX_OK) {
         releaseElement(kind, element);
@@ -103,19 +90,19 @@ int32_t ORVIDX_CALL orvIdx_readElementbyName(IdxConnection* handle, uint32_t kin
                                              void** elementOut)
 {
     if (!mayRead(handle, kind) || name == nullptr) return IDX_ERROR;
-    return readElement(BY_NAME, kind, name, slotOfHandle(handle), elementOut);
+    return readElement(BY_NAME, kind, name, elementOut);
 }
 
 int32_t ORVIDX_CALL orvIdx_readFirstElement(IdxConnection* handle, uint32_t kind, void** elementOut)
 {
     if (!mayRead(handle, kind)) return IDX_ERROR;
-    return readElement(FIRST, kind, nullptr, slotOfHandle(handle), elementOut);
+    return readElement(FIRST, kind, nullptr, elementOut);
 }
 
 int32_t ORVIDX_CALL orvIdx_readNextElement(IdxConnection* handle, uint32_t kind, void** elementOut)
 {
     if (!mayRead(handle, kind)) return IDX_ERROR;
-    return readElement(NEXT, kind, nullptr, slotOfHandle(handle), elementOut);
+    return readElement(NEXT, kind, nullptr, elementOut);
 }
 
 int32_t ORVIDX_CALL orvIdx_freeElement(uint32_t kind, void** elementVar)

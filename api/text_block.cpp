@@ -1,7 +1,7 @@
 #include "api/text_block.h"
 
 #include "api/orvIdx.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 #include <cstdint>
 #include <cstring>

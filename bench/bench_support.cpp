@@ -1,8 +1,8 @@
 #include "bench/bench_support.h"
 
-#include "jobdb/jobdb.h"
 #include "platform/os.h"
-#include "tools/sample_job.h"
+#include "survey/survey.h"
+#include "tools/sample/sample_job.h"
 
 #include <algorithm>
 #include <random>
@@ -56,7 +56,7 @@ BenchJob openCopy(const fs::path& job)
     if (orvIdx_connectToOrvaneOrvFile(&opened.handle, opened.path.c_str(), 0) != IDX_OK) {
         throw std::runtime_error(job.string() + ": cannot be opened");
     }
-    opened.file = slotContext(COGO_SLOT);
+    opened.file = slotContext();
     return opened;
 }
 

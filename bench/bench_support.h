@@ -4,7 +4,7 @@
 
 #include "api/orvIdx.h"
 #include "bench/bench_state.h"
-#include "engine/engine.h"
+#include "records/records.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>
@@ -16,7 +16,7 @@
 struct BenchJob {
     std::string path;
     IdxConnection* handle;
-    IndexFile* file; // the context below the connection
+    RecordFile* file; // the context below the connection
 };
 
 // Chooses the job for the runs over points, and makes the other one in a new directory.

@@ -28,10 +28,10 @@
 // arguments are those of Google Benchmark.
 #include "bench/bench_support.h"
 #include "cogo/cogo_state.h"
-#include "jobdb/jobdb.h"
-#include "jobdb/record_image.h"
 #include "platform/os.h"
-#include "tools/sample_job.h"
+#include "records/record_image.h"
+#include "survey/survey.h"
+#include "tools/sample/sample_job.h"
 
 #include <cstdio>
 #include <cstring>
@@ -172,8 +172,8 @@ static void setScatteredKey(uint32_t n)
 {
     char name[ELEMENT_NAME_ROOM];
     snprintf(name, sizeof name, "%u", n * SCATTER);
-    setKeyComponents("MET", name, "", "", "");
-    buildKey();
+    const KeyComponents key = keyComponents("MET", name, "", "");
+    setRecordKey(buildKey(&key).text);
 }
 
 static void addedRecords(benchmark::State& state)
@@ -235,7 +235,7 @@ static void versionNumbers(benchmark::State& state)
     Timing timing = startTiming(job.path);
     while (state.KeepRunning()) {
         Clock::time_point start = Clock::now();
-        int32_t number = nextVersionNumber(COGO_SLOT);
+        int32_t number = nextVersionNumber(job.file);
         countIteration(state, &timing, secondsSince(start), number > 0);
     }
     endTiming(state, &timing);
@@ -245,13 +245,13 @@ static void versionNumbers(benchmark::State& state)
 // -- Parts -------------------------------------------------------------------
 
 // The keys of all points, in their order.
-static std::vector<std::string> pointKeys(IndexFile* file)
+static std::vector<std::string> pointKeys(IndexFile* tree)
 {
     std::vector<std::string> keys;
-    int result = ixFindFirst(file, POINT_NAME_INDEX, nullptr, 0);
+    int result = ixFindFirst(tree, POINT_NAME_INDEX, nullptr, 0);
     while (result == IX_OK) {
-        keys.emplace_back(file->keyBuffer[POINT_NAME_INDEX]);
-        result = ixNext(file, POINT_NAME_INDEX, nullptr, 0);
+        keys.emplace_back(tree->positions[POINT_NAME_INDEX].key);
+        result = ixNext(tree, POINT_NAME_INDEX, nullptr, 0);
     }
     if (keys.empty()) throw std::runtime_error("a job without points");
     return keys;
@@ -260,20 +260,20 @@ static std::vector<std::string> pointKeys(IndexFile* file)
 static void finds(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
-    std::vector<std::string> keys = pointKeys(job.file);
+    std::vector<std::string> keys = pointKeys(&job.file->tree);
     shuffleNames(&keys);
     size_t at = 0;
     Timing timing = startTiming(job.path, SHORT_STEPS);
     while (state.KeepRunning()) {
-        bool done = ixBeginRead(job.file) == 0;
+        bool done = ixBeginRead(fileOf(job.file)) == 0;
         Clock::time_point start = Clock::now();
         for (int step = 0; step < SHORT_STEPS; ++step) {
-            int result = ixFind(job.file, POINT_NAME_INDEX, keys[at].c_str(), 0, nullptr, 0);
+            int result = ixFind(&job.file->tree, POINT_NAME_INDEX, keys[at].c_str(), 0, nullptr, 0);
             done = result == IX_SAME_KEY && done; // under its record's number
             if (++at == keys.size()) at = 0;
         }
         double seconds = secondsSince(start);
-        done = ixEndRead(job.file) == 0 && done;
+        done = ixEndRead(fileOf(job.file)) == 0 && done;
         countIteration(state, &timing, seconds, done);
     }
     endTiming(state, &timing);
@@ -283,20 +283,20 @@ static void finds(benchmark::State& state)
 static void nexts(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
-    size_t points = pointKeys(job.file).size();
+    size_t points = pointKeys(&job.file->tree).size();
     size_t at = 0;
     Timing timing = startTiming(job.path, SHORT_STEPS);
     while (state.KeepRunning()) {
-        bool done = ixBeginRead(job.file) == 0;
+        bool done = ixBeginRead(fileOf(job.file)) == 0;
         Clock::time_point start = Clock::now();
         for (int step = 0; step < SHORT_STEPS; ++step) {
-            int result = at == 0 ? ixFindFirst(job.file, POINT_NAME_INDEX, nullptr, 0)
-                                 : ixNext(job.file, POINT_NAME_INDEX, nullptr, 0);
+            int result = at == 0 ? ixFindFirst(&job.file->tree, POINT_NAME_INDEX, nullptr, 0)
+                                 : ixNext(&job.file->tree, POINT_NAME_INDEX, nullptr, 0);
             done = result == IX_OK && done;
             if (++at == points) at = 0;
         }
         double seconds = secondsSince(start);
-        done = ixEndRead(job.file) == 0 && done;
+        done = ixEndRead(fileOf(job.file)) == 0 && done;
         countIteration(state, &timing, seconds, done);
     }
     endTiming(state, &timing);
@@ -309,10 +309,11 @@ static void unpackedCurves(benchmark::State& state)
     std::string name = elementNames(job, ELEMENT_CURVE).front();
     CurveResult curve = {};
     bool found =
-        findCurve(name.c_str(), COGO_SLOT) == COGO_OK && readCurve(&curve, COGO_SLOT) == COGO_OK;
+        findCurve(job.file, name.c_str()) == COGO_OK && readCurve(job.file, &curve) == COGO_OK;
     if (!found) throw std::runtime_error("a curve that cannot be read: " + name);
 
     // The layout's variables still hold what was read.
+    uint8_t typeByte = 0;
     uint8_t image[RECORD_LIMIT];
     int length = packRecord(image, cogoState.curveLayout, KIND_CURVE, sizeof image);
     Timing timing = startTiming(job.path, SHORT_STEPS);
@@ -320,7 +321,7 @@ static void unpackedCurves(benchmark::State& state)
         bool done = true;
         Clock::time_point start = Clock::now();
         for (int step = 0; step < SHORT_STEPS; ++step) {
-            done = unpackRecord(image, cogoState.curveLayout, job.file, length) == IX_OK && done;
+            done = unpackRecord(image, cogoState.curveLayout, &typeByte, length) == IX_OK && done;
         }
         countIteration(state, &timing, secondsSince(start), done);
     }
@@ -330,17 +331,17 @@ static void unpackedCurves(benchmark::State& state)
 }
 
 // Seconds of the next insertion that needs a new page; negative when one failed.
-static double timeSplit(IndexFile* file, uint32_t* n)
+static double timeSplit(IndexFile* tree, uint32_t* n)
 {
     for (;;) {
         char key[ELEMENT_NAME_ROOM];
         snprintf(key, sizeof key, "%010u", ++*n * SCATTER);
-        int nextFreePage = file->nextFreePage;
+        int nextFreePage = tree->file.header.nextFreePage;
         Clock::time_point start = Clock::now();
-        int result = ixAdd(file, UNUSED_INDEX, key, 1, nullptr, 0);
+        int result = ixAdd(tree, UNUSED_INDEX, key, 1, nullptr, 0);
         double seconds = secondsSince(start);
         if (result != IX_OK) return -1.0;
-        if (file->nextFreePage != nextFreePage) return seconds;
+        if (tree->file.header.nextFreePage != nextFreePage) return seconds;
     }
 }
 
@@ -350,9 +351,9 @@ static void insertionsWithSplit(benchmark::State& state)
     uint32_t n = 0;
     Timing timing = startTiming(job.path);
     while (state.KeepRunning()) {
-        bool begun = ixBeginUpdate(job.file) == 0;
-        double seconds = begun ? timeSplit(job.file, &n) : -1.0;
-        bool ended = begun && ixEndUpdate(job.file) == 0;
+        bool begun = ixBeginUpdate(fileOf(job.file)) == 0;
+        double seconds = begun ? timeSplit(&job.file->tree, &n) : -1.0;
+        bool ended = begun && ixEndUpdate(fileOf(job.file)) == 0;
         countIteration(state, &timing, seconds, ended && seconds >= 0.0);
     }
     endTiming(state, &timing);

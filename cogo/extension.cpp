@@ -2,9 +2,8 @@
 #include "cogo/extension.h"
 
 #include "cogo/cogo_state.h"
+#include "cogo/keys.h"
 #include "cogo/writing.h"
-#include "engine/engine.h"
-#include "jobdb/jobdb.h"
 
 #include <cstdint>
 
@@ -14,93 +13,86 @@ static_assert(sizeof(VERSION_NAME) == ELEMENT_NAME_ROOM);
 
 // -- Extension records -------------------------------------------------------
 
-int readExtension(ExtensionResult* result, int slot)
+int readExtension(RecordFile* job, ExtensionResult* result)
 {
-    const int code = readCurrentRecord(slotContext(slot), cogoState.extensionLayout);
-    if (code != IX_OK) return COGO_FAILED;
-    loadCurrentKey(slot);
+    if (readRecordAtKey(job, cogoState.extensionLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.extension;
-    copyText(result->name, sizeof(result->name), currentName());
+    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
     return COGO_OK;
 }
 
 // Adds an empty extension record for a line. A number that cannot be had is 0; the
 // extension is added all the same.
-static int addLineExtension(ExtensionResult* result, const char* lineName, int slot)
+static int addLineExtension(RecordFile* job, const char* lineName, ExtensionResult* result)
 {
-    IndexFile* file = slotContext(slot);
-    const int32_t number = nextVersionNumber(slot);
+    const int32_t number = nextVersionNumber(job);
     cogoState.extension = {};
     cogoState.extension.elementNumber = number;
-    setKeyComponents(TAG_EXTENSION, lineName, EXTENSION_MEMBER, "", EXTENDS_LINE);
-    buildKey();
-    file->recordTypeByte = KIND_EXTENSION;
-    if (recordAdd(file, cogoState.extensionLayout) != IX_OK) return COGO_FAILED;
+    const KeyComponents parts =
+        keyComponents(TAG_EXTENSION, lineName, EXTENSION_MEMBER, EXTENDS_LINE);
+    setRecordKey(buildKey(&parts).text);
+    job->recordTypeByte = KIND_EXTENSION;
+    if (recordAdd(job, cogoState.extensionLayout) != IX_OK) return COGO_FAILED;
     *result = cogoState.extension;
     return COGO_OK;
 }
 
-int readOrCreateLineExtension(ExtensionResult* extension, const char* lineName, int slot)
+static int findLineExtension(RecordFile* job, const char* lineName)
 {
-    if (findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK) {
-        return readExtension(extension, slot);
-    }
+    return findExtension(job, lineName, EXTENSION_MEMBER, EXTENDS_LINE);
+}
+
+int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionResult* extension)
+{
+    if (findLineExtension(job, lineName) == COGO_OK) return readExtension(job, extension);
     // Nothing is written for an extension that may be there.
-    if (lookupFailed(slot)) return COGO_FAILED;
-    IndexFile* file = slotContext(slot);
-    if (beginWriting(file) != IX_OK) return COGO_FAILED;
+    if (lookupFailed(job)) return COGO_FAILED;
+    if (beginWriting(job) != IX_OK) return COGO_FAILED;
     // Another process may have added it before the file was locked.
     int result = COGO_FAILED;
-    if (file->readOnly == 0 &&
-        findExtension(lineName, EXTENSION_MEMBER, EXTENDS_LINE, slot) == COGO_OK) {
-        result = readExtension(extension, slot);
-    } else if (!lookupFailed(slot)) {
-        result = addLineExtension(extension, lineName, slot);
+    if (!isReadOnly(job) && findLineExtension(job, lineName) == COGO_OK) {
+        result = readExtension(job, extension);
+    } else if (!lookupFailed(job)) {
+        result = addLineExtension(job, lineName, extension);
     }
-    const int ended = endWriting(file);
-    return ended == IX_OK ? result : COGO_FAILED;
+    return endWriting(job) == IX_OK ? result : COGO_FAILED;
 }
 
 // -- Version counter ---------------------------------------------------------
 
 // The counter is stored with its own record type byte, which every read of a record
 // replaces: it is set last.
-static int32_t addVersionCounter(IndexFile* file)
+static int32_t addVersionCounter(RecordFile* job, const RecordKey* key)
 {
+    setRecordKey(key->text);
     cogoState.versionCounter = 1;
-    file->recordTypeByte = KIND_VERSION;
-    const int code = recordAdd(file, cogoState.versionLayout);
+    job->recordTypeByte = KIND_VERSION;
+    const int code = recordAdd(job, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
-static int32_t advanceVersionCounter(IndexFile* file)
+static int32_t advanceVersionCounter(RecordFile* job)
 {
-    if (readCurrentRecord(file, cogoState.versionLayout) != IX_OK) return 0;
+    if (readRecordAtKey(job, cogoState.versionLayout, KEY_FIELD) != IX_OK) return 0;
     if (cogoState.versionCounter == INT32_MAX) return 0;
     cogoState.versionCounter += 1;
-    file->recordTypeByte = KIND_VERSION;
-    const int code = recordUpdateCurrent(file, cogoState.versionLayout);
+    job->recordTypeByte = KIND_VERSION;
+    const int code = recordUpdateCurrent(job, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
-static int32_t countUp(IndexFile* file, int slot)
+static int32_t countUp(RecordFile* job)
 {
-    setKeyComponents(TAG_VERSION, VERSION_NAME, "", "", "");
-    buildKey();
-    return findByName(slot) == COGO_OK ? advanceVersionCounter(file) : addVersionCounter(file);
+    const KeyComponents parts = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
+    const RecordKey key = buildKey(&parts);
+    return findByKey(job, &parts) == IX_OK ? advanceVersionCounter(job)
+                                           : addVersionCounter(job, &key);
 }
 
-int32_t nextVersionNumber(int slot)
+int32_t nextVersionNumber(RecordFile* job)
 {
-    IndexFile* file = slotContext(slot);
     // One update over lookup and write: no number is handed out twice.
-    if (beginWriting(file) != IX_OK) return 0;
-    const int32_t number = countUp(file, slot);
-    const int ended = endWriting(file);
-    return ended == IX_OK ? number : 0;
-}
-
-int closeJobDatabase(int slot)
-{
-    return recordClose(slotContext(slot)) == IX_OK ? COGO_OK : COGO_FAILED;
+    if (beginWriting(job) != IX_OK) return 0;
+    const int32_t number = countUp(job);
+    return endWriting(job) == IX_OK ? number : 0;
 }

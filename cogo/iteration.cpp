@@ -1,8 +1,6 @@
 // First and next element of a kind.
 #include "cogo/cogo.h"
 #include "cogo/cogo_state.h"
-#include "engine/engine.h"
-#include "jobdb/jobdb.h"
 
 #include <cstring>
 
@@ -10,46 +8,41 @@
 struct KindWalk {
     const char* tag;
     int kind;
-    char* lastName; // name of the element that the last step reached
+    ElementName* last; // name of the element that the last step reached
 };
 
-constexpr KindWalk CURVE_WALK = {TAG_CURVE, KIND_CURVE, cogoState.lastCurve};
-constexpr KindWalk LINE_WALK = {TAG_LINE, KIND_LINE, cogoState.lastLine};
-constexpr KindWalk SPIRAL_WALK = {TAG_SPIRAL, KIND_SPIRAL, cogoState.lastSpiral};
-constexpr KindWalk CHAIN_WALK = {TAG_CHAIN, KIND_CHAIN, cogoState.lastChain};
+constexpr KindWalk CURVE_WALK = {TAG_CURVE, KIND_CURVE, &cogoState.lastCurve};
+constexpr KindWalk LINE_WALK = {TAG_LINE, KIND_LINE, &cogoState.lastLine};
+constexpr KindWalk SPIRAL_WALK = {TAG_SPIRAL, KIND_SPIRAL, &cogoState.lastSpiral};
+constexpr KindWalk CHAIN_WALK = {TAG_CHAIN, KIND_CHAIN, &cogoState.lastChain};
 
-static void rememberName(const KindWalk& walk)
+static ElementName nameOf(const KeyComponents& key)
 {
-    copyText(walk.lastName, ELEMENT_NAME_ROOM, currentName());
+    ElementName name;
+    copyText(name.text, sizeof name.text, key.elementName);
+    return name;
 }
 
 // Positions at or after the lowest key of a tag. COGO_OK, COGO_FAILED when nothing
 // follows, or the failure code of the engine.
-static int findLowestKey(const char* tag, int slot)
+static int findLowestKey(RecordFile* job, const char* tag)
 {
-    setKeyComponents(tag, "", "", "", "");
-    buildKey();
-    const int result = recordFind(slotContext(slot), RECORD_KEY_INDEX, cogoState.recordKey,
-                                  RECORD_FIND_IGNORED, MATCH_AT_OR_AFTER);
+    const KeyComponents parts = keyComponents(tag, "", "", "");
+    const RecordKey key = buildKey(&parts);
+    const int result = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
     if (result == IX_OK || result == IX_GREATER_KEY) return COGO_OK;
     return result == IX_NOT_FOUND ? COGO_FAILED : result;
 }
 
-static bool keyCarriesTag(const char* tag, int slot)
-{
-    const char* key = keyAtPosition(slot);
-    return std::strlen(key) >= KEY_NAME && std::strncmp(key + KEY_TAG, tag, TAG_LENGTH) == 0;
-}
-
 // An element whose name is blank has the lowest key itself; the walk goes on behind
 // it like behind any other.
-static int firstOfKind(const KindWalk& walk, int slot)
+static int firstOfKind(RecordFile* job, const KindWalk& walk, ElementName* name)
 {
-    const int result = findLowestKey(walk.tag, slot);
+    const int result = findLowestKey(job, walk.tag);
     if (result != COGO_OK) return result;
-    if (!keyCarriesTag(walk.tag, slot)) return COGO_FAILED;
-    if (kindOfCurrent(slot) != walk.kind) return COGO_FAILED;
-    rememberName(walk);
+    const KeyComponents key = componentsAtPosition(job);
+    if (kindOfTag(key.recordTag) != walk.kind) return COGO_FAILED;
+    *name = *walk.last = nameOf(key);
     return COGO_OK;
 }
 
@@ -63,40 +56,41 @@ static bool sortsBehind(const char* name, const char* other)
     return std::memcmp(padded[0], padded[1], ELEMENT_NAME_LENGTH) > 0;
 }
 
+// Steps to the next record. COGO_OK with the components of its key, or COGO_FAILED when
+// there is none or it is of another kind.
+static int stepWithinKind(RecordFile* job, int kind, KeyComponents* key)
+{
+    if (recordStep(job, RECORD_KEY_INDEX, STEP_NEXT) != IX_OK) return COGO_FAILED;
+    *key = componentsAtPosition(job);
+    return kindOfTag(key->recordTag) == kind ? COGO_OK : COGO_FAILED;
+}
+
 // Looks the last element of the walk up and steps to the next record of the kind
 // whose name sorts behind it. In a sound file that is the very next one. Looking up
 // any other name, as a damaged file may show it, would lead the walk back to where it
 // has been, again and again.
-static int stepBehindLast(const KindWalk& walk, int slot)
+static int nextOfKind(RecordFile* job, const KindWalk& walk, ElementName* name)
 {
-    setKeyComponents(walk.tag, walk.lastName, "", "", "");
-    buildKey();
-    if (findByName(slot) != COGO_OK) return COGO_FAILED;
+    KeyComponents key = keyComponents(walk.tag, walk.last->text, "", "");
+    if (findByKey(job, &key) != IX_OK) return COGO_FAILED;
     do {
-        if (stepNext(slot) != COGO_OK) return COGO_FAILED;
-        if (kindOfCurrent(slot) != walk.kind) return COGO_FAILED;
-    } while (!sortsBehind(currentName(), walk.lastName));
+        if (stepWithinKind(job, walk.kind, &key) != COGO_OK) return COGO_FAILED;
+    } while (!sortsBehind(key.elementName, walk.last->text));
+    *name = *walk.last = nameOf(key);
     return COGO_OK;
 }
 
-static int nextOfKind(const KindWalk& walk, int slot)
-{
-    const int result = stepBehindLast(walk, slot);
-    if (result == COGO_OK) rememberName(walk);
-    return result;
-}
+int firstCurve(RecordFile* job, ElementName* name) { return firstOfKind(job, CURVE_WALK, name); }
 
-int firstCurve(int slot) { return firstOfKind(CURVE_WALK, slot); }
+int nextCurve(RecordFile* job, ElementName* name) { return nextOfKind(job, CURVE_WALK, name); }
 
-int nextCurve(int slot) { return nextOfKind(CURVE_WALK, slot); }
+int firstLine(RecordFile* job, ElementName* name) { return firstOfKind(job, LINE_WALK, name); }
 
-int firstLine(int slot) { return firstOfKind(LINE_WALK, slot); }
+int nextLine(RecordFile* job, ElementName* name) { return nextOfKind(job, LINE_WALK, name); }
 
-int nextLine(int slot) { return nextOfKind(LINE_WALK, slot); }
+int firstSpiral(RecordFile* job, ElementName* name) { return firstOfKind(job, SPIRAL_WALK, name); }
 
-int firstSpiral(int slot) { return firstOfKind(SPIRAL_WALK, slot); }
-
-int nextSpiral(int slot) { return nextOfKind(SPIRAL_WALK, slot); }
+int nextSpiral(RecordFile* job, ElementName* name) { return nextOfKind(job, SPIRAL_WALK, name); }
 
 // -- Chains ------------------------------------------------------------------
 
@@ -109,65 +103,43 @@ static bool isContinuationName(const char* name)
            name[length - SUFFIX_LENGTH] == '{';
 }
 
-int firstChain(int slot) { return firstOfKind(CHAIN_WALK, slot); }
+int firstChain(RecordFile* job, ElementName* name) { return firstOfKind(job, CHAIN_WALK, name); }
 
-int nextChain(int slot)
+int nextChain(RecordFile* job, ElementName* name)
 {
     // Continuations are walked over one by one, and stay the last name when the walk
     // ends behind them.
+    ElementName reached;
     do {
-        const int result = nextOfKind(CHAIN_WALK, slot);
+        const int result = nextOfKind(job, CHAIN_WALK, &reached);
         if (result != COGO_OK) return result;
-    } while (isContinuationName(currentName()));
+    } while (isContinuationName(reached.text));
+    *name = reached;
     return COGO_OK;
 }
 
 // -- Profiles ----------------------------------------------------------------
 
-int firstProfile(int slot)
+int firstProfile(RecordFile* job, ElementName* name)
 {
-    const int result = findLowestKey(TAG_PROFILE, slot);
+    const int result = findLowestKey(job, TAG_PROFILE);
     if (result != COGO_OK) return result;
-    return kindOfCurrent(slot) == KIND_PROFILE ? COGO_OK : COGO_FAILED;
+    const KeyComponents key = componentsAtPosition(job);
+    if (kindOfTag(key.recordTag) != KIND_PROFILE) return COGO_FAILED;
+    *name = nameOf(key);
+    return COGO_OK;
 }
 
 // From a profile on to one whose name sorts behind it, as the other walks do: reading
 // leads back to the key of the profile's name, whichever key the walk had reached.
-int nextProfile(int slot)
+int nextProfile(RecordFile* job, ElementName* name)
 {
-    const bool onProfile = kindOfCurrent(slot) == KIND_PROFILE;
-    char name[ELEMENT_NAME_ROOM];
-    copyText(name, sizeof(name), currentName());
+    const KeyComponents here = componentsAtPosition(job);
+    const bool onProfile = kindOfTag(here.recordTag) == KIND_PROFILE;
+    KeyComponents key;
     do {
-        if (stepNext(slot) != COGO_OK) return COGO_FAILED;
-        if (kindOfCurrent(slot) != KIND_PROFILE) return COGO_FAILED;
-    } while (onProfile && !sortsBehind(currentName(), name));
+        if (stepWithinKind(job, KIND_PROFILE, &key) != COGO_OK) return COGO_FAILED;
+    } while (onProfile && !sortsBehind(key.elementName, here.elementName));
+    *name = nameOf(key);
     return COGO_OK;
 }
-
-// -- Points ------------------------------------------------------------------
-
-// Makes the name at the position of the survey index the current one.
-static int reachPoint(int surveyResult, int slot)
-{
-    if (surveyResult != SURVEY_OK) return COGO_FAILED;
-    setName(surveyPointName(slot));
-    return COGO_OK;
-}
-
-int firstPoint(int slot)
-{
-    int32_t selections = ALL_SELECTIONS;
-    surveyIndexCommand("SETKEY", &selections, nullptr);
-    return reachPoint(surveyFirstPoint(slot), slot);
-}
-
-int nextPoint(int slot) { return reachPoint(surveyNextPoint(slot), slot); }
-
-void nextPoints(PointNames* names, int slot)
-{
-    surveyNextPoints(names, ELEMENT_NAME_ROOM, slot);
-    if (names->count > 0) reachPoint(SURVEY_OK, slot);
-}
-
-int readPointByName(const char* name, int slot) { return reachPoint(findPoint(name, slot), slot); }

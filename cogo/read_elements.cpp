@@ -2,8 +2,7 @@
 #include "cogo/cogo.h"
 #include "cogo/cogo_state.h"
 #include "cogo/extension.h"
-#include "engine/engine.h"
-#include "jobdb/jobdb.h"
+#include "cogo/keys.h"
 
 #include <cmath>
 #include <cstring>
@@ -32,12 +31,11 @@ static double normalizedAngle(double angle)
     return angle;
 }
 
-int readCurve(CurveResult* result, int slot)
+int readCurve(RecordFile* job, CurveResult* result)
 {
-    if (readCurrentRecord(slotContext(slot), cogoState.curveLayout) != IX_OK) return COGO_FAILED;
-    loadCurrentKey(slot);
+    if (readRecordAtKey(job, cogoState.curveLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.curve;
-    copyText(result->name, sizeof(result->name), currentName());
+    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
     result->values[CURVE_ANGLE] = normalizedAngle(result->values[CURVE_ANGLE]);
     return COGO_OK;
 }
@@ -60,12 +58,11 @@ static double signedSpiralValue(const double* values)
     return values[SPIRAL_SIGNED];
 }
 
-int readSpiral(SpiralResult* result, int slot)
+int readSpiral(RecordFile* job, SpiralResult* result)
 {
-    if (readCurrentRecord(slotContext(slot), cogoState.spiralLayout) != IX_OK) return COGO_FAILED;
-    loadCurrentKey(slot);
+    if (readRecordAtKey(job, cogoState.spiralLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.spiral;
-    copyText(result->name, sizeof(result->name), currentName());
+    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
     result->values[SPIRAL_SIGNED] = signedSpiralValue(result->values);
     return COGO_OK;
 }
@@ -96,17 +93,17 @@ static void extendLine(LineResult* line, const ExtensionResult* extension)
     appendSuffix(line->endPointName, extension->shortText);
 }
 
-int readLine(LineResult* result, int slot)
+int readLine(RecordFile* job, LineResult* result)
 {
-    if (readCurrentRecord(slotContext(slot), cogoState.lineLayout) != IX_OK) return COGO_FAILED;
-    loadCurrentKey(slot);
+    if (readRecordAtKey(job, cogoState.lineLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     LineResult line = cogoState.line;
-    char name[ELEMENT_NAME_ROOM];
-    copyText(name, sizeof(name), currentName());
-    copyText(line.name, sizeof(line.name), name);
+    const KeyComponents key = componentsAtPosition(job);
+    copyText(line.name, sizeof(line.name), key.elementName);
 
     ExtensionResult extension;
-    if (readOrCreateLineExtension(&extension, name, slot) != COGO_OK) return COGO_FAILED;
+    if (readOrCreateLineExtension(job, key.elementName, &extension) != COGO_OK) {
+        return COGO_FAILED;
+    }
     extendLine(&line, &extension);
     *result = line;
     return COGO_OK;

@@ -1,6 +1,7 @@
 #include "cogo/record_layouts.h"
 
 #include "cogo/cogo_state.h"
+#include "records/records_state.h"
 
 #include <iterator>
 
@@ -8,7 +9,7 @@
 // text widths are the file's; each variable has room for them.
 // clang-format off
 constexpr LayoutRow CHAIN_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"description text",      'S', 'N', 'N', 0,                    2500, 1,  cogoState.chain.description},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.chain.elementNumber},
     {"secondary code",        'S', 'S', 'D', SECONDARY_CODE_INDEX, 25,   1,  cogoState.chain.secondaryCode},
@@ -17,7 +18,7 @@ constexpr LayoutRow CHAIN_ROWS[] = {
 
 // The same fields, but the secondary code is no key yet.
 constexpr LayoutRow OLDER_CHAIN_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"description text",      'S', 'N', 'N', 0,                    2500, 1,  cogoState.olderChain.description},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.olderChain.elementNumber},
     {"secondary code",        'S', 'N', 'N', 0,                    25,   1,  cogoState.olderChain.secondaryCode},
@@ -25,7 +26,7 @@ constexpr LayoutRow OLDER_CHAIN_ROWS[] = {
 };
 
 constexpr LayoutRow CURVE_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"curve values 1 to 24",  'D', 'N', 'N', 0,                    8,    24, cogoState.curve.values},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.curve.elementNumber},
     {"text A",                'S', 'N', 'N', 0,                    250,  1,  cogoState.curve.textA},
@@ -41,7 +42,7 @@ constexpr LayoutRow CURVE_ROWS[] = {
 
 // Number, code and note of a line stand in its extension record.
 constexpr LayoutRow LINE_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"line text",             'S', 'N', 'N', 0,                    12,   1,  cogoState.line.lineText},
     {"line value",            'D', 'N', 'N', 0,                    8,    1,  &cogoState.line.value},
     {"begin point name",      'S', 'N', 'N', 0,                    12,   1,  cogoState.line.beginPointName},
@@ -50,7 +51,7 @@ constexpr LayoutRow LINE_ROWS[] = {
 
 // Spiral value 41 has no field: fields 41 to 46 are the values 42 to 47.
 constexpr LayoutRow SPIRAL_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"spiral values 1 to 40", 'D', 'N', 'N', 0,                    8,    40, cogoState.spiral.values},
     {"spiral values 42 to 47", 'D', 'N', 'N', 0,                   8,    6,  cogoState.spiral.values + 41},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.spiral.elementNumber},
@@ -62,7 +63,7 @@ constexpr LayoutRow SPIRAL_ROWS[] = {
 };
 
 constexpr LayoutRow EXTENSION_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.extension.elementNumber},
     {"extension values 1, 2", 'D', 'N', 'N', 0,                    8,    2,  cogoState.extension.values},
     {"extension integers 1, 2", 'I', 'N', 'N', 0,                  4,    2,  cogoState.extension.integers},
@@ -73,13 +74,13 @@ constexpr LayoutRow EXTENSION_ROWS[] = {
 };
 
 constexpr LayoutRow VERSION_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"counter",               'L', 'N', 'N', 0,                    4,    1,  &cogoState.versionCounter},
 };
 
 // All data records of a profile share its key.
 constexpr LayoutRow PROFILE_DATA_ROWS[] = {
-    {"record key",            'S', 'S', 'D', RECORD_KEY_INDEX,     41,   1,  cogoState.recordKey},
+    {"record key",            'S', 'S', 'D', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
     {"secondary key",         'S', 'S', 'D', SECONDARY_KEY_INDEX,  9,    1,  cogoState.profileSecondaryKey},
     {"point block",           'B', 'N', 'N', 0,                    2400, 1,  cogoState.pointBlock},
 };
@@ -94,13 +95,7 @@ static_assert(layoutFields(EXTENSION_ROWS) == EXTENSION_FIELDS);
 static_assert(layoutFields(VERSION_ROWS) == VERSION_FIELDS);
 static_assert(layoutFields(PROFILE_DATA_ROWS) == PROFILE_DATA_FIELDS);
 
-// True when the variables of a row have the bytes that its length and count ask for.
-static constexpr bool rowFits(const LayoutRow& row, size_t room)
-{
-    return static_cast<size_t>(row.length) * static_cast<size_t>(row.count) <= room;
-}
-
-static_assert(rowFits(CHAIN_ROWS[0], sizeof(CogoState::recordKey)));
+static_assert(rowFits(CHAIN_ROWS[0], sizeof(RecordKey)));
 static_assert(rowFits(CHAIN_ROWS[1], sizeof(ChainResult::description)));
 static_assert(rowFits(CHAIN_ROWS[3], sizeof(ChainResult::secondaryCode)));
 static_assert(rowFits(CHAIN_ROWS[4], sizeof(ChainResult::noteText)));

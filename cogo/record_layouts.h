@@ -1,7 +1,7 @@
 // Layouts of the COGO records. For cogo/ and its tests.
 #pragma once
 
-#include "jobdb/layout.h"
+#include "records/records.h"
 
 constexpr int CHAIN_FIELDS = 5; // of the older layout too
 constexpr int CURVE_FIELDS = 36;

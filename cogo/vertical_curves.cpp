@@ -1,8 +1,7 @@
 #include "cogo/vertical_curves.h"
 
 #include "cogo/record_layouts.h"
-#include "platform/bytes.h"
-#include "platform/heap.h"
+#include "platform/platform.h"
 
 #include <cmath>
 

@@ -1,106 +1,50 @@
-// The indexed storage engine: search, traversal, insertion and deletion of the
-// entries of twenty indexes, record locks, and operations on whole records.
+// The B+tree of entries: search, traversal, insertion and deletion in twenty indexes, and
+// record locks.
 //
-// Boundary of engine/, for jobdb/ and cogo/. Results stand in results.h. Every
-// operation answers IX_NOT_OPEN for a context that is not open, IX_BAD_ARGUMENT
-// for an index number outside 1 to 20, and IX_FILE_LOCK when the file lock
-// cannot be taken; it leaves its result in file->status too.
+// Boundary of engine/, for the record layer. Every operation answers IX_NOT_OPEN for a
+// context that is not open, IX_BAD_ARGUMENT for an index number outside 1 to 20, and
+// IX_FILE_LOCK when the file lock cannot be taken; it leaves its result in tree->status too.
 //
-// Searches and steps deliver the record at the entry they reach into data
-// (capacity length; 0 wants none) and leave number, dataLength, recordLength and
-// key of the context describing the entry. The brackets of bracket.h hold the file
-// lock over several operations, so that nobody comes in between.
+// Searches and steps deliver the record at the entry they reach into data (capacity length;
+// 0 wants none); tree->found then describes the entry. The brackets of file/bracket.h hold
+// the file lock over several operations, so that nobody comes in between. Its state, the
+// node buffers, is in engine_state.h; positions belong to each IndexFile.
 #pragma once
 
 #include "engine/index_file.h"
-#include "engine/results.h"
-#include "platform/bracket.h"
+#include "engine/operation.h"
 
 #include <cstdint>
 
-struct LayoutEntry;
+// -- Opening and closing (open_close.cpp) ------------------------------------
 
-// -- Opening and closing -----------------------------------------------------
+// Binds the context to the file. mode: OPEN_SHARED falls back to read-only access, then to
+// exclusive use. IX_OK, IX_OPEN_FAILED, IX_NO_FREE_SLOT, IX_PAGE_IO, IX_BAD_MAGIC, IX_SEEK,
+// IX_SHORT_READ or IX_OPEN_LOCK; after a failure the context is as closed as before and no
+// descriptor is left.
+int ixOpen(IndexFile* tree, const char* path, char mode);
 
-// Binds the context to the file. mode: OPEN_SHARED falls back to read-only
-// access, then to exclusive use. 0, -1, -4, -5, -7, -9 or -101; after a failure
-// the context is as closed as before and no descriptor is left.
-int ixOpen(IndexFile* file, const char* path, char mode);
-
-// Writes what is pending, releases the locks and closes the file. A failure
-// (-3, -4, -102) leaves it open; -1 when the descriptor could not be closed.
-int ixClose(IndexFile* file);
+// Writes what is pending, releases the locks and closes the file. IX_PAGE_IO and IX_FILE_LOCK
+// leave it open; IX_OPEN_FAILED when the descriptor could not be closed.
+int ixClose(IndexFile* tree);
 
 // Gives the file up without writing anything more: for a close that failed.
-void ixAbandon(IndexFile* file);
+void ixAbandon(IndexFile* tree);
 
-// ixOpen, then lends the record layer a work buffer for record images.
-int recordOpen(IndexFile* file, const char* path, uint8_t* recordBuffer, int32_t recordBufferSize,
-               char mode);
-int recordClose(IndexFile* file);
-
-// With set, stores the process-wide version that selects the header magic; the
-// answer is the version then in force.
-int setFormatVersion(bool set, int version);
-
-// -- Search and traversal ----------------------------------------------------
+// -- Search and traversal (search.cpp, traversal.cpp) ------------------------
 
 // First entry at or after (key, number): IX_OK, IX_SAME_KEY, IX_GREATER_KEY,
 // IX_NOT_FOUND, IX_BROKEN_RECORD or IX_DESCENT_FAILED.
-int ixFind(IndexFile* file, int index, const char* key, int32_t number, void* data,
+int ixFind(IndexFile* tree, int index, const char* key, int32_t number, void* data,
            uint32_t length);
-// IX_OK, IX_NOT_FOUND or a failure code.
-int ixFindFirst(IndexFile* file, int index, void* data, uint32_t length);
-int ixFindLast(IndexFile* file, int index, void* data, uint32_t length);
-int ixNext(IndexFile* file, int index, void* data, uint32_t length);
-int ixPrevious(IndexFile* file, int index, void* data, uint32_t length);
-// Likewise, and IX_NO_CURRENT when another process has deleted the entry. Keeps
-// the record lock.
-int ixReadCurrent(IndexFile* file, int index, void* data, uint32_t length);
-
-// -- Insertion and deletion --------------------------------------------------
-
-// IX_NOT_FOUND (-1) when exactly this key and number exist, else 0 or a failure.
-int ixAdd(IndexFile* file, int index, const char* key, int32_t number, const void* data,
-          uint32_t length);
-// IX_NOT_FOUND (-1) when this key string exists under any number.
-int ixAddUnique(IndexFile* file, int index, const char* key, int32_t number, const void* data,
-                uint32_t length);
-// 0, IX_NOT_FOUND, IX_LOCKED_BY_OTHER or a failure code.
-int ixDelete(IndexFile* file, int index, const char* key, int32_t number);
-// Deletes at the position, which must be locked in shared mode (IX_LOCK_REQUIRED).
-int ixDeleteCurrent(IndexFile* file, int index);
-// Hands out the next record number, in file->number.
-int ixNextSequence(IndexFile* file);
-
-// -- Record locks ------------------------------------------------------------
-
-// 0, IX_NO_CURRENT or IX_LOCKED_BY_OTHER.
-int ixLockRecord(IndexFile* file, int index);
-int ixUnlockRecord(IndexFile* file, int index);
-// IX_LOCKED_HERE, IX_NOT_LOCKED, IX_LOCKED_BY_OTHER, IX_NO_CURRENT or a failure.
-int ixCheckLock(IndexFile* file, int index);
-
-// -- Whole records -----------------------------------------------------------
-
-// Match modes of recordFind.
-constexpr int MATCH_EXACT = 1;        // IX_OK: the key string exists
-constexpr int MATCH_AFTER = 2;        // IX_OK: the entry after it
-constexpr int MATCH_AT_OR_AFTER = 3;  // IX_OK, or IX_GREATER_KEY: the first after it
-constexpr int MATCH_BEFORE = 4;       // IX_OK: the entry before it
-constexpr int MATCH_AT_OR_BEFORE = 5; // IX_OK, or IX_BEFORE: the entry before it
-
-// Step operations of recordStep; any other does nothing.
-constexpr int STEP_NEXT = 1;
-constexpr int STEP_PREVIOUS = 2;
-constexpr int STEP_FIRST = 3;
-constexpr int STEP_LAST = 4;
-
-// Finds a record by a key; its number becomes the current record number. Else
-// IX_NOT_FOUND or a failure code, and there is no current record.
-int recordFind(IndexFile* file, int index, const char* key, int ignored, int matchMode);
-// Steps to a record; its number becomes the current record number.
-int recordStep(IndexFile* file, int index, int step);
+// IX_OK, IX_NOT_FOUND when there is no such entry, or a failure code.
+int ixFindFirst(IndexFile* tree, int index, void* data, uint32_t length);
+int ixFindLast(IndexFile* tree, int index, void* data, uint32_t length);
+int ixNext(IndexFile* tree, int index, void* data, uint32_t length);
+int ixPrevious(IndexFile* tree, int index, void* data, uint32_t length);
+// The entry at the position once more: IX_OK, IX_NOT_FOUND without one, IX_NO_CURRENT when
+// another process has deleted it, or a failure code. Keeps the record lock.
+int ixReadCurrent(IndexFile* tree, int index, void* data, uint32_t length);
 
 // Keys in the order of their index, terminated, one behind the other.
 struct KeyBlock {
@@ -108,18 +52,50 @@ struct KeyBlock {
     char texts[NODE_PAGE_SIZE];
 };
 
-// Steps over the records behind the current one that are reached without a search:
-// inside an outermost read those whose keys lie in the same leaf. The last one becomes
-// the current record. Fills the block with their keys, which may be none: recordStep
-// goes on then. Never fails.
-void recordStepAlong(IndexFile* file, int index, KeyBlock* keys);
+// Steps over the records behind the position that are reached without a search: inside an
+// outermost read those whose keys lie in the same leaf. The last one becomes the position.
+// Fills the block with their keys, which may be none: ixNext goes on then. Never fails.
+void ixStepAlong(IndexFile* tree, int index, KeyBlock* keys);
 
-// Reads the current record into the variables of the layout. IX_NO_CURRENT,
-// IX_NOT_FOUND, IX_OTHER_LAYOUT and IX_DAMAGED_IMAGE leave them untouched.
-int recordReadCurrent(IndexFile* file, LayoutEntry* layout);
+// -- Insertion and deletion (updates.cpp) ------------------------------------
 
-// Store, delete and rewrite a record with its keys. An update gives the record a
-// new number. A read-only file refuses: a line on standard output, IX_READ_ONLY.
-int recordAdd(IndexFile* file, LayoutEntry* layout);
-int recordDeleteCurrent(IndexFile* file, LayoutEntry* layout);
-int recordUpdateCurrent(IndexFile* file, LayoutEntry* layout);
+// Store modes: insert without looking, or refuse an exact key that exists.
+constexpr int STORE_UNCHECKED = 3;
+constexpr int STORE_NEW = 4;
+
+// IX_OK, IX_EXISTS (STORE_NEW: exactly this key and number exist), or a failure code.
+int ixStore(IndexFile* tree, int mode, int index, const char* key, int32_t number, const void* data,
+            uint32_t length);
+// ixStore as STORE_NEW.
+int ixAdd(IndexFile* tree, int index, const char* key, int32_t number, const void* data,
+          uint32_t length);
+// IX_OK, IX_EXISTS when this key string exists under any number, or a failure code.
+int ixAddUnique(IndexFile* tree, int index, const char* key, int32_t number, const void* data,
+                uint32_t length);
+// IX_OK, IX_NOT_FOUND, IX_LOCKED_BY_OTHER or a failure code.
+int ixDelete(IndexFile* tree, int index, const char* key, int32_t number);
+// Deletes the entry at the position, whose record this context has locked, unless it is one
+// of LOCK_INDEX or the file in exclusive mode (IX_LOCK_REQUIRED).
+int ixDeleteCurrent(IndexFile* tree, int index);
+// Hands out the next record number.
+int ixNextSequence(IndexFile* tree, int32_t* number);
+
+// -- Record locks (lock_operations.cpp) --------------------------------------
+
+// IX_OK, IX_NO_CURRENT or IX_LOCKED_BY_OTHER, or a failure code.
+int ixLockRecord(IndexFile* tree, int index);
+int ixUnlockRecord(IndexFile* tree, int index);
+// IX_LOCKED_HERE, IX_NOT_LOCKED, IX_LOCKED_BY_OTHER, IX_NO_CURRENT or a failure code.
+int ixCheckLock(IndexFile* tree, int index);
+
+// -- Inside a bracket (entry_find.cpp, entry_delete.cpp) ---------------------
+// Find and delete for those who have opened a bracket already and mean the entries alone:
+// record locks are neither released nor asked for, and status stays. The index number is one
+// of the twenty.
+
+// Results as of ixFind.
+int ixInnerFind(IndexFile* tree, int index, const char* key, int32_t number, void* data,
+                uint32_t length);
+// Deletes the record with this key string and number, whatever its segments. IX_OK,
+// IX_NOT_FOUND, IX_DESCENT_FAILED or IX_PAGE_IO.
+int ixInnerDelete(IndexFile* tree, int index, const char* key, int32_t number);

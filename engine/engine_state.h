@@ -2,7 +2,7 @@
 // For engine/ and its tests.
 #pragma once
 
-#include "engine/node_page.h"
+#include "format/format.h"
 
 struct EngineState {
     // Each for one operation: filled by readNode and changed by insertions and

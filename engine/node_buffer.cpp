@@ -1,28 +1,22 @@
 #include "engine/node_buffer.h"
 
-#include "platform/platform.h"
-
-static bool pageExists(const IndexFile* file, int pageNumber)
+static bool pageExists(const OpenFile* file, int pageNumber)
 {
-    return pageNumber >= 0 && pageNumber < file->pagesInFile;
+    return pageNumber >= 0 && pageNumber < file->header.pagesInFile;
 }
 
-int viewNode(IndexFile* file, int pageNumber, int level, NodeView* view)
+int viewNode(OpenFile* file, int pageNumber, int level, NodeView* view)
 {
     if (!pageExists(file, pageNumber)) return IX_DESCENT_FAILED;
 
     PageView page = {};
     int result = cachedPageView(file, &page, pageNumber);
     if (result != IX_OK) return result;
-    if (!page.sound) {
-        if (!nodeIsSound(page.page)) return IX_DESCENT_FAILED;
-        markPageSound();
-    }
     *view = {page.page, page.content};
     return nodeLevel(page.page) == level ? IX_OK : IX_DESCENT_FAILED;
 }
 
-int readNode(IndexFile* file, int pageNumber, int level)
+int readNode(OpenFile* file, int pageNumber, int level)
 {
     NodeView view = {};
     int result = viewNode(file, pageNumber, level, &view);
@@ -35,7 +29,7 @@ int readNode(IndexFile* file, int pageNumber, int level)
     return IX_OK;
 }
 
-int peekNode(IndexFile* file, int pageNumber, int level)
+int peekNode(OpenFile* file, int pageNumber, int level)
 {
     if (!pageExists(file, pageNumber)) return IX_DESCENT_FAILED;
 
@@ -43,10 +37,10 @@ int peekNode(IndexFile* file, int pageNumber, int level)
     int result = cachedPagePeek(file, node, pageNumber);
     if (result != IX_OK) return result;
     node[NODE_PAGE_SIZE] = 0;
-    return nodeIsSound(node) && nodeLevel(node) == level ? IX_OK : IX_DESCENT_FAILED;
+    return nodeLevel(node) == level ? IX_OK : IX_DESCENT_FAILED;
 }
 
-int writeNode(IndexFile* file, int pageNumber)
+int writeNode(OpenFile* file, int pageNumber)
 {
     return cachedPageWrite(file, engineState.nodeBuffer, pageNumber);
 }

@@ -3,8 +3,7 @@
 #pragma once
 
 #include "engine/engine_state.h"
-#include "engine/index_file.h"
-#include "engine/results.h"
+#include "file/file.h"
 
 // A node in the cache. It stays there while no more than a few other nodes are read:
 // none that has been left is to be looked at again.
@@ -16,14 +15,14 @@ struct NodeView {
 // IX_OK, an I/O code, or IX_DESCENT_FAILED when the page number lies outside the
 // file, the page is not sound or has another level than expected. A node that failed
 // must not be looked at.
-int viewNode(IndexFile* file, int pageNumber, int level, NodeView* view);
+int viewNode(OpenFile* file, int pageNumber, int level, NodeView* view);
 
 // The same into the node buffer.
-int readNode(IndexFile* file, int pageNumber, int level);
+int readNode(OpenFile* file, int pageNumber, int level);
 
 // The same into the peek buffer; neither the node buffer nor the cache's order of
 // use changes.
-int peekNode(IndexFile* file, int pageNumber, int level);
+int peekNode(OpenFile* file, int pageNumber, int level);
 
 // Writes the node buffer's page. 0 or an I/O code.
-int writeNode(IndexFile* file, int pageNumber);
+int writeNode(OpenFile* file, int pageNumber);

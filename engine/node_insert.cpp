@@ -1,8 +1,7 @@
 #include "engine/node_insert.h"
 
-#include "engine/key_search.h"
 #include "engine/page_supply.h"
-#include "platform/platform.h"
+#include "engine/positions.h"
 
 // Where a node that overflows is cut: entries that end before this many bytes of
 // the entry area stay. Ascending insertions, which go to the rightmost node, fill
@@ -12,7 +11,7 @@ constexpr int SPLIT_INNER = 520;
 
 // An insertion on its way up the tree.
 struct Insertion {
-    IndexFile* file;
+    IndexFile* tree;
     int page;  // of the node in the node buffer
     int level; // its level
     bool split;
@@ -72,10 +71,10 @@ static const uint8_t* divideNode(uint8_t* node, int page, int newPage, int* kept
 // left in the peek buffer.
 static int prepareSplit(Insertion* insertion, int* newPage)
 {
-    IndexFile* file = insertion->file;
-    if (!insertion->split && file->height >= MAX_HEIGHT) return IX_SHORT_WRITE;
+    OpenFile* file = &insertion->tree->file;
+    if (!insertion->split && file->header.height >= MAX_HEIGHT) return IX_SHORT_WRITE;
 
-    int grown = growFile(file);
+    int grown = growFile(insertion->tree);
     if (grown != IX_OK) {
         // The pages for the splits above were there before the first one.
         if (!insertion->split) return grown;
@@ -94,12 +93,12 @@ static int prepareSplit(Insertion* insertion, int* newPage)
 // entry on its way.
 static int splitNode(Insertion* insertion, int newPage)
 {
-    IndexFile* file = insertion->file;
+    OpenFile* file = &insertion->tree->file;
     uint8_t* node = engineState.nodeBuffer;
     int neighbour = nodeNextPage(node);
     int kept = 0;
     const uint8_t* last = divideNode(node, insertion->page, newPage, &kept);
-    if (!insertion->split) correctForSplit(file, insertion->page, kept, newPage);
+    if (!insertion->split) correctForSplit(insertion->tree, insertion->page, kept, newPage);
     insertion->split = true;
 
     int result = cachedPageWrite(file, engineState.splitBuffer, newPage);
@@ -120,23 +119,18 @@ static int splitNode(Insertion* insertion, int newPage)
 // A new root above the split one, in the node buffer.
 static int addRoot(Insertion* insertion)
 {
-    IndexFile* file = insertion->file;
+    OpenFile* file = &insertion->tree->file;
     int rootPage = NO_PAGE;
     if (allocatePage(file, &rootPage) != IX_OK) return IX_PAGE_IO;
 
     // Not the node that was split: it is a neighbour of the old root where a process
     // was killed between splitting that root and adding the one above it.
-    initNode(engineState.nodeBuffer, file->height, file->rootPage);
-    ++file->height;
-    file->rootPage = rootPage;
+    initNode(engineState.nodeBuffer, file->header.height, file->header.rootPage);
+    ++file->header.height;
+    file->header.rootPage = rootPage;
     insertion->page = rootPage;
     int result = writeNode(file, rootPage);
-    if (result != IX_OK) return result;
-    if (file->writePolicy == WRITE_AT_END_HEADER_TOO) {
-        file->headerDirty = 1;
-        return IX_OK;
-    }
-    return writeHeader(file);
+    return result != IX_OK ? result : writeHeader(file);
 }
 
 // Offset of the first entry of the node buffer that is greater than the entry on
@@ -158,9 +152,9 @@ static int offsetInBranch(const Insertion* insertion, bool* atEnd)
 // entered the level, so the parent is the node whose bound the separator is under.
 static int readParent(Insertion* insertion, int* offset)
 {
-    IndexFile* file = insertion->file;
+    OpenFile* file = &insertion->tree->file;
     insertion->page = engineState.path[insertion->level];
-    for (int moves = 0; moves <= file->pagesInFile; ++moves) {
+    for (int moves = 0; moves <= file->header.pagesInFile; ++moves) {
         if (readNode(file, insertion->page, insertion->level) != IX_OK) return IX_PAGE_IO;
         bool atEnd = false;
         *offset = offsetInBranch(insertion, &atEnd);
@@ -172,19 +166,22 @@ static int readParent(Insertion* insertion, int* offset)
 }
 
 // Makes the new entry the position of its index, and keeps the others right.
-static void positionOnInserted(IndexFile* file, int index, const uint8_t* entry)
+static void positionOnInserted(IndexFile* tree, int index, const uint8_t* entry)
 {
-    setPosition(file, index, entry);
-    correctForInsertion(file, index, file->leafPage[index], file->positionInLeaf[index]);
+    Position* position = &tree->positions[index];
+    standOn(position, entry);
+    correctForInsertion(tree, index, position->leafPage, position->ordinal);
 }
 
-int insertEntry(IndexFile* file, int index, const uint8_t* newEntry)
+int insertEntry(IndexFile* tree, int index, const uint8_t* newEntry)
 {
-    Insertion insertion = {file, file->leafPage[index], 0, false, IX_OK, {}};
+    OpenFile* file = &tree->file;
+    const Position* position = &tree->positions[index];
+    Insertion insertion = {tree, position->leafPage, 0, false, IX_OK, {}};
     memcpy(insertion.entry, newEntry, static_cast<size_t>(entrySize(newEntry)));
     uint8_t* node = engineState.nodeBuffer;
     if (readNode(file, insertion.page, 0) != IX_OK) return IX_PAGE_IO;
-    int offset = static_cast<int>(entryAt(node, file->positionInLeaf[index]) - node);
+    int offset = entryOffsetAt(node, position->ordinal);
 
     for (;;) {
         bool overflows = nodeFree(node) < entrySize(insertion.entry);
@@ -194,13 +191,13 @@ int insertEntry(IndexFile* file, int index, const uint8_t* newEntry)
             if (prepared != IX_OK) return prepared;
         }
         placeEntry(node, offset, insertion.entry);
-        if (insertion.level == 0) positionOnInserted(file, index, newEntry);
+        if (insertion.level == 0) positionOnInserted(tree, index, newEntry);
         if (!overflows) break;
 
         int result = splitNode(&insertion, newPage);
         if (result != IX_OK) return result;
         ++insertion.level;
-        if (insertion.level == file->height) {
+        if (insertion.level == file->header.height) {
             result = addRoot(&insertion);
             offset = NODE_ENTRIES;
         } else {
@@ -210,6 +207,6 @@ int insertEntry(IndexFile* file, int index, const uint8_t* newEntry)
     }
 
     int written = writeNode(file, insertion.page);
-    if (insertion.split) file->headerDirty = 1;
+    if (insertion.split) file->pending.headerDirty = true;
     return written != IX_OK ? written : insertion.growthResult;
 }

@@ -1,7 +1,7 @@
 // Insertion of one entry into the tree. For engine/; inside an update.
 #pragma once
 
-#include "engine/engine.h"
+#include "engine/index_file.h"
 
 // Inserts the entry into the leaf at the position of the index, where a descent to its
 // key has just ended, and splits nodes up to the root as needed. Leaves the position on
@@ -9,4 +9,4 @@
 //   IX_SHORT_WRITE  the file cannot grow; nothing is changed, unless the growth
 //                   failed after the first split: then the entry is in place
 //   IX_PAGE_IO      a page could not be read, written or allocated
-int insertEntry(IndexFile* file, int index, const uint8_t* newEntry);
+int insertEntry(IndexFile* tree, int index, const uint8_t* newEntry);

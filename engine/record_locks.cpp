@@ -1,9 +1,8 @@
-// Record locks: entries of LOCK_INDEX that name the user slot of their holder. A
-// lock whose holder's slot byte is free is stale and is removed by whoever meets it.
-// In exclusive mode only the state is recorded.
-#include "engine/delete.h"
-#include "engine/key_search.h"
-#include "platform/platform.h"
+#include "engine/record_locks.h"
+
+#include "engine/entry_delete.h"
+#include "engine/entry_find.h"
+#include "engine/entry_store.h"
 
 // The lock entry of a record: key string (index byte and key of the locked entry)
 // and number.
@@ -12,169 +11,123 @@ struct LockKey {
     int32_t number;
 };
 
-static LockKey lockKeyAtPosition(const IndexFile* file, int index)
+static LockKey lockKeyAt(const Position* position)
 {
     LockKey lock = {};
-    lock.key[0] = static_cast<char>(index);
-    strcpy(lock.key + 1, file->keyBuffer[index]);
-    lock.number = file->numberAtPosition[index];
+    lock.key[0] = static_cast<char>(position->home);
+    strcpy(lock.key + 1, position->key);
+    lock.number = position->number;
     return lock;
-}
-
-static bool standsOnEntry(const IndexFile* file, int index)
-{
-    return file->indexAtPosition[index] == index && file->removedAtPosition[index] == 0;
-}
-
-static int checkLockArguments(IndexFile* file, int index)
-{
-    if (!contextIsOpen(file)) return IX_NOT_OPEN;
-    if (index < MIN_INDEX || index > MAX_INDEX) return withStatus(file, IX_BAD_ARGUMENT);
-    return IX_OK;
 }
 
 // Reads the lock entry: the search result, and on IX_OK the slot of its holder, or
 // NO_SLOT when its data are no slot.
-static int readLockEntry(IndexFile* file, const LockKey* lock, int32_t* slot)
+static int readLockEntry(IndexFile* tree, const LockKey* lock, int32_t* slot)
 {
     uint8_t data[LOCK_DATA_SIZE] = {};
-    int result = ixFind(file, LOCK_INDEX, lock->key, lock->number, data, sizeof data);
+    int result = ixInnerFind(tree, LOCK_INDEX, lock->key, lock->number, data, sizeof data);
     *slot = NO_SLOT;
-    if (result == IX_OK && file->recordLength == LOCK_DATA_SIZE) *slot = loadInt32(data);
+    if (result == IX_OK && tree->found.recordLength == LOCK_DATA_SIZE) *slot = loadInt32(data);
     return result;
 }
 
-static bool isAlive(IndexFile* file, int32_t slot)
+static bool isAlive(IndexFile* tree, int32_t slot)
 {
-    return slot != NO_SLOT && holderAlive(file, slot) == 0;
+    return slot != NO_SLOT && holderAlive(&tree->file, slot) == IX_OK;
 }
 
-static int storeLockEntry(IndexFile* file, const LockKey* lock)
+static int storeLockEntry(IndexFile* tree, const LockKey* lock)
 {
     uint8_t data[LOCK_DATA_SIZE];
-    storeInt32(data, file->userSlot);
-    return ixAdd(file, LOCK_INDEX, lock->key, lock->number, data, sizeof data);
+    storeInt32(data, tree->file.sharing.userSlot);
+    return storeRecord(tree, STORE_NEW, LOCK_INDEX, lock->key, lock->number, data, sizeof data);
 }
 
-// Inside an update, with the internal-call flag set.
-static int addLockEntry(IndexFile* file, const LockKey* lock)
+static int deleteLockEntry(IndexFile* tree, const LockKey* lock)
 {
-    int result = storeLockEntry(file, lock);
-    if (result != IX_NOT_FOUND) return result;
-
-    int32_t slot = NO_SLOT;
-    if (readLockEntry(file, lock, &slot) != IX_OK) return IX_LOCKED_BY_OTHER;
-    if (isAlive(file, slot)) return IX_LOCKED_BY_OTHER;
-    result = deleteByKey(file, LOCK_INDEX, lock->key, lock->number);
-    return result == IX_OK ? storeLockEntry(file, lock) : result;
+    return ixInnerDelete(tree, LOCK_INDEX, lock->key, lock->number);
 }
 
-// Likewise.
-static int removeLockEntry(IndexFile* file, const LockKey* lock)
+static int addLockEntry(IndexFile* tree, const LockKey* lock)
+{
+    int result = storeLockEntry(tree, lock);
+    if (result != IX_EXISTS) return result;
+
+    int32_t slot = NO_SLOT;
+    if (readLockEntry(tree, lock, &slot) != IX_OK) return IX_LOCKED_BY_OTHER;
+    if (isAlive(tree, slot)) return IX_LOCKED_BY_OTHER;
+    result = deleteLockEntry(tree, lock);
+    return result == IX_OK ? storeLockEntry(tree, lock) : result;
+}
+
+static int removeLockEntry(IndexFile* tree, const LockKey* lock)
 {
     int32_t slot = NO_SLOT;
-    int result = readLockEntry(file, lock, &slot);
+    int result = readLockEntry(tree, lock, &slot);
     if (result != IX_OK) return result;
-    return slot == file->userSlot ? ixDeleteCurrent(file, LOCK_INDEX) : IX_LOCKED_BY_OTHER;
+    bool own = slot == tree->file.sharing.userSlot;
+    return own ? deleteLockEntry(tree, lock) : IX_LOCKED_BY_OTHER;
 }
 
-// Likewise; but a read-only context leaves a stale lock where it is.
-static int probeLockEntry(IndexFile* file, const LockKey* lock)
+// A read-only context leaves a stale lock where it is.
+static int probeLockEntry(IndexFile* tree, const LockKey* lock)
 {
     int32_t slot = NO_SLOT;
-    int result = readLockEntry(file, lock, &slot);
+    int result = readLockEntry(tree, lock, &slot);
     if (result == IX_NOT_FOUND || result == IX_SAME_KEY || result == IX_GREATER_KEY) {
         return IX_NOT_LOCKED;
     }
     if (result != IX_OK) return result;
-    if (slot != NO_SLOT && slot == file->userSlot) return IX_LOCKED_HERE;
-    if (isAlive(file, slot)) return IX_LOCKED_BY_OTHER;
-    if (file->readOnly != 0) return IX_NOT_LOCKED;
-    result = deleteByKey(file, LOCK_INDEX, lock->key, lock->number);
+    if (slot != NO_SLOT && slot == tree->file.sharing.userSlot) return IX_LOCKED_HERE;
+    if (isAlive(tree, slot)) return IX_LOCKED_BY_OTHER;
+    if (tree->file.readOnly) return IX_NOT_LOCKED;
+    result = deleteLockEntry(tree, lock);
     return result == IX_OK ? IX_NOT_LOCKED : result;
 }
 
-// Work on the lock entry of a position.
 enum LockWork { ADD_LOCK, REMOVE_LOCK, PROBE_LOCK };
 
-// Does the work inside an update, with the internal-call flag set so that it locks
-// and releases nothing itself; flag and request fields are put back.
-static int withLockIndex(IndexFile* file, int index, LockWork work)
+static int doWork(IndexFile* tree, const LockKey* lock, LockWork work)
 {
-    if (ixBeginUpdate(file) != 0) return IX_FILE_LOCK;
-    LockKey lock = lockKeyAtPosition(file, index);
-    KeptRequest request = keepRequest(file);
-    int32_t internalCall = file->internalCall;
-    file->internalCall = 1;
-
-    int result = IX_OK;
     switch (work) {
     case ADD_LOCK:
-        result = addLockEntry(file, &lock);
-        break;
+        return addLockEntry(tree, lock);
     case REMOVE_LOCK:
-        result = removeLockEntry(file, &lock);
-        break;
-    case PROBE_LOCK:
-        result = probeLockEntry(file, &lock);
-        break;
+        return removeLockEntry(tree, lock);
+    default:
+        return probeLockEntry(tree, lock);
     }
-
-    file->internalCall = internalCall;
-    putRequestBack(file, &request);
-    int ended = ixEndUpdate(file);
-    return ended != 0 ? ended : result;
 }
 
-int ixLockRecord(IndexFile* file, int index)
+static int workInUpdate(IndexFile* tree, const Position* position, LockWork work)
 {
-    int result = checkLockArguments(file, index);
-    if (result != IX_OK) return result;
-    if (file->openMode == OPEN_EXCLUSIVE) {
-        file->recordLockState[index] = LOCKED;
-        return withStatus(file, IX_OK);
-    }
-    if (file->internalCall != 0 || file->recordLockState[index] == LOCKED) {
-        return withStatus(file, IX_OK);
-    }
-    if (!standsOnEntry(file, index)) return withStatus(file, IX_NO_CURRENT);
-    if (ixBeginUpdate(file) != 0) return withStatus(file, IX_FILE_LOCK);
-
-    result = ixReadCurrent(file, index, nullptr, 0) == IX_OK ? IX_OK : IX_NO_CURRENT;
-    if (result == IX_OK) {
-        result = withLockIndex(file, index, ADD_LOCK);
-        if (result == IX_OK) file->recordLockState[index] = LOCKED;
-    }
-    int ended = ixEndUpdate(file);
-    return withStatus(file, ended != 0 ? ended : result);
+    if (ixBeginUpdate(&tree->file) != IX_OK) return IX_FILE_LOCK;
+    LockKey lock = lockKeyAt(position);
+    FoundEntry found = tree->found;
+    int result = doWork(tree, &lock, work);
+    tree->found = found;
+    return resultOf(ixEndUpdate(&tree->file), result);
 }
 
-int ixUnlockRecord(IndexFile* file, int index)
+int addRecordLock(IndexFile* tree, const Position* position)
 {
-    int result = checkLockArguments(file, index);
-    if (result != IX_OK) return result;
-    if (file->openMode == OPEN_EXCLUSIVE) {
-        file->recordLockState[index] = UNLOCKED;
-        return withStatus(file, IX_OK);
-    }
-    if (file->internalCall != 0) return withStatus(file, IX_OK);
-
-    if (file->recordLockState[index] == LOCKED) {
-        if (!standsOnEntry(file, index)) return withStatus(file, IX_NO_CURRENT);
-        result = withLockIndex(file, index, REMOVE_LOCK);
-        if (result == IX_OK) file->recordLockState[index] = UNLOCKED;
-        return withStatus(file, result);
-    }
-    result = ixCheckLock(file, index);
-    return withStatus(file, result == IX_NOT_LOCKED ? IX_OK : result);
+    return workInUpdate(tree, position, ADD_LOCK);
 }
 
-int ixCheckLock(IndexFile* file, int index)
+int removeRecordLock(IndexFile* tree, const Position* position)
 {
-    int result = checkLockArguments(file, index);
-    if (result != IX_OK) return result;
-    if (!standsOnEntry(file, index)) return withStatus(file, IX_NO_CURRENT);
-    if (file->recordLockState[index] == LOCKED) return withStatus(file, IX_LOCKED_HERE);
-    if (file->openMode == OPEN_EXCLUSIVE) return withStatus(file, IX_NOT_LOCKED);
-    return withStatus(file, withLockIndex(file, index, PROBE_LOCK));
+    return workInUpdate(tree, position, REMOVE_LOCK);
+}
+
+int probeRecordLock(IndexFile* tree, const Position* position)
+{
+    return workInUpdate(tree, position, PROBE_LOCK);
+}
+
+int releaseRecordLock(IndexFile* tree, Position* position)
+{
+    if (!standsOnEntry(position)) return IX_NO_CURRENT;
+    int result = removeRecordLock(tree, position);
+    if (result == IX_OK) position->recordLock = UNLOCKED;
+    return result;
 }

@@ -1,5 +1,5 @@
-// The heap: the only allocation calls of the product. For api/ and cogo/, whose
-// blocks go to the host or live no longer than one call.
+// The heap: the only allocation calls of the product, for what is handed to the host or
+// lives no longer than one call. Part of the boundary platform.h.
 #pragma once
 
 #include <cstddef>

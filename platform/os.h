@@ -1,6 +1,6 @@
 // The operating system's files and byte-range locks: one narrow interface, one
 // file per system (os_posix.cpp, os_windows.cpp), chosen by the build. Errors of
-// the system end here; callers see the results below only. For platform/ alone.
+// the system end here; callers see the results below only. Part of platform.h.
 //
 // Where the systems differ:
 //   Locks    belong to the open file in both, so two opens of one process

@@ -1,8 +1,8 @@
 // The bytes that docs/format.md decodes, against the sample job and the accessors.
-#include "engine/node_page.h"
-#include "jobdb/jobdb.h"
-#include "jobdb/jobdb_state.h"
-#include "jobdb/record_image.h"
+#include "format/format.h"
+#include "records/record_image.h"
+#include "survey/survey.h"
+#include "survey/survey_state.h"
 #include "tests/support/command.h"
 
 #include <gtest/gtest.h>
@@ -118,8 +118,8 @@ TEST(FormatDoc, DecodesAnImageAsTheRecordLayerDoes)
     int length = last.offset + static_cast<int>(last.bytes.size());
     EXPECT_EQ(length, entryDataLength(entry));
 
-    layerStartUp();
-    const LayoutEntry* layout = jobdbState.featureLayout;
+    buildSurveyLayouts();
+    const LayoutEntry* layout = surveyState.featureLayout;
     EXPECT_EQ(checkImage(image, layout, length), 0);
     EXPECT_EQ(numberIn(rows, IMAGE_TYPE_BYTE, "record type byte "), image[IMAGE_TYPE_BYTE]);
     ImageWalk walk = startImageWalk(image, layout, length);

@@ -2,7 +2,7 @@
 // must give. Each is exported by the built orvidx and compared element by element.
 
 #include "tests/support/command.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <bit>
 #include <cmath>

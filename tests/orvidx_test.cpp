@@ -1,6 +1,6 @@
 // The answers of orvidx to right and wrong use.
+#include "file/lock_bytes.h"
 #include "platform/os.h"
-#include "platform/platform.h"
 #include "tests/support/command.h"
 
 #include <filesystem>

@@ -1,7 +1,7 @@
 // The file lock around public calls: once for each, once more for what a reading has to
 // write, and let go from time to time in long ones.
 #include "engine/engine.h"
-#include "platform/platform.h"
+#include "file/file.h"
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/os_faulty.h"
@@ -65,19 +65,19 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
 {
     IndexFile file = {};
     ASSERT_EQ(ixOpen(&file, freshJob("tiny").c_str(), OPEN_SHARED), IX_OK);
-    ASSERT_EQ(ixBeginRead(&file), 0);
+    ASSERT_EQ(ixBeginRead(&file.file), 0);
     locksTaken();
     ReadPiece piece = {};
     auto steps = [&] {
         for (int step = 0; step < 1000; ++step) {
-            EXPECT_EQ(ixYieldRead(&file, &piece), 0);
+            EXPECT_EQ(ixYieldRead(&file.file, &piece), 0);
         }
         return locksTaken();
     };
     steps();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_GT(steps(), 0);
-    EXPECT_EQ(file.readNesting, 1);
+    EXPECT_EQ(file.file.sharing.readNesting, 1);
 
     // A lock that cannot be had again ends the read.
     osFaults.call = OS_CALL_LOCK;
@@ -85,11 +85,11 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     int result = 0;
     for (int step = 0; step < 1000 && result == 0; ++step) {
-        result = ixYieldRead(&file, &piece);
+        result = ixYieldRead(&file.file, &piece);
     }
     osFaults = {};
     EXPECT_NE(result, 0);
-    EXPECT_EQ(file.readNesting, 0);
+    EXPECT_EQ(file.file.sharing.readNesting, 0);
     EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
@@ -101,13 +101,13 @@ TEST(ReadingBracket, WritesNothing)
     std::string path = freshJob("tiny");
     ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
     std::string bytes = fileBytes(path);
-    ASSERT_EQ(ixBeginRead(&file), 0);
+    ASSERT_EQ(ixBeginRead(&file.file), 0);
     EXPECT_EQ(ixAdd(&file, 20, "KEY", 1, nullptr, 0), IX_FILE_LOCK);
-    EXPECT_EQ(file.updateRefused, 1);
+    EXPECT_TRUE(file.file.pending.refused);
     uint8_t page[NODE_PAGE_SIZE] = {};
-    EXPECT_EQ(cachedPageWrite(&file, page, file.rootPage), IX_PAGE_IO);
-    EXPECT_EQ(writeHeader(&file), IX_PAGE_IO);
-    EXPECT_EQ(ixEndRead(&file), 0);
+    EXPECT_EQ(cachedPageWrite(&file.file, page, file.file.header.rootPage), IX_PAGE_IO);
+    EXPECT_EQ(writeHeader(&file.file), IX_PAGE_IO);
+    EXPECT_EQ(ixEndRead(&file.file), 0);
     EXPECT_EQ(ixClose(&file), IX_OK);
     EXPECT_EQ(fileBytes(path), bytes);
 }

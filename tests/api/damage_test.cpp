@@ -251,21 +251,21 @@ TEST(DamagedKeys, AreRefusedOrPassedBy)
 
 // -- Below the exports -------------------------------------------------------
 
-struct OpenFile {
+struct OpenedJob {
     IndexFile file = {};
 
-    explicit OpenFile(const std::string& bytes, char mode = OPEN_SHARED)
+    explicit OpenedJob(const std::string& bytes, char mode = OPEN_SHARED)
     {
         EXPECT_EQ(ixOpen(&file, writeJob(bytes).c_str(), mode), IX_OK);
     }
-    ~OpenFile() { EXPECT_EQ(ixClose(&file), IX_OK); }
+    ~OpenedJob() { EXPECT_EQ(ixClose(&file), IX_OK); }
 };
 
 TEST(DamagedEntries, LockNothingAndEndNoDeletion)
 {
     for (const std::string& holder :
          {std::string("abc"), rawNumber(INT32_MIN, 4), rawNumber(128, 4)}) {
-        OpenFile job(rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, holder)}));
+        OpenedJob job(rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, holder)}));
         EXPECT_EQ(ixFindFirst(&job.file, 5, nullptr, 0), IX_OK);
         EXPECT_EQ(ixLockRecord(&job.file, 5), IX_OK);
     }
@@ -274,7 +274,7 @@ TEST(DamagedEntries, LockNothingAndEndNoDeletion)
                         rawPage(0, 1, rawEntry(19, "", 1, "data", 0), 1, -1, 0) +
                         rawPage(0, 0, "", 1, 0, 0);
     for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
-        OpenFile job(bytes, mode);
+        OpenedJob job(bytes, mode);
         EXPECT_NE(ixDelete(&job.file, 19, "", 1), IX_OK);
     }
 }
@@ -282,9 +282,10 @@ TEST(DamagedEntries, LockNothingAndEndNoDeletion)
 TEST(Limits, AreNotExceeded)
 {
     for (int32_t counter : {INT32_MAX, INT32_MIN, -1}) {
-        OpenFile job(emptyJob(0).replace(24, 4, rawNumber(counter, 4)));
-        EXPECT_EQ(ixNextSequence(&job.file), IX_SHORT_WRITE);
-        EXPECT_EQ(job.file.sequenceCounter, counter);
+        OpenedJob job(emptyJob(0).replace(24, 4, rawNumber(counter, 4)));
+        int32_t number = 0;
+        EXPECT_EQ(ixNextSequence(&job.file, &number), IX_SHORT_WRITE);
+        EXPECT_EQ(job.file.file.header.sequenceCounter, counter);
     }
     // More room in the leaf than there is.
     std::string entry = rawEntry(3, "a", 1, std::string(240, 0));
@@ -302,11 +303,11 @@ TEST(Limits, AreNotExceeded)
     for (int level = 1; level < 20; ++level) {
         bytes += rawPage(level, 0, "", -1, -1, level - 1);
     }
-    OpenFile job(bytes);
+    OpenedJob job(bytes);
     EXPECT_EQ(ixAdd(&job.file, 3, "d", 1, bytes.data(), 240), IX_OK);
     EXPECT_EQ(ixAdd(&job.file, 3, "e", 1, bytes.data(), 240), IX_SHORT_WRITE);
     EXPECT_EQ(ixFind(&job.file, 3, "d", 1, nullptr, 0), IX_OK);
-    EXPECT_EQ(job.file.height, 20);
+    EXPECT_EQ(job.file.file.header.height, 20);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 #include "platform/heap.h"
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <gtest/gtest.h>
 

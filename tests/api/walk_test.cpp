@@ -4,7 +4,7 @@
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/peer.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <gtest/gtest.h>
 

@@ -2,11 +2,12 @@
 // turn. The operation says so and lets go of everything; when the file works again
 // so does the engine, and no record that was there before is lost.
 #include "engine/engine.h"
-#include "jobdb/layout.h"
+#include "records/records.h"
 #include "tests/support/command.h"
+#include "tests/support/contexts.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/raw_job.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <algorithm>
 #include <cstring>
@@ -26,7 +27,7 @@ const std::string LONGEST(16318, 'x'); // bytes of the longest record
 // A record with a unique key, a key with duplicates and some hundred bytes. The keys
 // are long, so that a few dozen records make a tree of three levels.
 struct Job {
-    IndexFile file = {};
+    RecordFile file = {};
     uint8_t recordBuffer[16384] = {};
     char key[100] = "";
     char second[100] = "";
@@ -51,7 +52,7 @@ struct Job {
     int find(int i)
     {
         setRecord(i, 0);
-        return recordFind(&file, 1, std::string(key).c_str(), 0, MATCH_EXACT);
+        return recordFind(&file, 1, std::string(key).c_str(), MATCH_EXACT);
     }
     int add(int i)
     {
@@ -65,7 +66,7 @@ struct Job {
         bool right = std::count(block, block + length, i + version) == length;
         return right && setRecord(i, version) == length;
     }
-    int addLongest() { return ixAdd(&file, LONG_INDEX, "long", 1, LONGEST.data(), 16318); }
+    int addLongest() { return ixAdd(&file.tree, LONG_INDEX, "long", 1, LONGEST.data(), 16318); }
 };
 
 // A file with as many records as fit before the next one makes its tree grow a level.
@@ -78,7 +79,7 @@ struct Prepared {
     {
         Job job;
         EXPECT_EQ(job.open(path, OPEN_SHARED), IX_OK);
-        while (job.file.height < 3 && records < NEXT) {
+        while (job.file.tree.file.header.height < 3 && records < NEXT) {
             bytes = fileBytes(path);
             EXPECT_EQ(job.add(++records), IX_OK);
         }
@@ -124,7 +125,7 @@ class Faults : public testing::TestWithParam<Drive>
         // A close is to have something to write.
         ASSERT_TRUE(operation != CLOSE || job.add(base.records) == IX_OK);
         ASSERT_EQ(job.find(TARGET), IX_OK);
-        ASSERT_TRUE(operation != CLOSE || ixLockRecord(&job.file, 1) == IX_OK);
+        ASSERT_TRUE(operation != CLOSE || ixLockRecord(&job.file.tree, 1) == IX_OK);
         job.setRecord(TARGET, 1);
     }
     int carryOut(Job& job)
@@ -138,9 +139,11 @@ class Faults : public testing::TestWithParam<Drive>
     // The operation has let go of everything, and with the file in order others work.
     void expectToGoOn(Job& job, OsCall call)
     {
-        EXPECT_EQ(job.file.readNesting + job.file.updateNesting + job.file.internalCall, 0);
-        EXPECT_TRUE(job.file.fileLockState != LOCKED || call == OS_CALL_UNLOCK);
-        bool open = contextIsOpen(&job.file);
+        EXPECT_EQ(job.file.tree.file.sharing.readNesting +
+                      job.file.tree.file.sharing.updateNesting + job.file.tree.internalCall,
+                  0);
+        EXPECT_TRUE(job.file.tree.file.sharing.fileLock != LOCKED || call == OS_CALL_UNLOCK);
+        bool open = contextIsOpen(&job.file.tree);
         if (operation == CLOSE && !open) return;
         if (operation == CLOSE && call == OS_CALL_CLOSE) {
             // The descriptor is gone: nothing more is to happen to it.
@@ -148,8 +151,8 @@ class Faults : public testing::TestWithParam<Drive>
             return;
         }
         EXPECT_TRUE(open || (operation == OPEN && job.open(base.path, mode) == IX_OK));
-        EXPECT_EQ(job.add(NEXT), job.file.readOnly == 0 ? IX_OK : IX_READ_ONLY);
-        EXPECT_TRUE(job.hasRecord(NEXT, 0) || job.file.readOnly == 1);
+        EXPECT_EQ(job.add(NEXT), !job.file.tree.file.readOnly ? IX_OK : IX_READ_ONLY);
+        EXPECT_TRUE(job.hasRecord(NEXT, 0) || job.file.tree.file.readOnly);
         EXPECT_EQ(recordClose(&job.file), IX_OK);
     }
     void expectNothingLost(bool done, bool lasting)
@@ -242,13 +245,13 @@ TEST(FailedFlush, DoesNotOverwriteAnotherWriter)
         cases += opened;
         std::set<int> stored = {99};
         for (int i = 0; opened && i <= n % 3; ++i) {
-            if (ixAdd(&jobs[1].file, LONG_INDEX, "", i, nullptr, 0) == IX_OK) stored.insert(i);
+            if (ixAdd(&jobs[1].file.tree, LONG_INDEX, "", i, nullptr, 0) == IX_OK) stored.insert(i);
         }
-        EXPECT_EQ(ixAdd(&jobs[0].file, LONG_INDEX, "", 99, nullptr, 0), IX_OK);
+        EXPECT_EQ(ixAdd(&jobs[0].file.tree, LONG_INDEX, "", 99, nullptr, 0), IX_OK);
         for (Job& job : jobs) {
-            if (!contextIsOpen(&job.file)) continue;
+            if (!contextIsOpen(&job.file.tree)) continue;
             for (int i : stored) {
-                EXPECT_EQ(ixFind(&job.file, LONG_INDEX, "", i, nullptr, 0), IX_OK) << i;
+                EXPECT_EQ(ixFind(&job.file.tree, LONG_INDEX, "", i, nullptr, 0), IX_OK) << i;
             }
             EXPECT_EQ(recordClose(&job.file), IX_OK);
         }
@@ -265,9 +268,9 @@ Found searched(IndexFile* file, int index)
     std::string key;
     int32_t number = 0;
     while (ixFind(file, index, key.c_str(), number, nullptr, 0) >= IX_OK) {
-        key = file->key;
-        number = file->number + 1;
-        found.emplace_back(key, file->number);
+        key = foundKey(*file);
+        number = file->found.number + 1;
+        found.emplace_back(key, file->found.number);
     }
     return found;
 }
@@ -277,7 +280,7 @@ Found walked(IndexFile* file, int index)
     Found found;
     int result = ixFindFirst(file, index, nullptr, 0);
     for (; result == IX_OK; result = ixNext(file, index, nullptr, 0)) {
-        found.emplace_back(file->key, file->number);
+        found.emplace_back(foundKey(*file), file->found.number);
     }
     return found;
 }
@@ -301,13 +304,13 @@ TEST(KilledWriter, LeavesAFileThatIsWalkedAsItIsSearched)
         Found added;
         while (osFaults.failures == 0 && added.size() < 600) {
             unsigned from = static_cast<unsigned>(random() % 10000 * 10);
-            EXPECT_EQ(ixBeginUpdate(&file), 0);
+            EXPECT_EQ(ixBeginUpdate(&file.file), 0);
             for (unsigned i = 0; i < 6; ++i) {
                 std::string key = std::to_string(10000000 + from + i);
                 added.emplace_back(key, added.size());
                 ixAdd(&file, INDEX, key.c_str(), added.back().second, nullptr, 0);
             }
-            ixEndUpdate(&file);
+            ixEndUpdate(&file.file);
         }
         killed = osFaults.failures > 0;
         osFaults = {};
@@ -319,9 +322,9 @@ TEST(KilledWriter, LeavesAFileThatIsWalkedAsItIsSearched)
         for (const auto& [key, number] : added) {
             if (number % 3 == 0) ixDelete(&reader, INDEX, key.c_str(), number);
         }
-        EXPECT_EQ(ixBeginRead(&reader), 0);
+        EXPECT_EQ(ixBeginRead(&reader.file), 0);
         EXPECT_EQ(walked(&reader, INDEX), searched(&reader, INDEX));
-        EXPECT_EQ(ixEndRead(&reader), 0);
+        EXPECT_EQ(ixEndRead(&reader.file), 0);
         ixAbandon(&reader);
     }
     EXPECT_GT(write, 100);
@@ -348,7 +351,7 @@ TEST(FullFile, RefusesToGrowAndLosesNothing)
         }
         EXPECT_TRUE(result == IX_SHORT_WRITE || result == IX_NO_DATA_ENTRY) << result;
         EXPECT_EQ(job.addLongest(), IX_SHORT_WRITE);
-        EXPECT_EQ(ixFind(&job.file, LONG_INDEX, "long", 1, nullptr, 0), IX_NOT_FOUND);
+        EXPECT_EQ(ixFind(&job.file.tree, LONG_INDEX, "long", 1, nullptr, 0), IX_NOT_FOUND);
         EXPECT_EQ(job.find(TARGET), IX_OK);
         EXPECT_EQ(recordDeleteCurrent(&job.file, job.layout), IX_OK);
         for (int i = 0; i < records; ++i) {

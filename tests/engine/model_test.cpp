@@ -1,8 +1,9 @@
 // The engine against a plain ordered map: random operations through one or two
 // contexts, every result, every delivered record and every position checked.
 #include "engine/engine.h"
+#include "tests/support/contexts.h"
 #include "tests/support/raw_job.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <gtest/gtest.h>
 
@@ -110,19 +111,19 @@ Reached lastBefore(const Records& records, const Place& place)
 void expectDelivered(const IndexFile& file, const Key& key, const std::string& record,
                      const std::string& buffer, uint32_t capacity)
 {
-    ASSERT_EQ(file.key, key.first);
-    ASSERT_EQ(file.number, key.second);
+    ASSERT_EQ(foundKey(file), key.first);
+    ASSERT_EQ(file.found.number, key.second);
     size_t part = std::min<size_t>(record.size(), capacity);
-    ASSERT_EQ(file.dataLength, part);
-    ASSERT_EQ(file.recordLength, capacity == 0 ? 0 : record.size());
+    ASSERT_EQ(file.found.dataLength, part);
+    ASSERT_EQ(file.found.recordLength, capacity == 0 ? 0 : record.size());
     ASSERT_TRUE(
         std::equal(record.begin(), record.begin() + static_cast<long>(part), buffer.begin()));
 }
 
 void expectIdle(const IndexFile& file)
 {
-    ASSERT_EQ(file.readNesting + file.updateNesting, 0);
-    ASSERT_EQ(file.fileLockState, UNLOCKED);
+    ASSERT_EQ(file.file.sharing.readNesting + file.file.sharing.updateNesting, 0);
+    ASSERT_EQ(file.file.sharing.fileLock, UNLOCKED);
     ASSERT_EQ(file.internalCall, 0);
 }
 
@@ -378,7 +379,7 @@ TEST_P(EngineModel, AgreesWithAnOrderedMap)
         if (i % 1000 == 999) expectSameContent(model, user);
         if (i % 1000 == 999 && run.mode == OPEN_SHARED) expectCleanFile(path);
     }
-    EXPECT_GE(model.users[0].file.height, run.height);
+    EXPECT_GE(model.users[0].file.file.header.height, run.height);
     for (User& user : model.users) {
         ASSERT_EQ(ixClose(&user.file), IX_OK);
     }

@@ -2,13 +2,14 @@
 // wrote, was killed, or left locks behind.
 #include "api/orvIdx.h"
 #include "cogo/cogo_state.h"
-#include "platform/bytes.h"
+#include "cogo/keys.h"
+#include "format/format.h"
 #include "tests/support/command.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/peer.h"
 #include "tests/support/raw_job.h"
-#include "tools/job_writer.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
+#include "tools/writer/job_writer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -33,9 +34,8 @@ static std::string textOf(const std::string& name, int version)
 
 static int findRecord(JobWriter* job, const std::string& name, const char* tag = TAG_CHAIN)
 {
-    setKeyComponents(tag, name.c_str(), "", "", "");
-    buildKey();
-    return recordFind(&job->file, RECORD_KEY_INDEX, recordKeyBuffer(), 0, MATCH_EXACT);
+    const KeyComponents key = keyComponents(tag, name.c_str(), "", "");
+    return findByKey(&job->file, &key);
 }
 
 // The engine's answer; IX_DAMAGED_IMAGE for another text than that of the version.
@@ -65,12 +65,12 @@ static int change(JobWriter* job, const std::string& name, int from, int to)
 // rewritten moves to another number.
 static int lockData(JobWriter* job, const std::string& name)
 {
-    must(ixBeginUpdate(&job->file) == IX_OK, "file lock");
+    must(ixBeginUpdate(&job->file.tree.file) == IX_OK, "file lock");
     int result = findRecord(job, name);
     int32_t number = job->file.currentRecordNumber;
-    if (result == IX_OK) result = ixFind(&job->file, DATA_INDEX, "", number, nullptr, 0);
-    if (result == IX_OK) result = ixLockRecord(&job->file, DATA_INDEX);
-    must(ixEndUpdate(&job->file) == IX_OK, "end of update");
+    if (result == IX_OK) result = ixFind(&job->file.tree, DATA_INDEX, "", number, nullptr, 0);
+    if (result == IX_OK) result = ixLockRecord(&job->file.tree, DATA_INDEX);
+    must(ixEndUpdate(&job->file.tree.file) == IX_OK, "end of update");
     return result;
 }
 
@@ -151,8 +151,9 @@ static void doEverything(const Peer& test, const std::string& path, int process)
         must(won == IX_OK || won == IX_NOT_FOUND, "shared record");
         records += won == IX_OK;
         counted += countUp(&job);
-        must(ixNextSequence(&job.file) == IX_OK, "next sequence");
-        drawn += " " + std::to_string(job.file.number);
+        int32_t number = 0;
+        must(ixNextSequence(&job.file.tree, &number) == IX_OK, "next sequence");
+        drawn += " " + std::to_string(number);
     }
     for (size_t at = 0; at < versions.size(); ++at) {
         int expected = versions[at] == 0 ? IX_NOT_FOUND : IX_OK;
@@ -176,7 +177,7 @@ TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
         counted += told[1];
         for (size_t at = 2; at < told.size(); ++at) {
             EXPECT_TRUE(drawn.insert(told[at]).second) << "drawn twice: " << told[at];
-            EXPECT_NE(ixFind(&job.file, DATA_INDEX, "", told[at], nullptr, 0), IX_OK);
+            EXPECT_NE(ixFind(&job.file.tree, DATA_INDEX, "", told[at], nullptr, 0), IX_OK);
         }
     }
     EXPECT_EQ(lockData(&job, COUNTER), IX_OK);
@@ -276,8 +277,8 @@ static void holdLocks(const Peer& test, const std::string& path, int)
     JobWriter job;
     openShared(&job, path);
     must(lockData(&job, "B") == IX_OK && findRecord(&job, "A") == IX_OK, "lock B");
-    must(ixLockRecord(&job.file, RECORD_KEY_INDEX) == IX_OK, "lock A");
-    say(test, std::to_string(job.file.userSlot));
+    must(ixLockRecord(&job.file.tree, RECORD_KEY_INDEX) == IX_OK, "lock A");
+    say(test, std::to_string(job.file.tree.file.sharing.userSlot));
     hear(test);
 }
 
@@ -300,23 +301,23 @@ TEST(Processes, TakeOverTheLocksOfAKilledOne)
     EXPECT_EQ(held.complaints, CLEAN);
     EXPECT_EQ(held.locks, 2);
     ASSERT_EQ(findRecord(&job, "A"), IX_OK);
-    EXPECT_EQ(ixLockRecord(&job.file, RECORD_KEY_INDEX), IX_LOCKED_BY_OTHER);
+    EXPECT_EQ(ixLockRecord(&job.file.tree, RECORD_KEY_INDEX), IX_LOCKED_BY_OTHER);
     EXPECT_EQ(change(&job, "B", 1, 2), IX_LOCK_REQUIRED);
     EXPECT_EQ(change(&job, "B", 1, 0), IX_LOCK_REQUIRED);
 
     // Nobody has the slot: whoever wants a lock replaces it.
     endPeer(holder, KILL);
     ASSERT_EQ(findRecord(&job, "A"), IX_OK);
-    EXPECT_TRUE(comesTrue([&] { return ixLockRecord(&job.file, RECORD_KEY_INDEX) == IX_OK; }));
+    EXPECT_TRUE(comesTrue([&] { return ixLockRecord(&job.file.tree, RECORD_KEY_INDEX) == IX_OK; }));
     EXPECT_EQ(checkJobFile(path).locks, 2);
-    EXPECT_EQ(ixUnlockRecord(&job.file, RECORD_KEY_INDEX), IX_OK);
+    EXPECT_EQ(ixUnlockRecord(&job.file.tree, RECORD_KEY_INDEX), IX_OK);
     EXPECT_EQ(checkJobFile(path).locks, 1);
 
     // The next opener gets the slot and removes the lock that is left; the counter goes
     // on from what the file says, which the opener has never seen.
     int32_t before = changeCounter(path);
     openShared(&next, path);
-    EXPECT_EQ(next.file.userSlot, 1);
+    EXPECT_EQ(next.file.tree.file.sharing.userSlot, 1);
     EXPECT_EQ(checkJobFile(path).locks, 0);
     EXPECT_GT(changeCounter(path), before);
     EXPECT_EQ(change(&job, "B", 1, 2), IX_OK);
@@ -342,11 +343,11 @@ static void readLines(const Peer& test, const std::string& path, int)
     std::string drawn;
     for (int line = 0; line < LINES; ++line) {
         LineResult result = {};
-        must(findLine(lineName(line).c_str(), COGO_SLOT) == COGO_OK, "find");
-        must(readLine(&result, COGO_SLOT) == COGO_OK, "read");
+        must(findLine(slotContext(), lineName(line).c_str()) == COGO_OK, "find");
+        must(readLine(slotContext(), &result) == COGO_OK, "read");
         numbers += std::to_string(result.elementNumber) + " ";
         for (int draw = 0; draw < DRAWS; ++draw) {
-            drawn += std::to_string(nextVersionNumber(COGO_SLOT)) + " ";
+            drawn += std::to_string(nextVersionNumber(slotContext())) + " ";
         }
     }
     must(orvIdx_disconnectFromOrvaneOrvFile(&connection) == IDX_OK, "disconnect");

@@ -1,9 +1,10 @@
 // Whole records against a plain map: add, find in all match modes, read, update and
 // delete, with the record numbers that each of them takes and releases.
 #include "engine/engine.h"
-#include "jobdb/layout.h"
+#include "records/records.h"
+#include "tests/support/contexts.h"
 #include "tests/support/raw_job.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <gtest/gtest.h>
 
@@ -39,7 +40,7 @@ struct RecordModel {
     Variables variables = {};
     LayoutEntry layout[4] = {};
     uint8_t buffer[16384] = {};
-    IndexFile file = {};
+    RecordFile file = {};
 
     explicit RecordModel(unsigned seed) : random(seed)
     {
@@ -127,7 +128,7 @@ void findRecord(RecordModel& model)
     }
     if (reached == entries.end()) outcome = IX_NOT_FOUND;
 
-    ASSERT_EQ(recordFind(&model.file, index, key.c_str(), 83, mode), outcome)
+    ASSERT_EQ(recordFind(&model.file, index, key.c_str(), mode), outcome)
         << "mode " << mode << " key " << key;
     int32_t current = reached == entries.end() ? NO_RECORD : reached->second;
     ASSERT_EQ(model.file.currentRecordNumber, current);
@@ -182,19 +183,19 @@ void expectSameRecords(RecordModel& model)
         int result = recordStep(&model.file, index, STEP_FIRST);
         for (auto& [key, number] : model.entries(index)) {
             ASSERT_EQ(result, IX_OK);
-            ASSERT_EQ(model.file.key, key);
+            ASSERT_EQ(foundKey(model.file.tree), key);
             ASSERT_EQ(model.file.currentRecordNumber, number);
             result = recordStep(&model.file, index, STEP_NEXT);
         }
         ASSERT_EQ(result, IX_NOT_FOUND);
     }
     std::set<int32_t> released;
-    int result = ixFindFirst(&model.file, FREE_NUMBER_INDEX, nullptr, 0);
-    for (; result == IX_OK; result = ixNext(&model.file, FREE_NUMBER_INDEX, nullptr, 0)) {
-        released.insert(model.file.number);
+    int result = ixFindFirst(&model.file.tree, FREE_NUMBER_INDEX, nullptr, 0);
+    for (; result == IX_OK; result = ixNext(&model.file.tree, FREE_NUMBER_INDEX, nullptr, 0)) {
+        released.insert(model.file.tree.found.number);
     }
     ASSERT_EQ(released, model.released);
-    ASSERT_EQ(model.file.sequenceCounter, model.sequence);
+    ASSERT_EQ(model.file.tree.file.header.sequenceCounter, model.sequence);
 }
 
 class RecordLayer : public testing::TestWithParam<char>
@@ -219,7 +220,9 @@ TEST_P(RecordLayer, AgreesWithAMap)
         } else {
             deleteRecord(model);
         }
-        ASSERT_EQ(model.file.readNesting + model.file.updateNesting + model.file.internalCall, 0);
+        ASSERT_EQ(model.file.tree.file.sharing.readNesting +
+                      model.file.tree.file.sharing.updateNesting + model.file.tree.internalCall,
+                  0);
         if (i % 500 == 499) expectSameRecords(model);
     }
     ASSERT_EQ(recordClose(&model.file), IX_OK);

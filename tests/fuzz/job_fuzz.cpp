@@ -3,8 +3,8 @@
 // first byte of the input chooses how many changed records get a right checksum
 // again, so that damage reaches the readers behind it.
 #include "api/orvIdx.h"
-#include "engine/node_page.h"
-#include "jobdb/record_image.h"
+#include "format/format.h"
+#include "records/record_image.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,6 @@
 // Record images byte by byte, and what is refused.
-#include "engine/index_file.h"
-#include "engine/results.h"
-#include "jobdb/record_image.h"
+#include "format/format.h"
+#include "records/record_image.h"
 
 #include <gtest/gtest.h>
 
@@ -26,9 +25,9 @@ struct Record {
     }
     int unpack(const std::string& bytes)
     {
-        IndexFile file = {};
+        uint8_t typeByte = 0;
         auto image = reinterpret_cast<const uint8_t*>(bytes.data());
-        return unpackRecord(image, layout, &file, static_cast<int>(bytes.size()));
+        return unpackRecord(image, layout, &typeByte, static_cast<int>(bytes.size()));
     }
 };
 

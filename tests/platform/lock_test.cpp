@@ -1,12 +1,13 @@
 // The lock bytes: what two openers of one file do to each other, in one process and in
 // two, and the brackets that hold the file lock.
 #include "engine/engine.h"
+#include "file/file.h"
+#include "file/lock_bytes.h"
 #include "platform/os.h"
-#include "platform/platform.h"
 #include "tests/support/command.h"
 #include "tests/support/peer.h"
 #include "tests/support/raw_job.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -29,12 +30,13 @@ static std::string race(IndexFile* file, const std::string& path)
     const int owners = osOpen((path + OWNERS).c_str(), OS_READ_WRITE);
     bool alone = owners >= 0;
     for (int claims = 0; claims < 20000 && alone;) {
-        releaseUserSlot(file);
-        if (claimUserSlot(file) != IX_OK) continue;
+        releaseUserSlot(&file->file);
+        if (claimUserSlot(&file->file) != IX_OK) continue;
         int owner = self;
-        osWriteAt(owners, 4 * file->userSlot, &owner, 4);
+        osWriteAt(owners, 4 * file->file.sharing.userSlot, &owner, 4);
         for (int reads = 0; reads < 5 && alone; ++reads) {
-            alone = osReadAt(owners, 4 * file->userSlot, &owner, 4) == 4 && owner == self;
+            alone =
+                osReadAt(owners, 4 * file->file.sharing.userSlot, &owner, 4) == 4 && owner == self;
         }
         ++claims;
     }
@@ -51,10 +53,11 @@ static std::string obey(IndexFile* file, const std::string& path, const std::str
     if (request == "race") return race(file, path);
     if (request.size() == 1) {
         if (ixOpen(file, path.c_str(), request[0]) != IX_OK) return "refused";
-        return std::to_string(file->userSlot) + (file->readOnly ? " reads" : " writes");
+        return std::to_string(file->file.sharing.userSlot) +
+               (file->file.readOnly ? " reads" : " writes");
     }
     auto offset = static_cast<uint32_t>(std::stoul(request.substr(1)));
-    int descriptor = file->fileDescriptor;
+    int descriptor = file->file.descriptor;
     if (request[0] != '?') return std::to_string(askByte(descriptor, request[0], offset));
     std::string kinds;
     for (char kind : {'s', 'x'}) {
@@ -107,7 +110,7 @@ class Openers : public testing::TestWithParam<bool>
     IndexFile otherFile = {};
     IndexFile file = {};
     const int opened = ixOpen(&file, path.c_str(), OPEN_SHARED);
-    const int descriptor = file.fileDescriptor;
+    const int descriptor = file.file.descriptor;
 };
 
 INSTANTIATE_TEST_SUITE_P(InOneProcess, Openers, testing::Bool());
@@ -136,21 +139,21 @@ TEST_P(Openers, ShareBytesForReadingAndHoldThemAloneForWriting)
 TEST_P(Openers, HoldTheFileLockUntilTheOutermostEnd)
 {
     ASSERT_EQ(other("S"), "1 writes");
-    const std::pair<int (*)(IndexFile*), const char*> steps[] = {
+    const std::pair<int (*)(OpenFile*), const char*> steps[] = {
         {ixBeginRead, "s"},  {ixBeginRead, "s"}, {ixEndRead, "s"},  {ixEndRead, "sx"},
         {ixBeginUpdate, ""}, {ixBeginRead, ""},  {ixEndRead, ""},   {ixBeginUpdate, ""},
         {ixEndUpdate, ""},   {ixBeginRead, ""},  {ixEndUpdate, ""}, {ixEndRead, "sx"}};
     for (const auto& [step, others] : steps) {
-        EXPECT_EQ(step(&file), 0);
+        EXPECT_EQ(step(&file.file), 0);
         EXPECT_EQ(other(lockByte), others);
     }
 
     // A lock that a read left behind is given up: an update needs the exclusive one.
     ASSERT_EQ(lockByteShared(descriptor, FILE_LOCK_BYTE), 0);
-    file.fileLockState = LOCKED;
-    ASSERT_EQ(ixBeginUpdate(&file), 0);
+    file.file.sharing.fileLock = LOCKED;
+    ASSERT_EQ(ixBeginUpdate(&file.file), 0);
     EXPECT_EQ(other(lockByte), "");
-    EXPECT_EQ(ixEndUpdate(&file), 0);
+    EXPECT_EQ(ixEndUpdate(&file.file), 0);
     EXPECT_EQ(other(lockByte), "sx");
 
     // Nor does it hide what others have written before.
@@ -159,7 +162,7 @@ TEST_P(Openers, HoldTheFileLockUntilTheOutermostEnd)
     EXPECT_EQ(ixFind(&file, 1, "KEY", 5, nullptr, 0), IX_NOT_FOUND);
     EXPECT_EQ(ixAdd(&writer, 1, "KEY", 5, nullptr, 0), IX_OK);
     ASSERT_EQ(lockByteShared(descriptor, FILE_LOCK_BYTE), 0);
-    file.fileLockState = LOCKED;
+    file.file.sharing.fileLock = LOCKED;
     EXPECT_EQ(ixFind(&file, 1, "KEY", 5, nullptr, 0), IX_OK);
     EXPECT_EQ(ixClose(&writer), IX_OK);
 }
@@ -169,13 +172,14 @@ TEST_P(Openers, RefuseAnUpdateInsideAnOutermostRead)
     ASSERT_EQ(other("S"), "1 writes");
     ASSERT_EQ(ixAdd(&file, 1, "KEY", 5, nullptr, 0), IX_OK);
     std::string before = fileBytes(path);
-    ASSERT_EQ(ixBeginRead(&file), 0);
+    ASSERT_EQ(ixBeginRead(&file.file), 0);
     EXPECT_EQ(ixAdd(&file, 1, "KEY", 6, nullptr, 0), IX_FILE_LOCK);
     EXPECT_EQ(ixDelete(&file, 1, "KEY", 5), IX_FILE_LOCK);
     EXPECT_EQ(ixLockRecord(&file, 1), IX_FILE_LOCK);
-    EXPECT_EQ(ixNextSequence(&file), IX_FILE_LOCK);
+    int32_t number = 0;
+    EXPECT_EQ(ixNextSequence(&file, &number), IX_FILE_LOCK);
     EXPECT_EQ(other(lockByte), "s");
-    EXPECT_EQ(ixEndRead(&file), 0);
+    EXPECT_EQ(ixEndRead(&file.file), 0);
     EXPECT_EQ(other(lockByte), "sx");
     EXPECT_EQ(fileBytes(path), before);
 }
@@ -187,21 +191,21 @@ TEST_P(Openers, ClaimTheLowestFreeSlotUpToTheLast)
         ASSERT_EQ(obey(&files[slot], path, "S"), std::to_string(slot) + " writes");
     }
     EXPECT_EQ(other("S") + obey(&files[0], path, "S"), "refusedrefused");
-    EXPECT_EQ(closeDescriptor(files[0].fileDescriptor), -1) << "was left open";
+    EXPECT_EQ(closeDescriptor(files[0].file.descriptor), -1) << "was left open";
     // The own slot is alive, and asking does not give it up.
     for (int slot : {-1, 0, 77, 127, 128, 0}) {
-        EXPECT_EQ(holderAlive(&file, slot), slot >= 0 && slot < USER_SLOTS ? 0 : -1) << slot;
-        EXPECT_EQ(holderAlive(&files[77], slot), holderAlive(&file, slot)) << slot;
+        EXPECT_EQ(holderAlive(&file.file, slot), slot >= 0 && slot < USER_SLOTS ? 0 : -1) << slot;
+        EXPECT_EQ(holderAlive(&files[77].file, slot), holderAlive(&file.file, slot)) << slot;
     }
     EXPECT_EQ(ixClose(&files[77]), IX_OK);
-    EXPECT_EQ(holderAlive(&files[77], 0), IX_NOT_OPEN);
-    EXPECT_EQ(holderAlive(&file, 77), -1);
+    EXPECT_EQ(holderAlive(&files[77].file, 0), IX_NOT_OPEN);
+    EXPECT_EQ(holderAlive(&file.file, 77), -1);
     ASSERT_EQ(other("S"), "77 writes");
-    EXPECT_EQ(holderAlive(&file, 77), 0);
+    EXPECT_EQ(holderAlive(&file.file, 77), 0);
     if (!GetParam()) {
         endPeer(peer, KILL);
         peer = startPeer("openAndObey", path, WRITER);
-        EXPECT_TRUE(comesTrue([&] { return holderAlive(&file, 77) == -1; }));
+        EXPECT_TRUE(comesTrue([&] { return holderAlive(&file.file, 77) == -1; }));
         EXPECT_EQ(other("S"), "77 writes");
     }
     for (IndexFile& each : files) {
@@ -269,6 +273,6 @@ TEST_F(ReadOnlyOpeners, DoNotWaitForExclusiveUse)
     EXPECT_EQ(first, "0 reads");
     EXPECT_EQ(obey(&file, path, "E"), "refused");
     ASSERT_EQ(obey(&file, path, "S"), "1 writes");
-    EXPECT_EQ(holderAlive(&file, 0), 0);
+    EXPECT_EQ(holderAlive(&file.file, 0), 0);
     EXPECT_EQ(ixClose(&file), IX_OK);
 }

@@ -1,7 +1,7 @@
 // The page cache against a plain list of blocks in order of use: the file sees the same
 // reads and writes in the same order.
 #include "engine/engine.h"
-#include "platform/platform_state.h"
+#include "file/file_state.h"
 #include "tests/support/command.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/raw_job.h"
@@ -62,43 +62,52 @@ struct Model {
     }
 };
 
-// Odd versions are branches.
+// A leaf with the version as its only entry's number.
 std::string pageOfVersion(int version)
 {
-    std::string page(NODE_PAGE_SIZE, static_cast<char>(version));
-    page[0] = static_cast<char>(version % 2);
-    page[1] = 0;
-    memcpy(&page[2], &version, sizeof version);
-    return page;
+    uint8_t page[NODE_BUFFER_SIZE];
+    initNode(page, 0, 0);
+    const char key[] = {1, 'K', 0};
+    int size = buildEntry(page + NODE_ENTRIES, key, version, LAST_SEGMENT, nullptr, 0);
+    storeInt16(page + NODE_COUNT, 1);
+    storeInt16(page + NODE_FREE, NODE_ENTRY_AREA - size);
+    return std::string(page, page + NODE_PAGE_SIZE);
 }
 
 TEST(PageCache, BehavesLikeAListInOrderOfUse)
 {
-    constexpr unsigned PAGES = 800; // of each file; the cache holds fewer than both together
-    IndexFile files[2] = {};
-    for (IndexFile& file : files) {
-        file.fileDescriptor = osOpen(writeEmptyJob(static_cast<int>(PAGES)).c_str(), OS_READ_WRITE);
-        file.openMode = OPEN_EXCLUSIVE;
+    constexpr int PAGES = 800; // of each file; the cache holds fewer than both together
+    OpenFile files[2] = {};
+    for (OpenFile& file : files) {
+        file.descriptor = osOpen(writeEmptyJob(PAGES).c_str(), OS_READ_WRITE);
+        std::string page = pageOfVersion(0);
+        for (int number = 0; number <= PAGES; ++number) {
+            osWriteAt(file.descriptor, pageAt(number), page.data(), NODE_PAGE_SIZE);
+        }
     }
     std::mt19937 random(1);
-    auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
+    auto below = [&](int limit) {
+        return static_cast<int>(random() % static_cast<unsigned>(limit));
+    };
     Model model;
     for (int version = 1; version <= 20000; ++version) {
         osFaults.transfers.clear();
         model.transfers.clear();
-        IndexFile* file = &files[below(2)];
-        file->writePolicy = below(4);
+        OpenFile* file = &files[below(2)];
+        bool atOnce = below(4) == 0;
+        file->openMode = atOnce ? OPEN_EXCLUSIVE : OPEN_SHARED;
+        file->sharing.fileLock = LOCKED;
+        file->sharing.exclusively = true;
         int pageNumber = 1 + below(below(2) == 0 ? 60 : PAGES);
-        Page page = {file->fileDescriptor, pageNumber};
+        Page page = {file->descriptor, pageNumber};
         std::string bytes = pageOfVersion(version);
         uint8_t* buffer = reinterpret_cast<uint8_t*>(bytes.data());
         int result = IX_OK;
         int action = below(1000);
         if (action < 500) {
-            bool leaf = version % 2 == 0;
             Block& block = model.use(page, false);
             block = {page, version, true};
-            if (file->writePolicy == 3 || (file->writePolicy == 2 && leaf)) model.writeBack(block);
+            if (atOnce) model.writeBack(block);
             result = cachedPageWrite(file, buffer, pageNumber);
         } else if (action < 994) {
             Block expected = model.use(page, true);
@@ -108,17 +117,17 @@ TEST(PageCache, BehavesLikeAListInOrderOfUse)
                 << version;
         } else if (action < 998) {
             bool frees = action % 2 == 0;
-            model.leave(file->fileDescriptor, true, frees);
+            model.leave(file->descriptor, true, frees);
             result = frees ? flushAndFreeFile(file) : flushFile(file);
         } else {
-            model.leave(file->fileDescriptor, false, true);
-            dropFile(file->fileDescriptor);
+            model.leave(file->descriptor, false, true);
+            dropFile(file->descriptor);
         }
         ASSERT_EQ(result, IX_OK) << version;
         ASSERT_EQ(osFaults.transfers, model.transfers) << version;
     }
-    for (IndexFile& file : files) {
-        EXPECT_EQ(closeDescriptor(file.fileDescriptor), 0);
+    for (OpenFile& file : files) {
+        EXPECT_EQ(closeDescriptor(file.descriptor), 0);
     }
 }
 
@@ -144,7 +153,7 @@ TEST(PageCache, ReadsEveryPageAgainWhenAnotherHasWritten)
     pagesRead(&files[0]);
     EXPECT_EQ(pagesRead(&files[0]), 0);
     EXPECT_EQ(ixAdd(&files[1], 20, "", 1, nullptr, 0), IX_OK);
-    EXPECT_EQ(pagesRead(&files[0]), files[0].nextFreePage);
+    EXPECT_EQ(pagesRead(&files[0]), files[0].file.header.nextFreePage);
     EXPECT_EQ(ixClose(&files[0]) + ixClose(&files[1]), IX_OK);
 }
 

@@ -4,12 +4,12 @@
 // transfers and all reads of the slots, so the runtime's own errors take part. Wine
 // needs this: it does not enforce locks on reads and writes.
 #include "api/orvIdx.h"
-#include "engine/file_format.h"
+#include "format/format.h"
 #include "platform/os.h"
 #include "tests/support/command.h"
 #include "tests/windows/import_patch.h"
-#include "tools/open_diagnosis.h"
-#include "tools/tree_check.h"
+#include "tools/check/check.h"
+#include "tools/orvidx/open_diagnosis.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>

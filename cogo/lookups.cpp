@@ -1,0 +1,47 @@
+// Elements by name.
+#include "cogo/cogo.h"
+#include "cogo/keys.h"
+
+#include <cstdio>
+
+static int findTagged(RecordFile* job, const char* tag, const char* name,
+                      const char* qualifierA = "", const char* qualifierC = "")
+{
+    const KeyComponents parts = keyComponents(tag, name, qualifierA, qualifierC);
+    return findByKey(job, &parts) == IX_OK ? COGO_OK : COGO_FAILED;
+}
+
+int findChain(RecordFile* job, const char* name) { return findTagged(job, TAG_CHAIN, name); }
+
+int findCurve(RecordFile* job, const char* name) { return findTagged(job, TAG_CURVE, name); }
+
+int findLine(RecordFile* job, const char* name) { return findTagged(job, TAG_LINE, name); }
+
+int findSpiral(RecordFile* job, const char* name) { return findTagged(job, TAG_SPIRAL, name); }
+
+int findProfile(RecordFile* job, const char* name) { return findTagged(job, TAG_PROFILE, name); }
+
+int findChainContinuation(RecordFile* job, const char* name, int member)
+{
+    char whole[ELEMENT_NAME_ROOM + 16];
+    char cut[CONTINUATION_NAME_LENGTH + 1];
+    std::snprintf(whole, sizeof(whole), "%.*s{%02d}", ELEMENT_NAME_LENGTH, name, member);
+    copyText(cut, sizeof(cut), whole);
+    return findTagged(job, TAG_CHAIN, cut);
+}
+
+int findExtension(RecordFile* job, const char* name, const char* qualifierA, const char* qualifierC)
+{
+    return findTagged(job, TAG_EXTENSION, name, qualifierA, qualifierC);
+}
+
+int findNumberedRecord(RecordFile* job, const char* name, int number)
+{
+    char qualifierA[16];
+    std::snprintf(qualifierA, sizeof(qualifierA), "%d", number);
+    return findTagged(job, TAG_NUMBERED, name, qualifierA);
+}
+
+// -- The job database --------------------------------------------------------
+
+int closeJobDatabase(RecordFile* job) { return recordClose(job) == IX_OK ? COGO_OK : COGO_FAILED; }

@@ -1,0 +1,268 @@
+#include "engine/descent.h"
+
+// The child that a descent goes on to.
+struct Child {
+    int page;        // NO_PAGE when a neighbour cannot be read
+    int following;   // the page behind it at its level, as far as the branch tells
+    int boundOffset; // of the branch's entry behind it
+    bool aside;      // it was found in a neighbour of the branch
+};
+
+// Chooses the child to descend into: the last one whose keys can include the sought
+// key. Expects a branch of the level; when the search has to move right, it looks at
+// its neighbours.
+static Child chooseChild(OpenFile* file, int level, const uint8_t* node, const SoughtKey* sought)
+{
+    // More moves than pages: the neighbour chain runs in a circle.
+    for (int moves = 0; moves < file->header.pagesInFile; ++moves) {
+        int child = nodeLeftmostChild(node);
+        const uint8_t* entry = firstEntry(node);
+        while (!isEndMarker(entry) && compareEntry(entry, sought) < 0) {
+            child = entryChild(entry);
+            entry = nextEntry(entry);
+        }
+        int offset = static_cast<int>(entry - node);
+        if (!isEndMarker(entry)) return {child, entryChild(entry), offset, moves > 0};
+
+        // Every separator is smaller. A split leaves the last one behind as the
+        // upper bound of this node, so larger keys belong to the neighbour.
+        int neighbour = nodeNextPage(node);
+        if (neighbour == NO_PAGE) return {child, NO_PAGE, offset, moves > 0};
+        NodeView view = {};
+        if (viewNode(file, neighbour, level, &view) != IX_OK) break;
+        node = view.node;
+    }
+    return {NO_PAGE, NO_PAGE, 0, true};
+}
+
+// First entry of the leaf that is at or after the sought key, or the end marker;
+// *ordinal becomes its place.
+static const uint8_t* walkLeaf(const uint8_t* leaf, const SoughtKey* sought, int* ordinal)
+{
+    const uint8_t* entry = firstEntry(leaf);
+    *ordinal = 0;
+    while (!isEndMarker(entry) && compareEntry(entry, sought) < 0) {
+        entry = nextEntry(entry);
+        ++*ordinal;
+    }
+    return entry;
+}
+
+constexpr int DAMAGED_LEAF = -2;
+
+// The leaf to the right of this one in which the search has to go on: the next one with
+// entries, if its first entry is not above the sought key. That is never so in a sound tree;
+// it is where a process was killed between writing a split leaf and its parent. NO_PAGE when
+// the search ends here, DAMAGED_LEAF when a leaf on the way is damaged. *moves counts the
+// leaves looked at by one descent: more than there are pages run in a circle.
+static int leafToGoOnIn(OpenFile* file, const uint8_t* leaf, const SoughtKey* sought, int* moves)
+{
+    int page = nodeNextPage(leaf);
+    while (page != NO_PAGE) {
+        bool circle = ++*moves > file->header.pagesInFile;
+        if (circle || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
+        const uint8_t* next = engineState.peekBuffer;
+        if (nodeCount(next) > 0) {
+            return compareEntry(firstEntry(next), sought) <= 0 ? page : NO_PAGE;
+        }
+        page = nodeNextPage(next);
+    }
+    return NO_PAGE;
+}
+
+// Follows the branches down to a leaf, whose page and view are then those of the way, and
+// leaves in the engine's path the branches passed.
+static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
+{
+    int page = file->header.rootPage;
+    int level = file->header.height - 1;
+    NodeView* view = &way->leaf;
+    *way = {};
+    if (viewNode(file, page, level, view) != IX_OK) return false;
+    way->current = nodeNextPage(view->node) == NO_PAGE;
+    while (level > 0) {
+        engineState.path[level] = page;
+        way->branchPage = page;
+        way->branchContent = view->content;
+        Child child = chooseChild(file, level, view->node, sought);
+        way->boundOffset = child.boundOffset;
+        page = child.page;
+        --level;
+        if (viewNode(file, page, level, view) != IX_OK) return false;
+        bool follows = !child.aside && nodeNextPage(view->node) == child.following;
+        way->current = way->current && follows;
+    }
+    way->page = page;
+    return true;
+}
+
+bool descend(OpenFile* file, const SoughtKey* sought, Descent* way)
+{
+    if (!descendToLeaf(file, sought, way)) return false;
+
+    NodeView* leaf = &way->leaf;
+    int moves = 0;
+    way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
+    while (isEndMarker(way->entry)) {
+        int right = leafToGoOnIn(file, leaf->node, sought, &moves);
+        if (right == NO_PAGE) break;
+        if (viewNode(file, right, 0, leaf) != IX_OK) return false;
+        way->current = false;
+        way->page = right;
+        way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
+    }
+    return true;
+}
+
+// The place alone, without what stands there.
+static void leaveFor(const Descent* way, Position* position)
+{
+    position->ordinal = way->ordinal;
+    position->leafPage = way->page;
+    position->removed = false; // a mark of the place that is left
+}
+
+void standAtEndOf(const Descent* way, Position* position)
+{
+    leaveFor(way, position);
+    if (isEndMarker(way->entry)) {
+        standPastEnd(position);
+    } else {
+        standOn(position, way->entry);
+    }
+}
+
+const uint8_t* nextNonEmptyLeaf(OpenFile* file, Position* position, NodeView* leaf)
+{
+    for (int moves = 0; moves <= file->header.pagesInFile; ++moves) {
+        int page = nodeNextPage(leaf->node);
+        if (page == NO_PAGE) return entryAt(leaf->node, nodeCount(leaf->node));
+        if (viewNode(file, page, 0, leaf) != IX_OK) return nullptr;
+        position->ordinal = 0;
+        position->leafPage = page;
+        if (nodeCount(leaf->node) > 0) return firstEntry(leaf->node);
+    }
+    return nullptr;
+}
+
+constexpr Arrival NOWHERE = {IX_DESCENT_FAILED, nullptr};
+
+// Makes the entry at which a search has ended the position, and tells how it compares. An
+// entry below the sought key: the leaf chain runs backwards.
+static Arrival arriveAt(Position* position, const uint8_t* entry, const SoughtKey* sought)
+{
+    int order = compareEntry(entry, sought);
+    if (order < 0) return NOWHERE;
+    bool sameKey = order == 0 || strcmp(entryKey(entry), sought->key) == 0;
+    standOn(position, entry);
+    position->place.firstOfKey = !sameKey || sought->number <= 0;
+    if (order == 0) return {IX_OK, entry};
+    return {sameKey ? IX_SAME_KEY : IX_GREATER_KEY, entry};
+}
+
+static void notePlace(Position* position, const Descent* way)
+{
+    NotedPlace* place = &position->place;
+    place->leafContent = way->leaf.content;
+    place->branchContent = way->branchContent;
+    place->branchPage = way->branchPage;
+    place->offset = static_cast<uint16_t>(way->entry - way->leaf.node);
+    place->boundOffset = static_cast<uint16_t>(way->boundOffset);
+}
+
+Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought)
+{
+    Descent way;
+    if (!descend(file, sought, &way)) return NOWHERE;
+    leaveFor(&way, position);
+
+    if (isEndMarker(way.entry)) {
+        standPastEnd(position);
+        way.current = false;
+        way.entry = nextNonEmptyLeaf(file, position, &way.leaf);
+        if (way.entry == nullptr) return NOWHERE;
+        if (isEndMarker(way.entry)) return {IX_NOT_FOUND, nullptr};
+    }
+    Arrival arrival = arriveAt(position, way.entry, sought);
+    if (way.current && arrival.entry != nullptr) notePlace(position, &way);
+    return arrival;
+}
+
+// From the end of a leaf in which a noted place lies to the next leaf of the same parent,
+// whose first entry it answers: *leafPage, *leaf and *place become those of it. Null when
+// the way has to be searched: there is none, or it is empty or older than its split.
+static const uint8_t* crossToNextLeaf(OpenFile* file, NotedPlace* place, int* leafPage,
+                                      NodeView* leaf)
+{
+    NodeView branch = {};
+    if (place->branchContent == 0) return nullptr;
+    if (viewNode(file, place->branchPage, 1, &branch) != IX_OK) return nullptr;
+    if (branch.content != place->branchContent) return nullptr;
+
+    const uint8_t* bound = branch.node + place->boundOffset;
+    if (isEndMarker(bound)) return nullptr;
+    const uint8_t* nextBound = nextEntry(bound);
+    // The last entry of a branch with a neighbour only bounds it.
+    bool last = isEndMarker(nextBound);
+    if (last && nodeNextPage(branch.node) != NO_PAGE) return nullptr;
+    int following = last ? NO_PAGE : entryChild(nextBound);
+    int boundOffset = static_cast<int>(nextBound - branch.node);
+
+    *leafPage = entryChild(bound);
+    if (viewNode(file, *leafPage, 0, leaf) != IX_OK) return nullptr;
+    if (nodeNextPage(leaf->node) != following || nodeCount(leaf->node) == 0) return nullptr;
+    place->leafContent = leaf->content;
+    place->offset = NODE_ENTRIES;
+    place->boundOffset = static_cast<uint16_t>(boundOffset);
+    return firstEntry(leaf->node);
+}
+
+Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought)
+{
+    NodeView leaf = {};
+    const uint8_t* entry = entryAtNotedPlace(file, position, &leaf);
+    if (entry == nullptr) return locate(file, position, sought);
+
+    NotedPlace place = position->place;
+    int leafPage = position->leafPage;
+    int ordinal = position->ordinal;
+    do {
+        entry = nextEntry(entry);
+        ++ordinal;
+    } while (!isEndMarker(entry) && compareEntry(entry, sought) < 0);
+    if (isEndMarker(entry)) {
+        ordinal = 0;
+        entry = crossToNextLeaf(file, &place, &leafPage, &leaf);
+        if (entry == nullptr || compareEntry(entry, sought) < 0) {
+            return locate(file, position, sought);
+        }
+    } else {
+        place.offset = static_cast<uint16_t>(entry - leaf.node);
+    }
+    position->leafPage = leafPage;
+    position->ordinal = ordinal;
+    Arrival arrival = arriveAt(position, entry, sought);
+    place.firstOfKey = position->place.firstOfKey;
+    position->place = place;
+    return arrival;
+}
+
+// True when a search for the key would end at the position, if its place is the one
+// noted: it is the very entry, or the first with the key and no number is sought.
+static bool mayStandOn(const Position* position, const SoughtKey* sought)
+{
+    bool whole = (position->segment & SEGMENT_ORDINAL) == 0;
+    bool itself = position->number == sought->number && whole;
+    bool first = position->place.firstOfKey && sought->number == 0 && position->number >= 0;
+    return position->place.leafContent != 0 && (itself || first) &&
+           strcmp(position->key, sought->key + 1) == 0;
+}
+
+Arrival locateHere(OpenFile* file, Position* position, const SoughtKey* sought)
+{
+    NodeView leaf = {};
+    const uint8_t* entry =
+        mayStandOn(position, sought) ? entryAtNotedPlace(file, position, &leaf) : nullptr;
+    if (entry == nullptr) return locate(file, position, sought);
+    return {position->number == sought->number ? IX_OK : IX_SAME_KEY, entry};
+}

@@ -1,0 +1,142 @@
+#include "engine/steps.h"
+
+constexpr Arrival failed(int result) { return {result, nullptr}; }
+
+// -- Along the leaf chain ----------------------------------------------------
+
+Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
+{
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey before = keyAtPosition(position, text);
+    Position start = *position;
+    NodeView leaf = {};
+    int result = viewNode(file, position->leafPage, 0, &leaf);
+    if (result != IX_OK) return failed(result);
+
+    const uint8_t* entry = entryAt(leaf.node, ++position->ordinal);
+    if (position->ordinal >= nodeCount(leaf.node)) {
+        entry = nextNonEmptyLeaf(file, position, &leaf);
+    }
+    if (entry == nullptr) {
+        *position = start; // the next step is to start there again
+        return failed(IX_DESCENT_FAILED);
+    }
+
+    position->removed = false;
+    if (isEndMarker(entry)) {
+        ++position->index;
+        return failed(IX_NOT_FOUND);
+    }
+    bool ordered = check == ANY_KEY || compareWithSegments(entry, &before) > 0;
+    if (!ordered) return failed(IX_DESCENT_FAILED);
+    standOn(position, entry);
+    return {IX_OK, entry};
+}
+
+// Moves to the last entry of the nearest leaf to the left of this one that has any.
+// IX_NOT_FOUND when there is none.
+static Arrival lastOfPreviousLeaf(OpenFile* file, Position* position, NodeView* leaf)
+{
+    for (int moves = 0; moves <= file->header.pagesInFile; ++moves) {
+        int page = nodePreviousPage(leaf->node);
+        if (page == NO_PAGE) return failed(IX_NOT_FOUND);
+        if (viewNode(file, page, 0, leaf) != IX_OK) break;
+        position->leafPage = page;
+        int last = nodeCount(leaf->node) - 1;
+        if (last >= 0) {
+            position->ordinal = last;
+            return {IX_OK, entryAt(leaf->node, last)};
+        }
+    }
+    return failed(IX_DESCENT_FAILED);
+}
+
+// The entry before the one at the position, or the one at it after a removal, which has
+// moved the position back already.
+static Arrival entryBefore(OpenFile* file, Position* position, NodeView* leaf, bool alreadyBack)
+{
+    if (!alreadyBack && position->ordinal != -1) --position->ordinal;
+    if (position->ordinal == -1) return lastOfPreviousLeaf(file, position, leaf);
+    // The leaf may have fewer entries than the position says.
+    if (position->ordinal >= nodeCount(leaf->node)) return failed(IX_DESCENT_FAILED);
+    return {IX_OK, entryAt(leaf->node, position->ordinal)};
+}
+
+Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check)
+{
+    char text[SOUGHT_KEY_SIZE];
+    SoughtKey before = keyAtPosition(position, text);
+    Position start = *position;
+    NodeView leaf = {};
+    int result = viewNode(file, position->leafPage, 0, &leaf);
+    if (result != IX_OK) return failed(result);
+
+    bool alreadyBack = position->removed && position->ordinal != -1;
+    Arrival arrival = entryBefore(file, position, &leaf, alreadyBack);
+    if (arrival.result == IX_DESCENT_FAILED) {
+        *position = start;
+        return arrival;
+    }
+    position->removed = false;
+    if (arrival.entry == nullptr) {
+        --position->index;
+        return arrival;
+    }
+    // A position that rests before its key may have that very key again.
+    int order = compareWithSegments(arrival.entry, &before);
+    bool ordered = check == ANY_KEY || order < 0 || (order == 0 && alreadyBack);
+    if (!ordered) return failed(IX_DESCENT_FAILED);
+    standOn(position, arrival.entry);
+    return arrival;
+}
+
+Arrival stepToNextSegment(OpenFile* file, Position* position)
+{
+    if (isExclusive(file)) return stepForwardByPlace(file, position, ORDERED_KEY);
+
+    char text[SOUGHT_KEY_SIZE];
+    buildSoughtKey(text, position->home, position->key);
+    uint8_t nextSegment = static_cast<uint8_t>(position->segment + 1);
+    SoughtKey sought = {text, position->number, nextSegment};
+    return locateOnward(file, position, &sought);
+}
+
+// -- Within a leaf -----------------------------------------------------------
+
+static bool sameRecord(const uint8_t* entry, const uint8_t* other)
+{
+    return entryNumber(entry) == entryNumber(other) &&
+           strcmp(entryKey(entry), entryKey(other)) == 0;
+}
+
+bool moveOnInLeaf(LeafPlace* place)
+{
+    const uint8_t* here = place->entry;
+    const uint8_t* entry = nextEntry(here);
+    int ordinal = place->ordinal + 1;
+    while (!isEndMarker(entry) && (entrySegment(entry) & SEGMENT_ORDINAL) != 0 &&
+           sameRecord(entry, here)) {
+        entry = nextEntry(entry);
+        ++ordinal;
+    }
+    if (isEndMarker(entry) || entryIndex(entry) != entryIndex(here)) return false;
+    int order = strcmp(entryKey(entry), entryKey(here));
+    bool onward = order > 0 || (order == 0 && entryNumber(entry) > entryNumber(here));
+    if (onward) *place = {entry, ordinal, order != 0};
+    return onward;
+}
+
+LeafPlace leafPlaceOf(OpenFile* file, const Position* position, NodeView* leaf)
+{
+    return {entryAtNotedPlace(file, position, leaf), position->ordinal, false};
+}
+
+void standAtPlace(Position* position, const NodeView* leaf, const LeafPlace* place)
+{
+    NotedPlace noted = position->place;
+    noted.offset = static_cast<uint16_t>(place->entry - leaf->node);
+    noted.firstOfKey = place->firstOfKey;
+    position->ordinal = place->ordinal;
+    standOn(position, place->entry);
+    position->place = noted;
+}

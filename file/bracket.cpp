@@ -1,0 +1,175 @@
+// The bracket around every operation: the file lock, the header refresh, and the
+// flush at the end of an update. In exclusive mode nobody else uses the file:
+// nothing is locked and only updates are counted.
+#include "file/bracket.h"
+
+#include "file/file.h"
+#include "file/header_and_pages.h"
+#include "file/lock_bytes.h"
+#include "platform/platform.h"
+
+// The state changes only when the release worked.
+static int releaseFileLock(OpenFile* file)
+{
+    if (releaseByte(file->descriptor, FILE_LOCK_BYTE) != IX_OK) return IX_LOCK_FAILED;
+    file->sharing.fileLock = UNLOCKED;
+    file->sharing.exclusively = false;
+    return IX_OK;
+}
+
+static int acquireFileLock(OpenFile* file, bool exclusive)
+{
+    int result = exclusive ? lockByteExclusive(file->descriptor, FILE_LOCK_BYTE)
+                           : lockByteShared(file->descriptor, FILE_LOCK_BYTE);
+    if (result != IX_OK) return result;
+    file->sharing.fileLock = LOCKED;
+    file->sharing.exclusively = exclusive;
+    return IX_OK;
+}
+
+// Another process may have changed the file since this context last held the lock.
+// As long as nobody has, changes that wait for being written hold, and the header in
+// memory, which belongs to them, is the right one; else they are given up.
+static int refreshHeader(OpenFile* file)
+{
+    uint8_t record[HEADER_SIZE];
+    int result = readHeader(file, record);
+    if (result != IX_OK) return result;
+    bool untouched = headerChangeCounter(record) == file->counterInFile;
+    if (file->pending.flushFailed && untouched) return IX_OK;
+    file->pending.flushFailed = false;
+    acceptChangeCounter(file, record);
+    return loadHeader(file, record) ? IX_OK : IX_DESCENT_FAILED;
+}
+
+static int flushChanges(OpenFile* file)
+{
+    if (file->pending.headerDirty) {
+        int result = writeHeader(file);
+        if (result != IX_OK) return result;
+    }
+    return flushFile(file);
+}
+
+// Opens the outermost bracket in shared mode. A failure leaves nothing held.
+static int lockAndRefresh(OpenFile* file, bool exclusive)
+{
+    // Changes that wait for being written are written under the exclusive lock.
+    if (acquireFileLock(file, exclusive || file->pending.flushFailed) != IX_OK) {
+        return IX_LOCK_FAILED;
+    }
+
+    int result = refreshHeader(file);
+    if (result != IX_OK) {
+        releaseFileLock(file);
+        return result;
+    }
+    if (file->pending.flushFailed) {
+        // With a new change counter, for others may have read the old pages under
+        // the one that was written before them.
+        file->pending.headerDirty = true;
+        if (flushChanges(file) == IX_OK) file->pending.flushFailed = false;
+    }
+    return IX_OK;
+}
+
+// A lock that a failed release left behind may be of the wrong kind and hides what
+// others have written: give it up before an outermost bracket.
+static int releaseLeftOver(OpenFile* file)
+{
+    if (file->sharing.readNesting != 0 || file->sharing.updateNesting != 0) return IX_OK;
+    return file->sharing.fileLock == LOCKED ? releaseFileLock(file) : IX_OK;
+}
+
+int ixBeginRead(OpenFile* file)
+{
+    if (isExclusive(file)) return IX_OK;
+    if (releaseLeftOver(file) != IX_OK) return IX_LOCK_FAILED;
+    if (file->sharing.fileLock != LOCKED) {
+        int result = lockAndRefresh(file, false);
+        if (result != IX_OK) return result;
+    }
+    ++file->sharing.readNesting;
+    return IX_OK;
+}
+
+int ixEndRead(OpenFile* file)
+{
+    if (isExclusive(file)) return IX_OK;
+    --file->sharing.readNesting;
+    if (file->sharing.updateNesting != 0 || file->sharing.readNesting != 0) return IX_OK;
+    return file->sharing.fileLock == LOCKED ? releaseFileLock(file) : IX_OK;
+}
+
+int ixYieldRead(OpenFile* file, ReadPiece* piece)
+{
+    constexpr int32_t STEPS_BETWEEN_LOOKS = 64;
+    constexpr uint32_t PIECE_MILLISECONDS = 10;
+    if (isExclusive(file)) return IX_OK;
+    bool looks = piece->steps % STEPS_BETWEEN_LOOKS == 0;
+    bool first = piece->steps == 0;
+    ++piece->steps;
+    if (!looks) return IX_OK;
+    uint32_t now = osMilliseconds();
+    if (first) piece->since = now;
+    if (now - piece->since < PIECE_MILLISECONDS) return IX_OK;
+
+    int ended = ixEndRead(file);
+    *piece = {};
+    if (ended != IX_OK) return ended;
+    osGiveWay();
+    return ixBeginRead(file);
+}
+
+int ixBeginUpdate(OpenFile* file)
+{
+    if (!isExclusive(file)) {
+        if (releaseLeftOver(file) != IX_OK) return IX_LOCK_FAILED;
+        if (file->sharing.fileLock != LOCKED) {
+            int result = lockAndRefresh(file, true);
+            if (result != IX_OK) return result;
+        } else if (!file->sharing.exclusively) {
+            file->pending.refused = true; // inside an outermost read
+            return IX_FILE_LOCK;
+        }
+    }
+    ++file->sharing.updateNesting;
+    return IX_OK;
+}
+
+int ixEndUpdate(OpenFile* file)
+{
+    --file->sharing.updateNesting;
+    if (file->sharing.updateNesting != 0) return IX_OK;
+    if (isExclusive(file)) return makeDurable();
+
+    int result = flushChanges(file);
+    file->pending.flushFailed = result != IX_OK;
+    if (file->sharing.readNesting == 0 && file->sharing.fileLock == LOCKED) {
+        int released = releaseFileLock(file);
+        if (result == IX_OK) result = released;
+    }
+    if (file->pending.fileExtended && result == IX_OK) {
+        result = makeDurable();
+        file->pending.fileExtended = false;
+    }
+    return result;
+}
+
+int beginOpen(OpenFile* file)
+{
+    ++file->sharing.updateNesting;
+    if (isExclusive(file)) return IX_OK;
+    if (acquireFileLock(file, true) == IX_OK) return IX_OK;
+    --file->sharing.updateNesting;
+    return IX_LOCK_FAILED;
+}
+
+int endOpen(OpenFile* file)
+{
+    --file->sharing.updateNesting;
+    if (isExclusive(file)) return makeDurable();
+    int flushed = flushChanges(file);
+    int released = releaseFileLock(file);
+    return resultOf(flushed, released);
+}

@@ -1,0 +1,3 @@
+#include "file/file_state.h"
+
+FileState fileState = {};

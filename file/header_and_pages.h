@@ -1,0 +1,23 @@
+// Header and page I/O at fixed offsets. For file/ alone, and for tests; file.h tells what
+// others may use of it.
+#pragma once
+
+#include "file/open_file.h"
+
+// 0, IX_SEEK, IX_SHORT_READ or IX_BAD_MAGIC; into a buffer of HEADER_SIZE bytes.
+int readHeader(OpenFile* file, uint8_t* record);
+// Copies the header's fields, all but the change counter. False, and nothing copied, when
+// they contradict each other.
+bool loadHeader(OpenFile* file, const uint8_t* record);
+// Keeps the header's change counter; a new one means that somebody else wrote the file, so
+// the descriptor's cache blocks are dropped.
+void acceptChangeCounter(OpenFile* file, const uint8_t* record);
+
+// 0, IX_SEEK or IX_SHORT_READ.
+int readPage(int descriptor, uint8_t* page, int pageNumber);
+
+// Waits for a busy file, then clears its marker. 0 or IX_PAGE_IO. Shared mode only.
+int waitForBusyMarker(OpenFile* file);
+
+// Leaves the code as the last I/O error and answers it.
+int failWith(int code);

@@ -1,0 +1,320 @@
+// The page cache: 1000 pages of all open databases in order of use. In shared mode
+// the pages that an update changed wait here until its end.
+//
+// Invariants
+//   1. Every block stands once in the list of use, free blocks included.
+//   2. A block stands in the lists of its hash and of its file exactly while
+//      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
+//      free block is never dirty.
+//   3. No two blocks hold the same page.
+//   4. The victim is always the last place of the list of use, its block free or not,
+//      and the dirty blocks stand in the order of use: the order in which pages are
+//      written back depends on the order of use alone. Which free block stands in a
+//      place has no effect: the one freed last is used, whose bytes are near.
+//   5. The free blocks stand in a list of their own, linked by bucketNext.
+#include "file/file.h"
+#include "file/file_state.h"
+#include "file/header_and_pages.h"
+
+#include <cstring>
+
+static CacheBlock** bucketOf(int descriptor, int pageNumber)
+{
+    uint32_t hash =
+        static_cast<uint32_t>(pageNumber) + static_cast<uint32_t>(descriptor) * 0x9e3779b1U;
+    return &fileState.cache.buckets[hash & (CACHE_BUCKETS - 1)];
+}
+
+static void pushFree(CacheBlock* block)
+{
+    block->bucketNext = fileState.cache.freeHead;
+    fileState.cache.freeHead = block;
+}
+
+static void buildList()
+{
+    PageCache* cache = &fileState.cache;
+    if (cache->built) return;
+    CacheBlock* previous = nullptr;
+    for (CacheBlock& block : cache->blocks) {
+        block.descriptor = -1;
+        block.pageNumber = -1;
+        block.dirty = 0;
+        block.previous = previous;
+        block.next = nullptr;
+        if (previous != nullptr) previous->next = &block;
+        previous = &block;
+    }
+    cache->head = &cache->blocks[0];
+    cache->tail = previous;
+    for (CacheBlock* block = previous; block != nullptr; block = block->previous) {
+        pushFree(block);
+    }
+    cache->built = true;
+}
+
+static CacheBlock* findBlock(int descriptor, int pageNumber)
+{
+    CacheBlock* block = *bucketOf(descriptor, pageNumber);
+    while (block != nullptr &&
+           (block->descriptor != descriptor || block->pageNumber != pageNumber)) {
+        block = block->bucketNext;
+    }
+    return block;
+}
+
+static CacheBlock** fileListOf(int descriptor)
+{
+    return &fileState.cache.files[descriptor & (CACHE_FILES - 1)];
+}
+
+static void setClean(CacheBlock* block)
+{
+    if (block->dirty == 0) return;
+    block->dirty = 0;
+    if (block->dirtyNext != nullptr) block->dirtyNext->dirtyPrevious = block->dirtyPrevious;
+    if (block->dirtyPrevious != nullptr) {
+        block->dirtyPrevious->dirtyNext = block->dirtyNext;
+    } else {
+        fileState.cache.dirtyHead = block->dirtyNext;
+    }
+}
+
+// Expects the block to be the one used last.
+static void setDirty(CacheBlock* block)
+{
+    setClean(block);
+    PageCache* cache = &fileState.cache;
+    block->dirty = 1;
+    block->dirtyPrevious = nullptr;
+    block->dirtyNext = cache->dirtyHead;
+    if (cache->dirtyHead != nullptr) cache->dirtyHead->dirtyPrevious = block;
+    cache->dirtyHead = block;
+}
+
+// Makes the block free; its place in the list of use stays.
+static void freeBlock(CacheBlock* block)
+{
+    if (block->descriptor == -1) return;
+    setClean(block);
+    CacheBlock** link = bucketOf(block->descriptor, block->pageNumber);
+    while (*link != block) {
+        link = &(*link)->bucketNext;
+    }
+    *link = block->bucketNext;
+    if (block->fileNext != nullptr) block->fileNext->filePrevious = block->filePrevious;
+    if (block->filePrevious != nullptr) {
+        block->filePrevious->fileNext = block->fileNext;
+    } else {
+        *fileListOf(block->descriptor) = block->fileNext;
+    }
+    block->descriptor = -1;
+    block->content = 0;
+    pushFree(block);
+}
+
+// Gives a free block to a page, the one freed last.
+static void bindBlock(CacheBlock* block, int descriptor, int pageNumber)
+{
+    fileState.cache.freeHead = block->bucketNext;
+    CacheBlock** bucket = bucketOf(descriptor, pageNumber);
+    CacheBlock** list = fileListOf(descriptor);
+    block->descriptor = descriptor;
+    block->pageNumber = pageNumber;
+    block->bucketNext = *bucket;
+    *bucket = block;
+    block->filePrevious = nullptr;
+    block->fileNext = *list;
+    if (*list != nullptr) (*list)->filePrevious = block;
+    *list = block;
+}
+
+static void moveToHead(CacheBlock* block)
+{
+    PageCache* cache = &fileState.cache;
+    if (block == cache->head) return;
+    block->previous->next = block->next;
+    if (block->next != nullptr) {
+        block->next->previous = block->previous;
+    } else {
+        cache->tail = block->previous;
+    }
+    block->previous = nullptr;
+    block->next = cache->head;
+    cache->head->previous = block;
+    cache->head = block;
+    if (block->dirty != 0) setDirty(block);
+}
+
+static int writeBack(CacheBlock* block)
+{
+    if (block->descriptor == -1 || block->dirty == 0) return IX_OK;
+    int result = writePage(block->descriptor, block->page, block->pageNumber);
+    if (result == IX_OK) setClean(block);
+    return result;
+}
+
+// A page access outside the file lock, which no operation makes: whatever another
+// process has written meanwhile is to be seen.
+static void checkHeaderOutsideLock(OpenFile* file)
+{
+    if (isExclusive(file) || file->sharing.fileLock == LOCKED) return;
+    uint8_t record[HEADER_SIZE];
+    if (readHeader(file, record) == IX_OK) {
+        acceptChangeCounter(file, record);
+    } else {
+        dropFile(file->descriptor);
+    }
+}
+
+// Puts the block freed last at the head of the list of use and the last one of that
+// list, which is free too, in its place: as if that had been put at the head itself.
+static CacheBlock* moveFreeToHead()
+{
+    PageCache* cache = &fileState.cache;
+    CacheBlock* block = cache->freeHead;
+    CacheBlock* last = cache->tail;
+    if (block != last) {
+        cache->tail = last->previous;
+        cache->tail->next = nullptr;
+        last->previous = block->previous;
+        last->next = block->next;
+        (last->previous != nullptr ? last->previous->next : cache->head) = last;
+        (last->next != nullptr ? last->next->previous : cache->tail) = last;
+    } else {
+        cache->tail = block->previous;
+        cache->tail->next = nullptr;
+    }
+    block->previous = nullptr;
+    block->next = cache->head;
+    cache->head->previous = block;
+    cache->head = block;
+    return block;
+}
+
+// Makes the block of the page the one used last: the page's own or else, *found tells,
+// a free one in the place of the least recently used one. 0 or the error of writing
+// that one back, which is the one used last then.
+static int lookup(int descriptor, int pageNumber, bool* found, CacheBlock** target)
+{
+    buildList();
+    CacheBlock* block = findBlock(descriptor, pageNumber);
+    *found = block != nullptr;
+    if (*found) {
+        moveToHead(block);
+        *target = block;
+        return IX_OK;
+    }
+    CacheBlock* victim = fileState.cache.tail;
+    if (victim->descriptor != -1) {
+        int result = writeBack(victim);
+        if (result != IX_OK) {
+            moveToHead(victim);
+            return result;
+        }
+        freeBlock(victim);
+    }
+    *target = moveFreeToHead();
+    return IX_OK;
+}
+
+static int readSoundPage(int descriptor, uint8_t* page, int pageNumber)
+{
+    int result = readPage(descriptor, page, pageNumber);
+    if (result != IX_OK) return result;
+    return nodeIsSound(page) ? IX_OK : IX_DESCENT_FAILED;
+}
+
+// Makes the block of the page the one used last, reading the page if need be. 0, an I/O
+// code, or IX_DESCENT_FAILED for a page that is not sound: the block stays free then.
+static int bringPage(OpenFile* file, int pageNumber)
+{
+    checkHeaderOutsideLock(file);
+    bool found = false;
+    CacheBlock* block = nullptr;
+    int result = lookup(file->descriptor, pageNumber, &found, &block);
+    if (found || result != IX_OK) return result;
+    result = readSoundPage(file->descriptor, block->page, pageNumber);
+    if (result != IX_OK) return result;
+    bindBlock(block, file->descriptor, pageNumber);
+    block->content = ++fileState.cache.contents;
+    return IX_OK;
+}
+
+const uint8_t* lastPageIfContent(uint64_t content)
+{
+    const CacheBlock* block = fileState.cache.head;
+    return block != nullptr && block->content == content ? block->page : nullptr;
+}
+
+int cachedPageView(OpenFile* file, PageView* view, int pageNumber)
+{
+    int result = bringPage(file, pageNumber);
+    const CacheBlock* block = fileState.cache.head;
+    if (result == IX_OK) *view = {block->page, block->content};
+    return result;
+}
+
+int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber)
+{
+    buildList();
+    const CacheBlock* block = findBlock(file->descriptor, pageNumber);
+    if (block == nullptr) return readSoundPage(file->descriptor, page, pageNumber);
+    memcpy(page, block->page, NODE_PAGE_SIZE);
+    return IX_OK;
+}
+
+int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
+{
+    if (!mayWrite(file)) return failWith(IX_PAGE_IO);
+    file->pending.headerDirty = true;
+    bool found = false;
+    CacheBlock* block = nullptr;
+    int result = lookup(file->descriptor, pageNumber, &found, &block);
+    if (result != IX_OK) return result;
+    if (!found) bindBlock(block, file->descriptor, pageNumber);
+    memcpy(block->page, page, NODE_PAGE_SIZE);
+    block->content = ++fileState.cache.contents;
+    setDirty(block);
+    return isExclusive(file) ? writeBack(block) : IX_OK;
+}
+
+// Writes the dirty blocks of the file, most recently used first. 0 or the first error.
+static int writeDirtyBlocks(int descriptor)
+{
+    CacheBlock* block = fileState.cache.dirtyHead;
+    while (block != nullptr) {
+        CacheBlock* next = block->dirtyNext;
+        if (block->descriptor == descriptor) {
+            int result = writeBack(block);
+            if (result != IX_OK) return result;
+        }
+        block = next;
+    }
+    return IX_OK;
+}
+
+int flushFile(OpenFile* file)
+{
+    int result = writeDirtyBlocks(file->descriptor);
+    if (result != IX_OK) return result;
+    return makeDurable();
+}
+
+int flushAndFreeFile(OpenFile* file)
+{
+    int result = writeDirtyBlocks(file->descriptor);
+    if (result != IX_OK) return result;
+    dropFile(file->descriptor);
+    return makeDurable();
+}
+
+void dropFile(int descriptor)
+{
+    CacheBlock* block = *fileListOf(descriptor);
+    while (block != nullptr) {
+        CacheBlock* next = block->fileNext;
+        if (block->descriptor == descriptor) freeBlock(block);
+        block = next;
+    }
+}

@@ -1,3 +1,0 @@
-#include "jobdb/jobdb_state.h"
-
-JobdbState jobdbState = {};

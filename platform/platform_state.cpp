@@ -1,3 +1,0 @@
-#include "platform/platform_state.h"
-
-PlatformState platformState = {};

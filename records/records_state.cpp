@@ -1,0 +1,3 @@
+#include "records/records_state.h"
+
+RecordsState recordsState = {};

@@ -1,0 +1,94 @@
+#include "survey/point_name.h"
+
+#include <algorithm>
+#include <cstring>
+
+// Characters of a stored name among which blanks are looked for.
+constexpr int NAME_CHARACTERS = 16;
+
+constexpr size_t POINT_NAME_ROOM = 32; // without blanks; longer ones are cut
+
+static bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+static bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+bool isAllDigits(const char* text)
+{
+    return text != nullptr && text[0] != '\0' && trailingDigitsStart(text) == 0;
+}
+
+int trailingDigitsStart(const char* text)
+{
+    size_t start = std::strlen(text);
+    while (start > 0 && isDigit(text[start - 1])) {
+        --start;
+    }
+    return static_cast<int>(start);
+}
+
+int splitPointName(const char* text, char* prefix, char* number)
+{
+    if (text == nullptr || text[0] == '\0') return SPLIT_NO_NUMBER;
+    const size_t length = std::strlen(text);
+    if (std::strspn(text, "0") == length) return SPLIT_NO_NUMBER;
+    const size_t start = static_cast<size_t>(trailingDigitsStart(text));
+    if (start == length) return SPLIT_NO_NUMBER;
+    for (size_t i = 0; i < start; ++i) {
+        if (!isLetter(text[i])) return SPLIT_NO_PREFIX;
+    }
+    if (length >= SPLIT_NAME_ROOM) return SPLIT_OUT_OF_RANGE;
+    if (parseInt64(text + start) == 0) return SPLIT_OUT_OF_RANGE;
+    copyText(prefix, start + 1, text);
+    copyText(number, length - start + 1, text + start);
+    return SPLIT_OK;
+}
+
+// Writes at most SURVEY_NAME_LENGTH characters of the digits right-justified.
+static void justifyDigits(char* key, const char* digits)
+{
+    size_t length = std::strlen(digits);
+    if (length > SURVEY_NAME_LENGTH) length = SURVEY_NAME_LENGTH;
+    std::memset(key, ' ', SURVEY_NAME_LENGTH);
+    std::memcpy(key + SURVEY_NAME_LENGTH - length, digits, length);
+    key[SURVEY_NAME_LENGTH] = '\0';
+}
+
+int buildPointNameKey(char* key, const char* name)
+{
+    if (isAllDigits(name)) {
+        justifyDigits(key, name);
+        return SURVEY_OK;
+    }
+    char prefix[SPLIT_NAME_ROOM];
+    char digits[SPLIT_NAME_ROOM];
+    const int failure = splitPointName(name, prefix, digits);
+    if (failure != SPLIT_OK) return failure;
+    justifyDigits(key, digits);
+    std::copy_n(prefix, std::strlen(prefix), key);
+    return SURVEY_OK;
+}
+
+void removeBlanks(char* name)
+{
+    if (std::strchr(name, ' ') == nullptr) return;
+    size_t kept = 0;
+    for (size_t i = 0; name[i] != '\0'; ++i) {
+        if (name[i] == ' ' && i < NAME_CHARACTERS) continue;
+        name[kept++] = name[i];
+    }
+    name[kept] = '\0';
+}
+
+size_t nameOfKey(char* name, size_t room, const char* key)
+{
+    while (*key == ' ') {
+        ++key;
+    }
+    size_t length = 0;
+    for (size_t i = 0; key[i] != '\0' && i + 1 < POINT_NAME_ROOM; ++i) {
+        const bool counts = key[i] != ' ' || i >= NAME_CHARACTERS;
+        if (counts && length + 1 < room) name[length++] = key[i];
+    }
+    name[length] = '\0';
+    return length;
+}

@@ -1,0 +1,87 @@
+// The walk over the points: all in the order of their names, or those of a selection in the
+// order of its index.
+#include "survey/point_name.h"
+#include "survey/survey.h"
+
+#include <cstring>
+
+// Characters of two secondary keys that are compared to tell a run of equal keys.
+constexpr int RUN_KEY_CHARACTERS = 39;
+
+ElementName pointNameAtPosition(const RecordFile* job)
+{
+    ElementName name;
+    nameOfKey(name.text, sizeof name.text, keyAtPosition(job, POINT_NAME_INDEX));
+    return name;
+}
+
+// The selection that restricts the walk over the points: its number, and its text
+// in a buffer of SELECTION_ROOM bytes. 0 when there is none.
+static int walkSelection(char* text)
+{
+    int32_t count = 0;
+    int32_t number = 0;
+    pointSelectionCount(&count);
+    if (count <= 0 || firstSelectedIndex(&number) != 0) return 0;
+    getSurveyKey(number, text);
+    return number;
+}
+
+static int positionOnFirst(RecordFile* job)
+{
+    char text[SELECTION_ROOM];
+    const int selection = walkSelection(text);
+    if (selection == 0) return firstInIndex(job, POINT_NAME_INDEX);
+    firstInIndex(job, selection);
+    return findSurveyRecord(job, text, selection, MATCH_EXACT);
+}
+
+static int positionOnNext(RecordFile* job)
+{
+    char text[SELECTION_ROOM];
+    const int selection = walkSelection(text);
+    if (selection == 0) return nextInIndex(job, POINT_NAME_INDEX);
+    const int result = nextInIndex(job, selection);
+    if (result != SURVEY_OK) return result;
+    const char* key = keyAtPosition(job, selection);
+    return std::strncmp(key, text, RUN_KEY_CHARACTERS) == 0 ? SURVEY_OK : IX_NOT_FOUND;
+}
+
+static int nameReached(const RecordFile* job, int result, ElementName* name)
+{
+    if (result == SURVEY_OK) *name = pointNameAtPosition(job);
+    return result;
+}
+
+int firstPoint(RecordFile* job, ElementName* name)
+{
+    int32_t selections = ALL_SELECTIONS;
+    surveyIndexCommand("SETKEY", &selections, nullptr);
+    return nameReached(job, positionOnFirst(job), name);
+}
+
+int nextPoint(RecordFile* job, ElementName* name)
+{
+    return nameReached(job, positionOnNext(job), name);
+}
+
+int readPointByName(RecordFile* job, const char* name, ElementName* reached)
+{
+    return nameReached(job, findPoint(job, name), reached);
+}
+
+void nextPoints(RecordFile* job, PointNames* names)
+{
+    names->count = 0;
+    char text[SELECTION_ROOM];
+    if (walkSelection(text) != 0) return;
+    KeyBlock keys;
+    recordStepAlong(job, POINT_NAME_INDEX, &keys);
+    static_assert(sizeof names->texts >= sizeof keys.texts); // no name is longer than its key
+    const char* key = keys.texts;
+    char* name = names->texts;
+    for (; names->count < keys.count; ++names->count) {
+        name += nameOfKey(name, ELEMENT_NAME_ROOM, key) + 1;
+        key += std::strlen(key) + 1;
+    }
+}

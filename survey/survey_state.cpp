@@ -1,0 +1,3 @@
+#include "survey/survey_state.h"
+
+SurveyState surveyState = {};

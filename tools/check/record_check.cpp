@@ -1,0 +1,322 @@
+#include "tools/check/record_check.h"
+
+#include "cogo/cogo_state.h"
+#include "records/record_image.h"
+#include "survey/survey_state.h"
+
+#include <map>
+#include <set>
+
+// A layout of ours and the entries that lead to its records. Layouts may share a
+// signature, so the primary key decides: its index, and in the index of the record
+// keys also the record tag.
+struct KnownLayout {
+    const char* name;
+    const LayoutEntry* layout;
+    int primaryIndex;
+    const char* tags[2]; // unused ones nullptr
+};
+
+// clang-format off
+constexpr KnownLayout KNOWN_LAYOUTS[] = {
+    // name               layout                         primary index       tags
+    {"chain",             cogoState.chainLayout,         RECORD_KEY_INDEX,   {TAG_CHAIN, TAG_NUMBERED}},
+    {"older chain",       cogoState.olderChainLayout,    RECORD_KEY_INDEX,   {TAG_CHAIN, nullptr}},
+    {"curve",             cogoState.curveLayout,         RECORD_KEY_INDEX,   {TAG_CURVE, nullptr}},
+    {"line",              cogoState.lineLayout,          RECORD_KEY_INDEX,   {TAG_LINE, nullptr}},
+    {"spiral",            cogoState.spiralLayout,        RECORD_KEY_INDEX,   {TAG_SPIRAL, nullptr}},
+    {"extension",         cogoState.extensionLayout,     RECORD_KEY_INDEX,   {TAG_EXTENSION, nullptr}},
+    {"version counter",   cogoState.versionLayout,       RECORD_KEY_INDEX,   {TAG_VERSION, nullptr}},
+    {"profile data",      cogoState.profileDataLayout,   RECORD_KEY_INDEX,   {TAG_PROFILE_DATA, nullptr}},
+    {"feature",           surveyState.featureLayout,      RECORD_KEY_INDEX,   {TAG_POINT_FEATURE, TAG_SURVEY_CHAIN_FEATURE}},
+    {"point",             surveyState.pointLayout,        POINT_NAME_INDEX,   {nullptr, nullptr}},
+    {"survey chain",      surveyState.surveyChainLayout,  SURVEY_CHAIN_INDEX, {nullptr, nullptr}},
+    {"point list",        surveyState.pointListLayout,    POINT_LIST_INDEX,   {nullptr, nullptr}},
+};
+// clang-format on
+
+// The entries of the leaves, sorted by what they are for.
+struct StoredRecords {
+    std::map<int32_t, std::vector<uint8_t>> images;      // by record number
+    std::map<int32_t, std::vector<const uint8_t*>> keys; // entries that lead to the number
+    std::vector<const uint8_t*> freeNumbers;
+    std::vector<const uint8_t*> locks;
+    std::set<std::string> uniqueKeys; // of the records looked at so far, index byte first
+};
+
+// -- Segments ----------------------------------------------------------------
+
+static int ordinalOf(const uint8_t* entry) { return entrySegment(entry) & SEGMENT_ORDINAL; }
+static bool isLastSegment(const uint8_t* entry) { return entrySegment(entry) >= LAST_SEGMENT; }
+
+static bool sameRecord(const uint8_t* entry, const uint8_t* other)
+{
+    return strcmp(entryKey(entry), entryKey(other)) == 0 &&
+           entryNumber(entry) == entryNumber(other);
+}
+
+// Checks the place of an entry behind the one before it, which may be of another
+// record or nullptr.
+static void checkOrdinal(CheckedFile* file, const uint8_t* before, const uint8_t* entry)
+{
+    bool continues = before != nullptr && sameRecord(before, entry);
+    if (before != nullptr && !continues && !isLastSegment(before)) {
+        complain(file, "%s: ends without a last segment", describeEntry(before).c_str());
+    }
+    if (!continues && ordinalOf(entry) != 0) {
+        complain(file, "%s: begins with segment %d", describeEntry(entry).c_str(),
+                 ordinalOf(entry));
+    }
+    if (continues && isLastSegment(before)) {
+        complain(file, "%s: segment %d behind the last one", describeEntry(entry).c_str(),
+                 ordinalOf(entry));
+    } else if (continues && ordinalOf(entry) != ordinalOf(before) + 1) {
+        complain(file, "%s: segment %d behind segment %d", describeEntry(entry).c_str(),
+                 ordinalOf(entry), ordinalOf(before));
+    }
+}
+
+void checkSegments(CheckedFile* file)
+{
+    const uint8_t* before = nullptr;
+    int total = 0;
+    for (const uint8_t* entry : file->leafEntries) {
+        checkOrdinal(file, before, entry);
+        int length = entryDataLength(entry);
+        if (length > SEGMENT_ROOM - entryKeyLength(entry)) {
+            complain(file, "%s: a segment of %d bytes", describeEntry(entry).c_str(), length);
+        }
+        bool continues = before != nullptr && sameRecord(before, entry);
+        int totalBefore = continues ? total : 0;
+        total = totalBefore + length;
+        if (total >= RECORD_LIMIT && totalBefore < RECORD_LIMIT) {
+            complain(file, "%s: a record that is too long", describeEntry(entry).c_str());
+        }
+        before = entry;
+    }
+    if (before != nullptr && !isLastSegment(before)) {
+        complain(file, "%s: ends without a last segment", describeEntry(before).c_str());
+    }
+}
+
+// -- Entries by index --------------------------------------------------------
+
+// Adds an entry to the collection and checks what every entry of its index has.
+static void collectEntry(CheckedFile* file, const uint8_t* entry, StoredRecords* stored)
+{
+    int index = entryIndex(entry);
+    int32_t number = entryNumber(entry);
+    bool emptyKey = entryKeyLength(entry) == 1;
+    if (index == DATA_INDEX) {
+        std::vector<uint8_t>* image = &stored->images[number];
+        image->insert(image->end(), entryData(entry), nextEntry(entry));
+        if (!emptyKey) complain(file, "%s: the key is not empty", describeEntry(entry).c_str());
+        return;
+    }
+    if (index == LOCK_INDEX) {
+        stored->locks.push_back(entry);
+        return;
+    }
+    if (entrySegment(entry) != LAST_SEGMENT || entryDataLength(entry) != 0) {
+        complain(file, "%s: a key with data", describeEntry(entry).c_str());
+    }
+    if (index == FREE_NUMBER_INDEX) {
+        stored->freeNumbers.push_back(entry);
+        if (!emptyKey) complain(file, "%s: the key is not empty", describeEntry(entry).c_str());
+        return;
+    }
+    stored->keys[number].push_back(entry);
+}
+
+static bool numberHandedOut(const CheckedFile* file, int32_t number)
+{
+    return number > 0 && number < file->header.sequenceCounter;
+}
+
+// Record numbers come from the counter, and a free one has no record.
+static void checkNumbers(CheckedFile* file, const StoredRecords& stored)
+{
+    for (const auto& [number, image] : stored.images) {
+        if (!numberHandedOut(file, number)) {
+            complain(file, "record %d: sequence counter %d never handed out its number", number,
+                     file->header.sequenceCounter);
+        }
+    }
+    for (const uint8_t* entry : stored.freeNumbers) {
+        int32_t number = entryNumber(entry);
+        if (!numberHandedOut(file, number)) {
+            complain(file, "free number %d: sequence counter %d never handed it out", number,
+                     file->header.sequenceCounter);
+        }
+        if (stored.images.contains(number)) {
+            complain(file, "free number %d: a record has it", number);
+        }
+    }
+}
+
+// Every key leads to a record.
+static void checkKeyTargets(CheckedFile* file, const StoredRecords& stored)
+{
+    for (const auto& [number, entries] : stored.keys) {
+        if (stored.images.contains(number)) continue;
+        for (const uint8_t* entry : entries) {
+            complain(file, "%s: there is no such record", describeEntry(entry).c_str());
+        }
+    }
+}
+
+// A lock names its holder and an entry that exists.
+static void checkLocks(CheckedFile* file, const StoredRecords& stored)
+{
+    if (stored.locks.empty()) return;
+    std::set<std::pair<std::string, int32_t>> existing;
+    for (const uint8_t* entry : file->leafEntries) {
+        existing.emplace(entryKey(entry), entryNumber(entry));
+    }
+    for (const uint8_t* entry : stored.locks) {
+        std::string lock = describeEntry(entry);
+        if (entryDataLength(entry) != LOCK_DATA_SIZE) {
+            complain(file, "%s: a lock with %d bytes", lock.c_str(), entryDataLength(entry));
+        } else {
+            int32_t slot = loadInt32(entryData(entry));
+            if (slot < 0 || slot >= USER_SLOTS) {
+                complain(file, "%s: a lock of user slot %d", lock.c_str(), slot);
+            }
+        }
+        if (!existing.contains({entryKey(entry) + 1, entryNumber(entry)})) {
+            complain(file, "%s: a lock of an entry that is not there", lock.c_str());
+        }
+    }
+}
+
+// -- Records and their keys --------------------------------------------------
+
+static bool leadsAsPrimary(const KnownLayout& known, const uint8_t* entry)
+{
+    if (entryIndex(entry) != known.primaryIndex) return false;
+    if (known.tags[0] == nullptr) return true;
+
+    const char* key = entryKey(entry) + 1;
+    if (strlen(key) < KEY_TAG + TAG_LENGTH) return false;
+    for (const char* tag : known.tags) {
+        if (tag != nullptr && memcmp(key + KEY_TAG, tag, TAG_LENGTH) == 0) return true;
+    }
+    return false;
+}
+
+// The layout of a record by its signature and the keys that lead to it. nullptr for
+// a layout that is not ours, and with *orphan for one of ours whose primary key is
+// missing.
+static const KnownLayout* layoutOf(const std::vector<uint8_t>& image,
+                                   const std::vector<const uint8_t*>& keys, bool* orphan)
+{
+    bool ours = false;
+    *orphan = false;
+    for (const KnownLayout& known : KNOWN_LAYOUTS) {
+        if (loadInt16(image.data() + IMAGE_SIGNATURE) != layoutSignature(known.layout)) continue;
+        ours = true;
+        for (const uint8_t* entry : keys) {
+            if (leadsAsPrimary(known, entry)) return &known;
+        }
+    }
+    // A record key with a tag that none of ours has: another program's record.
+    for (const uint8_t* entry : keys) {
+        if (entryIndex(entry) == RECORD_KEY_INDEX) return nullptr;
+    }
+    *orphan = ours;
+    return nullptr;
+}
+
+// Strikes the first entry out that has this key; false when there is none.
+static bool strikeOut(std::vector<const uint8_t*>* keys, const std::string& key)
+{
+    for (const uint8_t*& entry : *keys) {
+        if (entry != nullptr && key == entryKey(entry)) {
+            entry = nullptr;
+            return true;
+        }
+    }
+    return false;
+}
+
+// Compares the key fields of a sound image with the keys that lead to the record.
+static void checkKeys(CheckedFile* file, const KnownLayout& known, int32_t number,
+                      const std::vector<uint8_t>& image, std::vector<const uint8_t*> keys,
+                      StoredRecords* stored)
+{
+    std::set<int> missingFields;
+    for (int field = 0; known.layout[field].type != TYPE_END; ++field) {
+        if (known.layout[field].keyFlag != NOT_A_KEY) missingFields.insert(field);
+    }
+
+    ImageItem item = {};
+    ImageWalk walk = startImageWalk(image.data(), known.layout, static_cast<int>(image.size()));
+    while (nextImageItem(&walk, &item)) {
+        const LayoutEntry& field = known.layout[item.field];
+        if (field.keyFlag == NOT_A_KEY) continue;
+        missingFields.erase(item.field);
+        std::string key(1, static_cast<char>(field.indexNumber));
+        key.append(reinterpret_cast<const char*>(item.value), static_cast<size_t>(item.length));
+        if (!strikeOut(&keys, key)) {
+            complain(file, "record %d (%s): its key in index %d is missing", number, known.name,
+                     field.indexNumber);
+        }
+        if (field.duplicates == UNIQUE_KEY && !stored->uniqueKeys.insert(key).second) {
+            complain(file, "record %d (%s): another record has its key in index %d", number,
+                     known.name, field.indexNumber);
+        }
+    }
+    for (int field : missingFields) {
+        complain(file, "record %d (%s): no value of key field %d", number, known.name, field);
+    }
+    for (const uint8_t* entry : keys) {
+        if (entry == nullptr) continue;
+        complain(file, "%s: leads to a record (%s) without this key", describeEntry(entry).c_str(),
+                 known.name);
+    }
+}
+
+static void checkRecord(CheckedFile* file, int32_t number, const std::vector<uint8_t>& image,
+                        StoredRecords* stored)
+{
+    if (image.size() < IMAGE_MIN_SIZE) {
+        complain(file, "record %d: an image of %d bytes", number, static_cast<int>(image.size()));
+        return;
+    }
+    const std::vector<const uint8_t*>& keys = stored->keys[number]; // none for an orphan
+
+    bool orphan = false;
+    const KnownLayout* known = layoutOf(image, keys, &orphan);
+    if (orphan) {
+        complain(file, "record %d: no primary key leads to it", number);
+    } else if (known == nullptr) {
+        ++file->report.unknownRecords;
+    } else if (checkImage(image.data(), known->layout, static_cast<int>(image.size())) != 0) {
+        complain(file, "record %d (%s): damaged image", number, known->name);
+    } else {
+        checkKeys(file, *known, number, image, keys, stored);
+    }
+}
+
+void checkRecords(CheckedFile* file)
+{
+    // Layouts do not depend on any file; rebuilding them under a connection would
+    // only disturb the length of its point block.
+    if (cogoState.chainLayout[0].type == 0) buildCogoLayouts();
+    if (surveyState.pointLayout[0].type == 0) buildSurveyLayouts();
+
+    StoredRecords stored;
+    for (const uint8_t* entry : file->leafEntries) {
+        collectEntry(file, entry, &stored);
+    }
+    file->report.records = static_cast<int>(stored.images.size());
+    file->report.freeNumbers = static_cast<int>(stored.freeNumbers.size());
+    file->report.locks = static_cast<int>(stored.locks.size());
+
+    checkNumbers(file, stored);
+    checkKeyTargets(file, stored);
+    checkLocks(file, stored);
+    for (const auto& [number, image] : stored.images) {
+        checkRecord(file, number, image, &stored);
+    }
+}

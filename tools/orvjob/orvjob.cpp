@@ -1,0 +1,109 @@
+// orvjob: looks after job database files themselves.
+//
+//   orvjob check JOB            verifies the whole file, without changing it
+//   orvjob create-sample FILE   writes a new job with a believable road in it
+//
+// Exit status 0: done, or clean; 1: complaints, one a line on standard output, or a
+// file that cannot be read or written, one line on standard error; 2: wrong usage.
+// A sample whose points do not all fit is such a failure too; the line tells how many
+// fit, and the file holds these.
+#include "tools/check/check.h"
+#include "tools/sample/sample_job.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+constexpr int STATUS_DONE = 0;
+constexpr int STATUS_FAILED = 1;
+constexpr int STATUS_USAGE = 2;
+
+static int runCheck(const std::string& path)
+{
+    CheckReport report = checkJobFile(path);
+    if (!report.readable) {
+        fprintf(stderr, "orvjob: %s: %s\n", path.c_str(), report.complaints.front().c_str());
+        return STATUS_FAILED;
+    }
+    for (const std::string& complaint : report.complaints) {
+        puts(complaint.c_str());
+    }
+    if (!report.complaints.empty()) return STATUS_FAILED;
+
+    printf("clean: %d pages in %d levels, %d entries, %d records (%d of unknown layout), "
+           "%d free numbers, %d locks\n",
+           report.pages, report.levels, report.entries, report.records, report.unknownRecords,
+           report.freeNumbers, report.locks);
+    return STATUS_DONE;
+}
+
+struct SampleRequest {
+    std::string path;
+    int points = 200;
+    unsigned seed = 1;
+};
+
+static int runCreateSample(const SampleRequest& request)
+{
+    const char* path = request.path.c_str();
+    int written = 0;
+    int result = createSampleJob(request.path, request.points, request.seed, &written);
+    switch (result) {
+    case SAMPLE_OK:
+        printf("%s: a sample job, points: %d\n", path, written);
+        return STATUS_DONE;
+    case SAMPLE_FULL:
+        fprintf(stderr, "orvjob: %s: full with %d of %d points\n", path, written, request.points);
+        return STATUS_FAILED;
+    case SAMPLE_NOT_CREATED:
+        fprintf(stderr, "orvjob: %s: %s\n", path, strerror(errno));
+        return STATUS_FAILED;
+    default:
+        fprintf(stderr, "orvjob: %s: cannot be written (code %d)\n", path, result);
+        return STATUS_FAILED;
+    }
+}
+
+// Returns the exit status; throws std::exception for STATUS_FAILED.
+static int parseAndRun(int argc, char** argv)
+{
+    CLI::App app("Looks after job database files.", "orvjob");
+    app.require_subcommand(1);
+    app.allow_windows_style_options(false); // /name is a path
+
+    std::string path;
+    CLI::App* check = app.add_subcommand("check", "Verify a whole file without changing it");
+    check->add_option("JOB", path, "Job database file")->required();
+
+    SampleRequest sample;
+    CLI::App* create =
+        app.add_subcommand("create-sample", "Write a new job with a believable road in it");
+    create->add_option("FILE", sample.path, "File to create; it must not exist")->required();
+    create->add_option("--points", sample.points, "Number of points, as far as they fit")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+        ->capture_default_str();
+    create->add_option("--seed", sample.seed, "Number from which the road is made up")
+        ->capture_default_str();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? STATUS_DONE : STATUS_USAGE;
+    }
+    if (check->parsed()) return runCheck(path);
+    if (create->parsed()) return runCreateSample(sample);
+    return STATUS_DONE;
+}
+
+int main(int argc, char** argv)
+{
+    try {
+        return parseAndRun(argc, argv);
+    } catch (const std::exception& error) {
+        fprintf(stderr, "orvjob: %s\n", error.what());
+        return STATUS_FAILED;
+    }
+}
