@@ -1,7 +1,7 @@
 // The page cache: 1000 pages of all open databases in order of use. In shared mode
 // the pages that an update changed wait here until its end.
 //
-// Invariants
+// Invariants, asserted in the debug build
 //   1. Every block stands once in the list of use, free blocks included.
 //   2. A block stands in the lists of its hash and of its file exactly while
 //      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
@@ -12,10 +12,12 @@
 //      written back depends on the order of use alone. Which free block stands in a
 //      place has no effect: the one freed last is used, whose bytes are near.
 //   5. The free blocks stand in a list of their own, linked by bucketNext.
+//   6. A page in a block has passed nodeIsSound.
 #include "file/file.h"
 #include "file/file_state.h"
 #include "file/header_and_pages.h"
 
+#include <cassert>
 #include <cstring>
 
 static CacheBlock** bucketOf(int descriptor, int pageNumber)
@@ -91,6 +93,36 @@ static void setDirty(CacheBlock* block)
     if (cache->dirtyHead != nullptr) cache->dirtyHead->dirtyPrevious = block;
     cache->dirtyHead = block;
 }
+
+#if !defined(NDEBUG)
+// Asserts invariants 1, 2, 4 and 5 over all blocks.
+static void assertInvariants()
+{
+    const PageCache* cache = &fileState.cache;
+    int blocks = 0;
+    int freeBlocks = 0;
+    const CacheBlock* dirty = cache->dirtyHead;
+    const CacheBlock* before = nullptr;
+    for (const CacheBlock* block = cache->head; block != nullptr; block = block->next) {
+        assert(block->previous == before && ++blocks <= CACHE_BLOCKS);
+        bool isFree = block->descriptor == -1;
+        freeBlocks += isFree ? 1 : 0;
+        assert(!isFree || block->dirty == 0);
+        assert(isFree || findBlock(block->descriptor, block->pageNumber) == block);
+        assert((block->dirty != 0) == (block == dirty));
+        if (block->dirty != 0) dirty = block->dirtyNext;
+        before = block;
+    }
+    assert(before == cache->tail && blocks == (cache->built ? CACHE_BLOCKS : 0));
+    assert(dirty == nullptr);
+    for (const CacheBlock* block = cache->freeHead; block != nullptr; block = block->bucketNext) {
+        assert(block->descriptor == -1 && --freeBlocks >= 0);
+    }
+    assert(freeBlocks == 0);
+}
+#else
+static void assertInvariants() {}
+#endif
 
 // Makes the block free; its place in the list of use stays.
 static void freeBlock(CacheBlock* block)
@@ -296,6 +328,7 @@ static int writeDirtyBlocks(int descriptor)
 
 int flushFile(OpenFile* file)
 {
+    assertInvariants();
     int result = writeDirtyBlocks(file->descriptor);
     if (result != IX_OK) return result;
     return makeDurable();
@@ -311,6 +344,7 @@ int flushAndFreeFile(OpenFile* file)
 
 void dropFile(int descriptor)
 {
+    assertInvariants();
     CacheBlock* block = *fileListOf(descriptor);
     while (block != nullptr) {
         CacheBlock* next = block->fileNext;
