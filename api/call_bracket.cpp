@@ -12,15 +12,22 @@ static void openBracket(CallBracket* call)
 CallBracket beginCall(RecordFile* job)
 {
     CallBracket call = {fileOf(job), {}, false};
+    call.file->trouble = false;
     openBracket(&call);
     return call;
 }
 
+static int closeBracket(CallBracket* call)
+{
+    if (!call->open) return IX_OK;
+    call->open = false;
+    return ixEndRead(call->file);
+}
+
 int endCall(CallBracket* call)
 {
-    if (!call->open) return IDX_OK;
-    call->open = false;
-    return ixEndRead(call->file) == IX_OK ? IDX_OK : IDX_ERROR;
+    const int ended = closeBracket(call);
+    return ended == IX_OK && !call->file->trouble ? IDX_OK : IDX_ERROR;
 }
 
 bool hasToWrite(const RecordFile* job)
@@ -32,7 +39,7 @@ bool hasToWrite(const RecordFile* job)
 bool leaveToWrite(CallBracket* call)
 {
     if (!call->open || !call->file->pending.refused) return false;
-    endCall(call);
+    closeBracket(call);
     return true;
 }
 

@@ -14,7 +14,8 @@ struct CallBracket {
 };
 
 CallBracket beginCall(RecordFile* job);
-// IDX_OK, or IDX_ERROR when the file lock could not be released.
+// IDX_OK, or IDX_ERROR when the file lock could not be released, or anything that the call has
+// met since its begin could not be read or is damaged: what was made of it is not to be used.
 int endCall(CallBracket* call);
 
 // True when something tried inside the bracket of a call has to write, which is refused

@@ -5,6 +5,7 @@
 #include "cogo/keys.h"
 #include "cogo/writing.h"
 
+#include <algorithm>
 #include <cstdint>
 
 // The version counter's record: its name is right-aligned.
@@ -21,11 +22,12 @@ int readExtension(RecordFile* job, ExtensionResult* result)
     return COGO_OK;
 }
 
-// Adds an empty extension record for a line. A number that cannot be had is 0; the
-// extension is added all the same.
+// Adds an empty extension record for a line, unless there is no number for it.
 static int addLineExtension(RecordFile* job, const char* lineName, ExtensionResult* result)
 {
     const int32_t number = nextVersionNumber(job);
+    // A file that may only be read refuses the record too, and says so.
+    if (number == 0 && !isReadOnly(job)) return COGO_FAILED;
     cogoState.extension = {};
     cogoState.extension.elementNumber = number;
     const KeyComponents parts =
@@ -71,13 +73,44 @@ static int32_t addVersionCounter(RecordFile* job, const RecordKey* key)
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
-static int32_t advanceVersionCounter(RecordFile* job)
+// Stores the counter counted up from the number, if that is possible.
+static int32_t advanceVersionCounter(RecordFile* job, int32_t number)
 {
-    if (readRecordAtKey(job, cogoState.versionLayout, KEY_FIELD) != IX_OK) return 0;
-    if (cogoState.versionCounter == INT32_MAX) return 0;
-    cogoState.versionCounter += 1;
+    if (number == INT32_MAX) return 0;
+    cogoState.versionCounter = number + 1;
     job->recordTypeByte = KIND_VERSION;
     const int code = recordUpdateCurrent(job, cogoState.versionLayout);
+    return code == IX_OK ? cogoState.versionCounter : 0;
+}
+
+// The highest element number of all extension records that can be read; 0 without one. Below 0
+// when the file fails.
+static int32_t highestElementNumber(RecordFile* job)
+{
+    const KeyComponents lowest = keyComponents(TAG_EXTENSION, "", "", "");
+    const RecordKey key = buildKey(&lowest);
+    int32_t highest = 0;
+    int result = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
+    while (result == IX_OK || result == IX_GREATER_KEY) {
+        if (kindOfTag(componentsAtPosition(job).recordTag) != KIND_EXTENSION) break;
+        if (readRecordAtKey(job, cogoState.extensionLayout, KEY_FIELD) == IX_OK) {
+            highest = std::max(highest, cogoState.extension.elementNumber);
+        }
+        result = recordStep(job, RECORD_KEY_INDEX, STEP_NEXT);
+    }
+    return fileOf(job)->trouble ? -1 : highest;
+}
+
+// A counter of which only the key is left, as a process that was killed may leave it, goes on
+// behind the numbers that are in use.
+static int32_t rebuildVersionCounter(RecordFile* job, const KeyComponents* parts)
+{
+    const int32_t highest = highestElementNumber(job);
+    if (highest < 0 || highest == INT32_MAX || findByKey(job, parts) != IX_OK) return 0;
+    setRecordKey(buildKey(parts).text);
+    cogoState.versionCounter = highest + 1;
+    job->recordTypeByte = KIND_VERSION;
+    const int code = recordReplaceLost(job, RECORD_KEY_INDEX, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
@@ -85,8 +118,13 @@ static int32_t countUp(RecordFile* job)
 {
     const KeyComponents parts = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
     const RecordKey key = buildKey(&parts);
-    return findByKey(job, &parts) == IX_OK ? advanceVersionCounter(job)
-                                           : addVersionCounter(job, &key);
+    const int found = findByKey(job, &parts);
+    if (found == IX_NOT_FOUND) return addVersionCounter(job, &key);
+    if (found != IX_OK) return 0;
+    if (readRecordAtKey(job, cogoState.versionLayout, KEY_FIELD) == IX_OK) {
+        return advanceVersionCounter(job, cogoState.versionCounter);
+    }
+    return fileOf(job)->trouble ? 0 : rebuildVersionCounter(job, &parts);
 }
 
 int32_t nextVersionNumber(RecordFile* job)

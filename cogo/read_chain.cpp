@@ -16,31 +16,20 @@ constexpr int CHAIN_UNREADABLE = 0;
 constexpr int CHAIN_CURRENT = 1;
 constexpr int CHAIN_OLDER = 2; // rewritten
 
-// Puts the older record back after a rewrite that failed, unless it is still there:
-// its only key goes first when it is deleted.
-static void restoreOlderChain(RecordFile* job, const KeyComponents* key, uint8_t typeByte)
-{
-    if (findByKey(job, key) == IX_OK) return;
-    job->recordTypeByte = typeByte;
-    recordAdd(job, cogoState.olderChainLayout);
-}
-
 // Replaces the chain record just read through the older layout by one of the current
 // layout under the same key, which is in the record key. COGO_OK, or COGO_FAILED with
-// the older record in its place, if only it could be stored.
-static int rewriteOlderChain(RecordFile* job, const KeyComponents* key)
+// the older record in its place.
+static int rewriteOlderChain(RecordFile* job)
 {
-    const uint8_t olderTypeByte = job->recordTypeByte;
-    int code = recordDeleteCurrent(job, cogoState.olderChainLayout);
-    if (code == IX_READ_ONLY) return COGO_FAILED;
-    if (code == IX_OK) {
-        cogoState.chain = cogoState.olderChain;
-        job->recordTypeByte = KIND_CHAIN;
-        code = recordAdd(job, cogoState.chainLayout);
+    // What cannot be deleted is refused as a deletion.
+    if (isReadOnly(job)) {
+        recordDeleteCurrent(job, cogoState.olderChainLayout);
+        return COGO_FAILED;
     }
-    if (code == IX_OK) return COGO_OK;
-    restoreOlderChain(job, key, olderTypeByte);
-    return COGO_FAILED;
+    cogoState.chain = cogoState.olderChain;
+    job->recordTypeByte = KIND_CHAIN;
+    const int code = recordReplaceCurrent(job, cogoState.olderChainLayout, cogoState.chainLayout);
+    return code == IX_OK ? COGO_OK : COGO_FAILED;
 }
 
 static int loadOlderChain(RecordFile* job)
@@ -48,9 +37,8 @@ static int loadOlderChain(RecordFile* job)
     if (readRecordAtKey(job, cogoState.olderChainLayout, KEY_FIELD) != IX_OK) {
         return CHAIN_UNREADABLE;
     }
-    const KeyComponents key = componentsAtPosition(job);
     setRecordKey(keyAtPosition(job, RECORD_KEY_INDEX));
-    return rewriteOlderChain(job, &key) == COGO_OK ? CHAIN_OLDER : CHAIN_UNREADABLE;
+    return rewriteOlderChain(job) == COGO_OK ? CHAIN_OLDER : CHAIN_UNREADABLE;
 }
 
 // Like loadOlderChain, but from the file lock on: the record is looked up and read

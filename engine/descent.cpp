@@ -145,14 +145,15 @@ const uint8_t* nextNonEmptyLeaf(OpenFile* file, Position* position, NodeView* le
     return nullptr;
 }
 
-constexpr Arrival NOWHERE = {IX_DESCENT_FAILED, nullptr};
+static Arrival nowhere(OpenFile* file) { return {inTrouble(file, IX_DESCENT_FAILED), nullptr}; }
 
 // Makes the entry at which a search has ended the position, and tells how it compares. An
 // entry below the sought key: the leaf chain runs backwards.
-static Arrival arriveAt(Position* position, const uint8_t* entry, const SoughtKey* sought)
+static Arrival arriveAt(OpenFile* file, Position* position, const uint8_t* entry,
+                        const SoughtKey* sought)
 {
     int order = compareEntry(entry, sought);
-    if (order < 0) return NOWHERE;
+    if (order < 0) return nowhere(file);
     bool sameKey = order == 0 || strcmp(entryKey(entry), sought->key) == 0;
     standOn(position, entry);
     position->place.firstOfKey = !sameKey || sought->number <= 0;
@@ -173,17 +174,17 @@ static void notePlace(Position* position, const Descent* way)
 Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought)
 {
     Descent way;
-    if (!descend(file, sought, &way)) return NOWHERE;
+    if (!descend(file, sought, &way)) return nowhere(file);
     leaveFor(&way, position);
 
     if (isEndMarker(way.entry)) {
         standPastEnd(position);
         way.current = false;
         way.entry = nextNonEmptyLeaf(file, position, &way.leaf);
-        if (way.entry == nullptr) return NOWHERE;
+        if (way.entry == nullptr) return nowhere(file);
         if (isEndMarker(way.entry)) return {IX_NOT_FOUND, nullptr};
     }
-    Arrival arrival = arriveAt(position, way.entry, sought);
+    Arrival arrival = arriveAt(file, position, way.entry, sought);
     if (way.current && arrival.entry != nullptr) notePlace(position, &way);
     return arrival;
 }
@@ -241,7 +242,7 @@ Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought
     }
     position->leafPage = leafPage;
     position->ordinal = ordinal;
-    Arrival arrival = arriveAt(position, entry, sought);
+    Arrival arrival = arriveAt(file, position, entry, sought);
     place.firstOfKey = position->place.firstOfKey;
     position->place = place;
     return arrival;

@@ -5,15 +5,21 @@ static bool pageExists(const OpenFile* file, int pageNumber)
     return pageNumber >= 0 && pageNumber < file->header.pagesInFile;
 }
 
+int inTrouble(OpenFile* file, int result)
+{
+    file->trouble = true;
+    return result;
+}
+
 int viewNode(OpenFile* file, int pageNumber, int level, NodeView* view)
 {
-    if (!pageExists(file, pageNumber)) return IX_DESCENT_FAILED;
+    if (!pageExists(file, pageNumber)) return inTrouble(file, IX_DESCENT_FAILED);
 
     PageView page = {};
     int result = cachedPageView(file, &page, pageNumber);
-    if (result != IX_OK) return result;
+    if (result != IX_OK) return inTrouble(file, result);
     *view = {page.page, page.content};
-    return nodeLevel(page.page) == level ? IX_OK : IX_DESCENT_FAILED;
+    return nodeLevel(page.page) == level ? IX_OK : inTrouble(file, IX_DESCENT_FAILED);
 }
 
 int readNode(OpenFile* file, int pageNumber, int level)
@@ -31,13 +37,13 @@ int readNode(OpenFile* file, int pageNumber, int level)
 
 int peekNode(OpenFile* file, int pageNumber, int level)
 {
-    if (!pageExists(file, pageNumber)) return IX_DESCENT_FAILED;
+    if (!pageExists(file, pageNumber)) return inTrouble(file, IX_DESCENT_FAILED);
 
     uint8_t* node = engineState.peekBuffer;
     int result = cachedPagePeek(file, node, pageNumber);
-    if (result != IX_OK) return result;
+    if (result != IX_OK) return inTrouble(file, result);
     node[NODE_PAGE_SIZE] = 0;
-    return nodeLevel(node) == level ? IX_OK : IX_DESCENT_FAILED;
+    return nodeLevel(node) == level ? IX_OK : inTrouble(file, IX_DESCENT_FAILED);
 }
 
 int writeNode(OpenFile* file, int pageNumber)

@@ -12,6 +12,9 @@ struct NodeView {
     uint64_t content; // the same number: the very same bytes; never 0
 };
 
+// Notes that the file is damaged or cannot be read, and returns the result.
+int inTrouble(OpenFile* file, int result);
+
 // IX_OK, an I/O code, or IX_DESCENT_FAILED when the page number lies outside the
 // file, the page is not sound or has another level than expected. A node that failed
 // must not be looked at.

@@ -15,7 +15,7 @@ struct Insertion {
     int page;  // of the node in the node buffer
     int level; // its level
     bool split;
-    int growthResult; // of a growth after the first split
+    int lateResult; // of what failed after the first split without being needed for it
     uint8_t entry[MAX_ENTRY_SIZE];
 };
 
@@ -66,6 +66,16 @@ static const uint8_t* divideNode(uint8_t* node, int page, int newPage, int* kept
     return last;
 }
 
+// Hands out a page. Once a node was split, a header that cannot be written now waits for the
+// end of the update: half of an insertion would leave a node that no branch knows.
+static int takePage(Insertion* insertion, int* pageNumber)
+{
+    int result = allocatePage(&insertion->tree->file, pageNumber);
+    if (result == IX_NOT_ALLOCATED || (result != IX_OK && !insertion->split)) return IX_PAGE_IO;
+    if (result != IX_OK) insertion->lateResult = result;
+    return IX_OK;
+}
+
 // Everything that a split of the node in the node buffer needs and that can be
 // refused, before anything is changed: pages, and a sound right neighbour, which is
 // left in the peek buffer.
@@ -78,14 +88,14 @@ static int prepareSplit(Insertion* insertion, int* newPage)
     if (grown != IX_OK) {
         // The pages for the splits above were there before the first one.
         if (!insertion->split) return grown;
-        insertion->growthResult = grown;
+        insertion->lateResult = grown;
     }
     int neighbour = nodeNextPage(engineState.nodeBuffer);
     if (neighbour == insertion->page) return IX_PAGE_IO;
     if (neighbour != NO_PAGE && peekNode(file, neighbour, insertion->level) != IX_OK) {
         return IX_PAGE_IO;
     }
-    return allocatePage(file, newPage) == IX_OK ? IX_OK : IX_PAGE_IO;
+    return takePage(insertion, newPage);
 }
 
 // Splits the overfull node and writes both halves and the right neighbour, which
@@ -121,7 +131,7 @@ static int addRoot(Insertion* insertion)
 {
     OpenFile* file = &insertion->tree->file;
     int rootPage = NO_PAGE;
-    if (allocatePage(file, &rootPage) != IX_OK) return IX_PAGE_IO;
+    if (takePage(insertion, &rootPage) != IX_OK) return IX_PAGE_IO;
 
     // Not the node that was split: it is a neighbour of the old root where a process
     // was killed between splitting that root and adding the one above it.
@@ -130,7 +140,10 @@ static int addRoot(Insertion* insertion)
     file->header.rootPage = rootPage;
     insertion->page = rootPage;
     int result = writeNode(file, rootPage);
-    return result != IX_OK ? result : writeHeader(file);
+    if (result != IX_OK) return result;
+    int written = headerChanged(file);
+    if (written != IX_OK) insertion->lateResult = written;
+    return IX_OK;
 }
 
 // Offset of the first entry of the node buffer that is greater than the entry on
@@ -208,5 +221,5 @@ int insertEntry(IndexFile* tree, int index, const uint8_t* newEntry)
 
     int written = writeNode(file, insertion.page);
     if (insertion.split) file->pending.headerDirty = true;
-    return written != IX_OK ? written : insertion.growthResult;
+    return written != IX_OK ? written : insertion.lateResult;
 }

@@ -4,6 +4,12 @@
 
 #include <limits>
 
+int headerChanged(OpenFile* file)
+{
+    file->pending.headerDirty = true;
+    return isExclusive(file) ? writeHeader(file) : IX_OK;
+}
+
 static int addZeroPage(OpenFile* file)
 {
     FileHeader* header = &file->header;
@@ -41,7 +47,7 @@ int allocatePage(OpenFile* file, int* pageNumber)
 {
     if (file->header.nextFreePage >= file->header.pagesInFile) return IX_NOT_ALLOCATED;
     *pageNumber = file->header.nextFreePage++;
-    return writeHeader(file) == IX_OK ? IX_OK : IX_NOT_ALLOCATED;
+    return headerChanged(file);
 }
 
 int takeSequenceNumber(OpenFile* file, int32_t* number)
@@ -51,7 +57,5 @@ int takeSequenceNumber(OpenFile* file, int32_t* number)
                   header->sequenceCounter == std::numeric_limits<int32_t>::max();
     if (usedUp) return IX_SHORT_WRITE; // the file is full
     *number = header->sequenceCounter++;
-    int result = writeHeader(file);
-    if (result != IX_OK) file->pending.headerDirty = true;
-    return result;
+    return headerChanged(file);
 }

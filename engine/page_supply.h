@@ -8,8 +8,13 @@
 // grow that far. Also left in the context's I/O error.
 int growFile(IndexFile* tree);
 
-// Hands out the next page into *pageNumber. 0, or IX_NOT_ALLOCATED when the header
-// could not be written or no counted page is left.
+// The header in memory has changed. In shared mode it is written at the end of the update,
+// before the pages that were handed out, else now: 0 or the write error, which leaves it to be
+// written later.
+int headerChanged(OpenFile* file);
+
+// Hands out the next page into *pageNumber. 0, IX_NOT_ALLOCATED when no counted page is left, or
+// as headerChanged, with the page handed out all the same.
 int allocatePage(OpenFile* file, int* pageNumber);
 
 // Hands out the next record number. 0, IX_SHORT_WRITE when all have been handed out, or why

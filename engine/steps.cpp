@@ -1,6 +1,7 @@
 #include "engine/steps.h"
 
-constexpr Arrival failed(int result) { return {result, nullptr}; }
+static Arrival failed(int result) { return {result, nullptr}; }
+static Arrival damaged(OpenFile* file) { return failed(inTrouble(file, IX_DESCENT_FAILED)); }
 
 // -- Along the leaf chain ----------------------------------------------------
 
@@ -19,7 +20,7 @@ Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
     }
     if (entry == nullptr) {
         *position = start; // the next step is to start there again
-        return failed(IX_DESCENT_FAILED);
+        return damaged(file);
     }
 
     position->removed = false;
@@ -28,7 +29,7 @@ Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
         return failed(IX_NOT_FOUND);
     }
     bool ordered = check == ANY_KEY || compareWithSegments(entry, &before) > 0;
-    if (!ordered) return failed(IX_DESCENT_FAILED);
+    if (!ordered) return damaged(file);
     standOn(position, entry);
     return {IX_OK, entry};
 }
@@ -48,7 +49,7 @@ static Arrival lastOfPreviousLeaf(OpenFile* file, Position* position, NodeView* 
             return {IX_OK, entryAt(leaf->node, last)};
         }
     }
-    return failed(IX_DESCENT_FAILED);
+    return damaged(file);
 }
 
 // The entry before the one at the position, or the one at it after a removal, which has
@@ -58,7 +59,7 @@ static Arrival entryBefore(OpenFile* file, Position* position, NodeView* leaf, b
     if (!alreadyBack && position->ordinal != -1) --position->ordinal;
     if (position->ordinal == -1) return lastOfPreviousLeaf(file, position, leaf);
     // The leaf may have fewer entries than the position says.
-    if (position->ordinal >= nodeCount(leaf->node)) return failed(IX_DESCENT_FAILED);
+    if (position->ordinal >= nodeCount(leaf->node)) return damaged(file);
     return {IX_OK, entryAt(leaf->node, position->ordinal)};
 }
 
@@ -85,7 +86,7 @@ Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check)
     // A position that rests before its key may have that very key again.
     int order = compareWithSegments(arrival.entry, &before);
     bool ordered = check == ANY_KEY || order < 0 || (order == 0 && alreadyBack);
-    if (!ordered) return failed(IX_DESCENT_FAILED);
+    if (!ordered) return damaged(file);
     standOn(position, arrival.entry);
     return arrival;
 }

@@ -24,6 +24,7 @@ static int acquireFileLock(OpenFile* file, bool exclusive)
     if (result != IX_OK) return result;
     file->sharing.fileLock = LOCKED;
     file->sharing.exclusively = exclusive;
+    file->pending.announced = false;
     return IX_OK;
 }
 
@@ -35,24 +36,14 @@ static int refreshHeader(OpenFile* file)
     uint8_t record[HEADER_SIZE];
     int result = readHeader(file, record);
     if (result != IX_OK) return result;
-    bool untouched = headerChangeCounter(record) == file->counterInFile;
+    bool untouched = headerChangeCounter(record) == file->headerInFile.changeCounter;
     if (file->pending.flushFailed && untouched) return IX_OK;
     file->pending.flushFailed = false;
     acceptChangeCounter(file, record);
     return loadHeader(file, record) ? IX_OK : IX_DESCENT_FAILED;
 }
 
-static int flushChanges(OpenFile* file)
-{
-    if (file->pending.headerDirty) {
-        int result = writeHeader(file);
-        if (result != IX_OK) return result;
-    }
-    return flushFile(file);
-}
-
-// Opens the outermost bracket in shared mode. A failure leaves nothing held.
-static int lockAndRefresh(OpenFile* file, bool exclusive)
+static int tryToLockAndRefresh(OpenFile* file, bool exclusive)
 {
     // Changes that wait for being written are written under the exclusive lock.
     if (acquireFileLock(file, exclusive || file->pending.flushFailed) != IX_OK) {
@@ -68,9 +59,17 @@ static int lockAndRefresh(OpenFile* file, bool exclusive)
         // With a new change counter, for others may have read the old pages under
         // the one that was written before them.
         file->pending.headerDirty = true;
-        if (flushChanges(file) == IX_OK) file->pending.flushFailed = false;
+        if (writeChanges(file) == IX_OK) file->pending.flushFailed = false;
     }
     return IX_OK;
+}
+
+// Opens the outermost bracket in shared mode. A failure leaves nothing held.
+static int lockAndRefresh(OpenFile* file, bool exclusive)
+{
+    int result = tryToLockAndRefresh(file, exclusive);
+    if (result != IX_OK) file->trouble = true;
+    return result;
 }
 
 // A lock that a failed release left behind may be of the wrong kind and hides what
@@ -133,6 +132,7 @@ int ixBeginUpdate(OpenFile* file)
             return IX_FILE_LOCK;
         }
     }
+    if (file->sharing.updateNesting == 0) ++file->sharing.updates;
     ++file->sharing.updateNesting;
     return IX_OK;
 }
@@ -143,7 +143,7 @@ int ixEndUpdate(OpenFile* file)
     if (file->sharing.updateNesting != 0) return IX_OK;
     if (isExclusive(file)) return makeDurable();
 
-    int result = flushChanges(file);
+    int result = writeChanges(file);
     file->pending.flushFailed = result != IX_OK;
     if (file->sharing.readNesting == 0 && file->sharing.fileLock == LOCKED) {
         int released = releaseFileLock(file);
@@ -155,6 +155,8 @@ int ixEndUpdate(OpenFile* file)
     }
     return result;
 }
+
+int ixWriteOut(OpenFile* file) { return isExclusive(file) ? IX_OK : writeChanges(file); }
 
 int beginOpen(OpenFile* file)
 {
@@ -169,7 +171,7 @@ int endOpen(OpenFile* file)
 {
     --file->sharing.updateNesting;
     if (isExclusive(file)) return makeDurable();
-    int flushed = flushChanges(file);
+    int flushed = writeChanges(file);
     int released = releaseFileLock(file);
     return resultOf(flushed, released);
 }

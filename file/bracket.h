@@ -22,6 +22,10 @@ int ixBeginUpdate(OpenFile* file);
 int ixEndRead(OpenFile* file);
 int ixEndUpdate(OpenFile* file);
 
+// Inside an update: what was changed so far reaches the file before what is changed from here
+// on. Of the writes of an update that is cut short the file holds a prefix. 0 or a write error.
+int ixWriteOut(OpenFile* file);
+
 // The pair of the open itself. beginOpen refreshes no header: IX_OK or IX_LOCK_FAILED. endOpen
 // writes what was changed and releases the lock in any case: IX_OK or the first error.
 int beginOpen(OpenFile* file);

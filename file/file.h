@@ -65,7 +65,7 @@ bool mayWrite(const OpenFile* file);
 // 0, IX_PAGE_IO or IX_SHORT_WRITE; not through the cache: for growing the file.
 int writePage(int descriptor, const uint8_t* page, int pageNumber);
 
-// -- Page cache (page_cache.cpp) ---------------------------------------------
+// -- Page cache (page_cache.cpp, flush.cpp) ----------------------------------
 
 constexpr int CACHE_BLOCKS = 1000;
 
@@ -84,8 +84,12 @@ const uint8_t* lastPageIfContent(uint64_t content);
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber);
 // 0 or an I/O code. Expects a sound page.
 int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber);
-// Write the descriptor's dirty blocks, most recently used first. 0 or the first write error.
+// Write the descriptor's dirty blocks in the order described in flush.cpp. 0 or the first write
+// error.
 int flushFile(OpenFile* file);
 int flushAndFreeFile(OpenFile* file);
+// Writes header and pages, as far as they differ from the file's, in that order. 0 or the first
+// write error.
+int writeChanges(OpenFile* file);
 // Frees every block of the descriptor, dirty or not.
 void dropFile(int descriptor);

@@ -17,7 +17,9 @@ struct CacheBlock {
     CacheBlock* next;   // used less recently, or null
     uint8_t page[NODE_PAGE_SIZE];
     uint8_t endMarker;    // 0: ends the entries of a full page
+    bool fresh;           // dirty, and nothing in the file refers to the page
     uint64_t content;     // no other content of any block has had this number
+    uint64_t firstChange; // while dirty: the content that its first change has made
     CacheBlock* previous; // used more recently, or null
     CacheBlock* bucketNext;
     CacheBlock* fileNext;
@@ -38,9 +40,10 @@ struct PageCache {
     CacheBlock* dirtyHead; // most recently used of the dirty ones
     CacheBlock* freeHead;  // freed last
     CacheBlock* buckets[CACHE_BUCKETS];
-    CacheBlock* files[CACHE_FILES]; // by descriptor
-    uint64_t contents;              // contents numbered so far
-    bool built;                     // false until the first cached read or write of the process
+    CacheBlock* files[CACHE_FILES];    // by descriptor
+    uint64_t contents;                 // contents numbered so far
+    bool built;                        // false until the first cached read or write of the process
+    CacheBlock* toWrite[CACHE_BLOCKS]; // while a file is flushed: its dirty blocks
 };
 
 struct FileState {

@@ -47,7 +47,8 @@ int writeHeader(OpenFile* file)
     if (count < 0) return failWith(IX_PAGE_IO);
     if (count != HEADER_SIZE) return failWith(IX_SHORT_WRITE);
     file->pending.headerDirty = false;
-    file->counterInFile = file->header.changeCounter;
+    file->pending.announced = true;
+    file->headerInFile = file->header;
     return IX_OK;
 }
 
@@ -57,6 +58,8 @@ bool loadHeader(OpenFile* file, const uint8_t* record)
     if (!headerIsSound(&header)) return false;
     header.changeCounter = file->header.changeCounter;
     file->header = header;
+    header.changeCounter = file->headerInFile.changeCounter;
+    file->headerInFile = header;
     file->pending.headerDirty = false;
     return true;
 }
@@ -66,9 +69,10 @@ void acceptChangeCounter(OpenFile* file, const uint8_t* record)
     uint32_t counter = headerChangeCounter(record);
     // After a header write that failed, others can count the file up to the number
     // that this context has reached alone.
-    if (counter == file->header.changeCounter && counter == file->counterInFile) return;
+    if (counter == file->header.changeCounter && counter == file->headerInFile.changeCounter)
+        return;
     file->header.changeCounter = counter;
-    file->counterInFile = counter;
+    file->headerInFile.changeCounter = counter;
     dropFile(file->descriptor);
 }
 

@@ -25,6 +25,7 @@ constexpr char OPEN_LETTERS[] = "ORVANE98";
 // What an update leaves to be written, and what became of it.
 struct PendingChanges {
     bool headerDirty;  // the header in memory differs from the file's
+    bool announced;    // the file has had a new change counter since this context locked it
     bool fileExtended; // the file was grown during the current update
     bool flushFailed;  // changes could not be written at the end of an update and wait in
                        // the cache for the next bracket
@@ -39,19 +40,21 @@ struct Sharing {
     bool exclusively; // that it holds it exclusively: else nothing may be written
     uint8_t readNesting;
     uint8_t updateNesting;
+    uint32_t updates; // outermost updates begun so far
 };
 
 struct OpenFile {
     OpenMarks marks;
     int32_t descriptor;
-    uint8_t openMode; // OPEN_SHARED, OPEN_EXCLUSIVE
-    bool readOnly;    // opened with read-only access
-    FileHeader header;
-    // The change counter that the file is known to hold. A header write that failed leaves
-    // the one in the header ahead of it.
-    uint32_t counterInFile;
+    uint8_t openMode;        // OPEN_SHARED, OPEN_EXCLUSIVE
+    bool readOnly;           // opened with read-only access
+    FileHeader header;       // as this context has it
+    FileHeader headerInFile; // as the file is known to have it
     PendingChanges pending;
     Sharing sharing;
+    // A page could not be read, or is damaged; a lock could not be had. Whoever wants to know
+    // clears this and asks, for not every result tells it.
+    bool trouble;
 };
 
 inline bool isExclusive(const OpenFile* file) { return file->openMode == OPEN_EXCLUSIVE; }

@@ -7,14 +7,13 @@
 //      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
 //      free block is never dirty.
 //   3. No two blocks hold the same page.
-//   4. The victim is always the last place of the list of use, its block free or not,
-//      and the dirty blocks stand in the order of use: the order in which pages are
-//      written back depends on the order of use alone. Which free block stands in a
-//      place has no effect: the one freed last is used, whose bytes are near.
+//   4. The victim is the last clean block of the list of use, free ones included. Which
+//      free block stands in a place has no effect: the one freed last is used, whose bytes
+//      are near.
 //   5. The free blocks stand in a list of their own, linked by bucketNext.
 //   6. A page in a block has passed nodeIsSound.
 #include "file/file.h"
-#include "file/file_state.h"
+#include "file/flush.h"
 #include "file/header_and_pages.h"
 
 #include <cassert>
@@ -70,10 +69,11 @@ static CacheBlock** fileListOf(int descriptor)
     return &fileState.cache.files[descriptor & (CACHE_FILES - 1)];
 }
 
-static void setClean(CacheBlock* block)
+void setClean(CacheBlock* block)
 {
     if (block->dirty == 0) return;
     block->dirty = 0;
+    block->fresh = false;
     if (block->dirtyNext != nullptr) block->dirtyNext->dirtyPrevious = block->dirtyPrevious;
     if (block->dirtyPrevious != nullptr) {
         block->dirtyPrevious->dirtyNext = block->dirtyNext;
@@ -82,10 +82,9 @@ static void setClean(CacheBlock* block)
     }
 }
 
-// Expects the block to be the one used last.
 static void setDirty(CacheBlock* block)
 {
-    setClean(block);
+    if (block->dirty != 0) return;
     PageCache* cache = &fileState.cache;
     block->dirty = 1;
     block->dirtyPrevious = nullptr;
@@ -96,12 +95,12 @@ static void setDirty(CacheBlock* block)
 
 #if !defined(NDEBUG)
 // Asserts invariants 1, 2, 4 and 5 over all blocks.
-static void assertInvariants()
+void assertCacheInvariants()
 {
     const PageCache* cache = &fileState.cache;
     int blocks = 0;
     int freeBlocks = 0;
-    const CacheBlock* dirty = cache->dirtyHead;
+    int dirtyBlocks = 0;
     const CacheBlock* before = nullptr;
     for (const CacheBlock* block = cache->head; block != nullptr; block = block->next) {
         assert(block->previous == before && ++blocks <= CACHE_BLOCKS);
@@ -109,19 +108,21 @@ static void assertInvariants()
         freeBlocks += isFree ? 1 : 0;
         assert(!isFree || block->dirty == 0);
         assert(isFree || findBlock(block->descriptor, block->pageNumber) == block);
-        assert((block->dirty != 0) == (block == dirty));
-        if (block->dirty != 0) dirty = block->dirtyNext;
+        dirtyBlocks += block->dirty != 0 ? 1 : 0;
         before = block;
     }
     assert(before == cache->tail && blocks == (cache->built ? CACHE_BLOCKS : 0));
-    assert(dirty == nullptr);
+    for (const CacheBlock* block = cache->dirtyHead; block != nullptr; block = block->dirtyNext) {
+        assert(block->dirty != 0 && --dirtyBlocks >= 0);
+    }
+    assert(dirtyBlocks == 0);
     for (const CacheBlock* block = cache->freeHead; block != nullptr; block = block->bucketNext) {
         assert(block->descriptor == -1 && --freeBlocks >= 0);
     }
     assert(freeBlocks == 0);
 }
 #else
-static void assertInvariants() {}
+void assertCacheInvariants() {}
 #endif
 
 // Makes the block free; its place in the list of use stays.
@@ -175,15 +176,6 @@ static void moveToHead(CacheBlock* block)
     block->next = cache->head;
     cache->head->previous = block;
     cache->head = block;
-    if (block->dirty != 0) setDirty(block);
-}
-
-static int writeBack(CacheBlock* block)
-{
-    if (block->descriptor == -1 || block->dirty == 0) return IX_OK;
-    int result = writePage(block->descriptor, block->page, block->pageNumber);
-    if (result == IX_OK) setClean(block);
-    return result;
 }
 
 // A page access outside the file lock, which no operation makes: whatever another
@@ -224,29 +216,43 @@ static CacheBlock* moveFreeToHead()
     return block;
 }
 
-// Makes the block of the page the one used last: the page's own or else, *found tells,
-// a free one in the place of the least recently used one. 0 or the error of writing
-// that one back, which is the one used last then.
-static int lookup(int descriptor, int pageNumber, bool* found, CacheBlock** target)
+// The block to give up for another page: the least recently used one that is clean. Dirty
+// ones are written in the order of their file, not for want of room; null when all are.
+static CacheBlock* findVictim()
+{
+    CacheBlock* block = fileState.cache.tail;
+    while (block != nullptr && block->dirty != 0) {
+        block = block->previous;
+    }
+    return block;
+}
+
+// Makes the block of the page the one used last: the page's own or else, *found tells, a free
+// one in the place of the one given up for it. 0 or the error of writing pages to make room.
+static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** target)
 {
     buildList();
-    CacheBlock* block = findBlock(descriptor, pageNumber);
+    CacheBlock* block = findBlock(file->descriptor, pageNumber);
     *found = block != nullptr;
     if (*found) {
         moveToHead(block);
         *target = block;
         return IX_OK;
     }
-    CacheBlock* victim = fileState.cache.tail;
-    if (victim->descriptor != -1) {
-        int result = writeBack(victim);
-        if (result != IX_OK) {
-            moveToHead(victim);
-            return result;
-        }
-        freeBlock(victim);
+    if (fileState.cache.tail->descriptor == -1) {
+        *target = moveFreeToHead();
+        return IX_OK;
     }
-    *target = moveFreeToHead();
+    CacheBlock* victim = findVictim();
+    if (victim == nullptr && mayWrite(file)) {
+        int result = writeChanges(file);
+        if (result != IX_OK) return result;
+        victim = findVictim();
+    }
+    if (victim == nullptr) return failWith(IX_PAGE_IO);
+    freeBlock(victim);
+    moveToHead(victim);
+    *target = victim;
     return IX_OK;
 }
 
@@ -264,7 +270,7 @@ static int bringPage(OpenFile* file, int pageNumber)
     checkHeaderOutsideLock(file);
     bool found = false;
     CacheBlock* block = nullptr;
-    int result = lookup(file->descriptor, pageNumber, &found, &block);
+    int result = lookup(file, pageNumber, &found, &block);
     if (found || result != IX_OK) return result;
     result = readSoundPage(file->descriptor, block->page, pageNumber);
     if (result != IX_OK) return result;
@@ -302,49 +308,22 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
     file->pending.headerDirty = true;
     bool found = false;
     CacheBlock* block = nullptr;
-    int result = lookup(file->descriptor, pageNumber, &found, &block);
+    int result = lookup(file, pageNumber, &found, &block);
     if (result != IX_OK) return result;
     if (!found) bindBlock(block, file->descriptor, pageNumber);
     memcpy(block->page, page, NODE_PAGE_SIZE);
     block->content = ++fileState.cache.contents;
+    if (block->dirty == 0) {
+        block->firstChange = block->content;
+        block->fresh = pageNumber >= file->headerInFile.nextFreePage;
+    }
     setDirty(block);
     return isExclusive(file) ? writeBack(block) : IX_OK;
 }
 
-// Writes the dirty blocks of the file, most recently used first. 0 or the first error.
-static int writeDirtyBlocks(int descriptor)
-{
-    CacheBlock* block = fileState.cache.dirtyHead;
-    while (block != nullptr) {
-        CacheBlock* next = block->dirtyNext;
-        if (block->descriptor == descriptor) {
-            int result = writeBack(block);
-            if (result != IX_OK) return result;
-        }
-        block = next;
-    }
-    return IX_OK;
-}
-
-int flushFile(OpenFile* file)
-{
-    assertInvariants();
-    int result = writeDirtyBlocks(file->descriptor);
-    if (result != IX_OK) return result;
-    return makeDurable();
-}
-
-int flushAndFreeFile(OpenFile* file)
-{
-    int result = writeDirtyBlocks(file->descriptor);
-    if (result != IX_OK) return result;
-    dropFile(file->descriptor);
-    return makeDurable();
-}
-
 void dropFile(int descriptor)
 {
-    assertInvariants();
+    assertCacheInvariants();
     CacheBlock* block = *fileListOf(descriptor);
     while (block != nullptr) {
         CacheBlock* next = block->fileNext;

@@ -20,34 +20,56 @@ static const LayoutEntry* nextKey(ImageWalk* walk, char* scratch)
     return nullptr;
 }
 
-int addKeyEntries(IndexFile* tree, const uint8_t* image, int32_t number, const LayoutEntry* layout,
-                  int length)
+static ImageWalk startWalk(const RecordImage* image)
+{
+    return startImageWalk(image->bytes, image->layout, image->length);
+}
+
+// The lowest number above the given one under which the key string is entered. IX_SAME_KEY with
+// the number, IX_NOT_FOUND or a failure.
+static int nextHolder(IndexFile* tree, int index, const char* key, int32_t* number)
+{
+    if (*number == INT32_MAX) return IX_NOT_FOUND;
+    int result = ixInnerFind(tree, index, key, *number + 1, nullptr, 0);
+    if (result == IX_GREATER_KEY) return IX_NOT_FOUND;
+    *number = tree->found.number;
+    return result == IX_OK ? IX_SAME_KEY : result;
+}
+
+int checkUniqueKeys(IndexFile* tree, const RecordImage* image, int32_t owner)
 {
     char key[KEY_SCRATCH_SIZE];
-    ImageWalk walk = startImageWalk(image, layout, length);
+    ImageWalk walk = startWalk(image);
     while (const LayoutEntry* entry = nextKey(&walk, key)) {
-        int result = IX_OK;
-        if (entry->duplicates == DUPLICATES) {
-            result = ixAdd(tree, entry->indexNumber, key, number, nullptr, 0);
-            if (result == IX_EXISTS) result = IX_OK; // exactly this entry
-        } else {
-            result = ixAddUnique(tree, entry->indexNumber, key, number, nullptr, 0);
+        if (entry->duplicates == DUPLICATES) continue;
+        int32_t holder = 0;
+        int result = IX_SAME_KEY;
+        while (result == IX_SAME_KEY) {
+            result = nextHolder(tree, entry->indexNumber, key, &holder);
+            if (result == IX_SAME_KEY && holder != owner) return IX_EXISTS;
         }
-        if (result != IX_OK) return result;
+        if (result != IX_NOT_FOUND) return result;
     }
     return walk.damaged ? IX_DAMAGED_IMAGE : IX_OK;
 }
 
-int removeKeyEntries(IndexFile* tree, const uint8_t* image, int32_t number,
-                     const LayoutEntry* layout, int length)
+int addKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
 {
-    int result = checkImage(image, layout, length);
-    if (result != IX_OK) return result;
-
     char key[KEY_SCRATCH_SIZE];
-    ImageWalk walk = startImageWalk(image, layout, length);
+    ImageWalk walk = startWalk(image);
     while (const LayoutEntry* entry = nextKey(&walk, key)) {
-        result = ixDelete(tree, entry->indexNumber, key, number);
+        int result = ixAdd(tree, entry->indexNumber, key, number, nullptr, 0);
+        if (result != IX_OK && result != IX_EXISTS) return result; // exactly this entry exists
+    }
+    return walk.damaged ? IX_DAMAGED_IMAGE : IX_OK;
+}
+
+int removeKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
+{
+    char key[KEY_SCRATCH_SIZE];
+    ImageWalk walk = startWalk(image);
+    while (const LayoutEntry* entry = nextKey(&walk, key)) {
+        int result = ixDelete(tree, entry->indexNumber, key, number);
         if (result != IX_OK && result != IX_NOT_FOUND) return result;
     }
     return IX_OK;
@@ -76,19 +98,22 @@ static bool takeReleasedNumber(IndexFile* tree, int32_t* number)
     return taken;
 }
 
-int allocateRecordNumber(IndexFile* tree, int32_t* number)
+int allocateRecordNumber(RecordFile* job, int32_t* number)
 {
+    IndexFile* tree = &job->tree;
+    bool mayReuse = job->releasedInUpdate != tree->file.sharing.updates;
     // A process that was killed may have left a number both released and in use:
     // such a number is only taken out.
-    while (takeReleasedNumber(tree, number)) {
+    while (mayReuse && takeReleasedNumber(tree, number)) {
         if (!numberIsInUse(tree, *number)) return IX_OK;
     }
     return ixNextSequence(tree, number);
 }
 
-int releaseRecordNumber(IndexFile* tree, int32_t number)
+int releaseRecordNumber(RecordFile* job, int32_t number)
 {
+    job->releasedInUpdate = job->tree.file.sharing.updates;
     // A process that was killed may have released it already.
-    int result = ixAdd(tree, FREE_NUMBER_INDEX, "", number, nullptr, 0);
+    int result = ixAdd(&job->tree, FREE_NUMBER_INDEX, "", number, nullptr, 0);
     return result == IX_EXISTS ? IX_OK : result;
 }

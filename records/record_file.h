@@ -14,6 +14,7 @@ struct RecordFile {
     uint8_t recordTypeByte;      // of the image read last; goes into images stored
     int32_t currentRecordNumber; // record found last, or NO_RECORD
     int32_t lockedRecordNumber;  // record locked for an update, or NO_RECORD
+    uint32_t releasedInUpdate;   // the outermost update in which a number was released last
 };
 
 inline OpenFile* fileOf(RecordFile* job) { return &job->tree.file; }

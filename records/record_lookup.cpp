@@ -10,6 +10,7 @@ int recordOpen(RecordFile* job, const char* path, uint8_t* recordBuffer, int32_t
     if (result != IX_OK) return result;
     job->currentRecordNumber = NO_RECORD;
     job->lockedRecordNumber = NO_RECORD;
+    job->releasedInUpdate = 0;
     job->recordBuffer = recordBuffer;
     job->recordBufferSize = recordBufferSize;
     return IX_OK;

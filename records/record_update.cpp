@@ -27,37 +27,54 @@ static int endWith(RecordFile* job, int result)
 
 // -- Add ---------------------------------------------------------------------
 
-// Takes back a record number that was allocated, unless a record is stored under it.
-static void undoAdd(RecordFile* job, LayoutEntry* layout, int32_t number, int length, bool inUse)
+// Takes back what was stored of a record under its new number. What fails here is left behind:
+// data that nothing refers to.
+static void takeBack(RecordFile* job, const RecordImage* image, int32_t number)
 {
-    removeKeyEntries(&job->tree, job->recordBuffer, number, layout, length);
-    if (!inUse) releaseRecordNumber(&job->tree, number);
+    removeKeyEntries(&job->tree, image, number);
+    ixDelete(&job->tree, DATA_INDEX, "", number);
+    releaseRecordNumber(job, number);
 }
 
-// Packs, numbers and stores the record of the layout's variables.
-static int addWithinUpdate(RecordFile* job, LayoutEntry* layout)
+// Stores an image under a number that was handed out for it: the data, and when these have
+// reached the file the keys that refer to them.
+static int storeUnderNumber(RecordFile* job, const RecordImage* image, int32_t number,
+                            int32_t replaced)
 {
-    // Before a number is taken, so that a record that does not fit costs none.
-    uint8_t* image = job->recordBuffer;
-    int length = packRecord(image, layout, job->recordTypeByte, job->recordBufferSize);
-    if (length == IMAGE_DOES_NOT_FIT) return IX_RECORD_TOO_LONG;
-
-    int32_t number = 0;
-    int result = allocateRecordNumber(&job->tree, &number);
-    if (result != IX_OK) return result;
-
-    result = addKeyEntries(&job->tree, image, number, layout, length);
+    IndexFile* tree = &job->tree;
+    int result = checkUniqueKeys(tree, image, replaced);
     if (result != IX_OK) {
-        undoAdd(job, layout, number, length, false);
+        releaseRecordNumber(job, number);
         return result;
     }
-    result = ixAdd(&job->tree, DATA_INDEX, "", number, image, static_cast<uint32_t>(length));
+    result =
+        ixAdd(tree, DATA_INDEX, "", number, image->bytes, static_cast<uint32_t>(image->length));
     if (result != IX_OK) {
-        undoAdd(job, layout, number, length, result == IX_EXISTS);
+        // A number under which something is stored is not free.
+        if (result != IX_EXISTS) releaseRecordNumber(job, number);
         return IX_NO_DATA_ENTRY;
     }
-    job->currentRecordNumber = number;
-    return IX_OK;
+    result = ixWriteOut(&tree->file);
+    if (result == IX_OK) result = addKeyEntries(tree, image, number);
+    if (result != IX_OK) takeBack(job, image, number);
+    return result;
+}
+
+// Packs, numbers and stores the record of the layout's variables. It may have the unique keys
+// of the record that it replaces.
+static int addWithinUpdate(RecordFile* job, LayoutEntry* layout, int32_t replaced)
+{
+    // Before a number is taken, so that a record that does not fit costs none.
+    int length = packRecord(job->recordBuffer, layout, job->recordTypeByte, job->recordBufferSize);
+    if (length == IMAGE_DOES_NOT_FIT) return IX_RECORD_TOO_LONG;
+    RecordImage image = {job->recordBuffer, layout, length};
+
+    int32_t number = 0;
+    int result = allocateRecordNumber(job, &number);
+    if (result != IX_OK) return result;
+    result = storeUnderNumber(job, &image, number, replaced);
+    if (result == IX_OK) job->currentRecordNumber = number;
+    return result;
 }
 
 int recordAdd(RecordFile* job, LayoutEntry* layout)
@@ -67,7 +84,7 @@ int recordAdd(RecordFile* job, LayoutEntry* layout)
     int checked = checkLayoutForWrite(layout);
     if (checked != IX_OK) return withStatus(&job->tree, checked);
     if (ixBeginUpdate(fileOf(job)) != IX_OK) return withStatus(&job->tree, IX_FILE_LOCK);
-    return endWith(job, addWithinUpdate(job, layout));
+    return endWith(job, addWithinUpdate(job, layout, NO_RECORD));
 }
 
 // -- Delete ------------------------------------------------------------------
@@ -103,6 +120,13 @@ static int readStoredImage(RecordFile* job, int32_t number)
     return complete ? IX_OK : IX_DAMAGED_IMAGE;
 }
 
+// The image that readStoredImage has left in the record buffer.
+static RecordImage storedImage(const RecordFile* job, const LayoutEntry* layout)
+{
+    return {job->recordBuffer, layout, static_cast<int>(job->tree.found.recordLength)};
+}
+
+// The keys go first: a process that is killed on the way leaves no key without its record.
 static int deleteWithinUpdate(RecordFile* job, LayoutEntry* layout)
 {
     int lockCheck = checkCurrentRecordLock(job);
@@ -112,11 +136,12 @@ static int deleteWithinUpdate(RecordFile* job, LayoutEntry* layout)
     int result = readStoredImage(job, number);
     if (result != IX_OK) return result;
 
-    int length = static_cast<int>(job->tree.found.recordLength);
-    result = removeKeyEntries(&job->tree, job->recordBuffer, number, layout, length);
+    RecordImage image = storedImage(job, layout);
+    result = checkImage(image.bytes, layout, image.length);
+    if (result == IX_OK) result = removeKeyEntries(&job->tree, &image, number);
     if (result == IX_OK) result = ixLockRecord(&job->tree, DATA_INDEX);
     if (result == IX_OK) result = ixDeleteCurrent(&job->tree, DATA_INDEX);
-    if (result == IX_OK) result = releaseRecordNumber(&job->tree, number);
+    if (result == IX_OK) result = releaseRecordNumber(job, number);
     job->currentRecordNumber = NO_RECORD;
     job->lockedRecordNumber = NO_RECORD;
     return result;
@@ -133,22 +158,37 @@ int recordDeleteCurrent(RecordFile* job, LayoutEntry* layout)
 
 // -- Update ------------------------------------------------------------------
 
-// Enters the keys of the image stored under the old number again, however many of
-// them are still there.
-static int restoreKeys(RecordFile* job, LayoutEntry* layout, int32_t number)
+// Removes the keys of the record stored under the old number, of which the image has been found
+// sound before.
+static int removeOldKeys(RecordFile* job, const LayoutEntry* oldLayout, int32_t oldNumber)
 {
-    int result = readStoredImage(job, number);
+    int result = readStoredImage(job, oldNumber);
     if (result != IX_OK) return result;
-    int length = static_cast<int>(job->tree.found.recordLength);
-    removeKeyEntries(&job->tree, job->recordBuffer, number, layout, length);
-    return addKeyEntries(&job->tree, job->recordBuffer, number, layout, length);
+    RecordImage image = storedImage(job, oldLayout);
+    return removeKeyEntries(&job->tree, &image, oldNumber);
+}
+
+// After a removal of old keys that failed: enters them again and takes the new record back.
+static void returnToOldRecord(RecordFile* job, const LayoutEntry* oldLayout, int32_t oldNumber,
+                              const LayoutEntry* layout)
+{
+    if (readStoredImage(job, oldNumber) == IX_OK) {
+        RecordImage image = storedImage(job, oldLayout);
+        addKeyEntries(&job->tree, &image, oldNumber);
+    }
+    int32_t newNumber = job->currentRecordNumber;
+    if (readStoredImage(job, newNumber) == IX_OK) {
+        RecordImage image = storedImage(job, layout);
+        takeBack(job, &image, newNumber);
+    }
+    job->currentRecordNumber = oldNumber;
 }
 
 // Removes the record under the old number, whose keys are gone already.
 static int removeOldRecord(RecordFile* job, int32_t number)
 {
     if (ixDelete(&job->tree, DATA_INDEX, "", number) != IX_OK) return IX_OLD_DATA_KEPT;
-    return releaseRecordNumber(&job->tree, number);
+    return releaseRecordNumber(job, number);
 }
 
 // The lock of the old record goes over to the new one.
@@ -165,31 +205,30 @@ static int moveRecordLock(RecordFile* job, int32_t oldNumber)
 }
 
 // The rewrite itself, with the internal-call flag set: its steps keep the record locks of
-// the indexes that they touch.
-static int rewriteRecord(RecordFile* job, LayoutEntry* layout, int lockCheck)
+// the indexes that they touch. The new record comes first, then its keys take the place of the
+// old ones, and when that has reached the file the old record goes.
+static int rewriteRecord(RecordFile* job, const LayoutEntry* oldLayout, LayoutEntry* layout,
+                         int lockCheck)
 {
     int32_t oldNumber = job->currentRecordNumber;
-    int result = readStoredImage(job, oldNumber);
-    if (result != IX_OK) return IX_NO_DATA_ENTRY;
+    if (readStoredImage(job, oldNumber) != IX_OK) return IX_NO_DATA_ENTRY;
+    RecordImage old = storedImage(job, oldLayout);
+    if (checkImage(old.bytes, oldLayout, old.length) != IX_OK) return IX_KEYS_NOT_REMOVED;
 
-    int length = static_cast<int>(job->tree.found.recordLength);
-    result = removeKeyEntries(&job->tree, job->recordBuffer, oldNumber, layout, length);
-    if (result == IX_OTHER_LAYOUT || result == IX_DAMAGED_IMAGE) return IX_KEYS_NOT_REMOVED;
-    if (result != IX_OK) {
-        restoreKeys(job, layout, oldNumber);
+    int result = addWithinUpdate(job, layout, oldNumber);
+    if (result != IX_OK) return result;
+    if (removeOldKeys(job, oldLayout, oldNumber) != IX_OK) {
+        returnToOldRecord(job, oldLayout, oldNumber, layout);
         return IX_KEYS_NOT_REMOVED;
     }
-    result = recordAdd(job, layout);
-    if (result != IX_OK) {
-        int restored = restoreKeys(job, layout, oldNumber);
-        return restored != IX_OK ? restored : result;
-    }
-    result = removeOldRecord(job, oldNumber);
+    result = ixWriteOut(fileOf(job));
+    if (result == IX_OK) result = removeOldRecord(job, oldNumber);
     if (result == IX_OK && lockCheck == IX_LOCKED_HERE) result = moveRecordLock(job, oldNumber);
     return result;
 }
 
-int recordUpdateCurrent(RecordFile* job, LayoutEntry* layout)
+// IX_OK with an update begun for changing the current record, else why not.
+static int beginChange(RecordFile* job, const LayoutEntry* layout)
 {
     if (!contextIsOpen(&job->tree)) return IX_NOT_OPEN;
     if (isReadOnly(job)) return refuseReadOnly(job, READ_ONLY_UPDATE);
@@ -197,13 +236,44 @@ int recordUpdateCurrent(RecordFile* job, LayoutEntry* layout)
     if (checked != IX_OK) return withStatus(&job->tree, checked);
     if (job->currentRecordNumber == NO_RECORD) return withStatus(&job->tree, IX_NO_CURRENT);
     if (ixBeginUpdate(fileOf(job)) != IX_OK) return withStatus(&job->tree, IX_FILE_LOCK);
+    return IX_OK;
+}
 
-    int result = checkCurrentRecordLock(job);
+int recordReplaceCurrent(RecordFile* job, const LayoutEntry* oldLayout, LayoutEntry* layout)
+{
+    int result = beginChange(job, layout);
+    if (result != IX_OK) return result;
+    result = checkCurrentRecordLock(job);
     if (mayChange(result)) {
         int32_t internalCall = job->tree.internalCall;
         job->tree.internalCall = 1;
-        result = rewriteRecord(job, layout, result);
+        result = rewriteRecord(job, oldLayout, layout, result);
         job->tree.internalCall = internalCall;
     }
     return endWith(job, result);
+}
+
+// The new record first; then the key that leads nowhere and what may be left of the data.
+static int replaceLost(RecordFile* job, int index, LayoutEntry* layout)
+{
+    int32_t lost = job->currentRecordNumber;
+    char key[KEY_BUFFER_SIZE];
+    copyText(key, sizeof key, keyAtPosition(job, index));
+    int result = addWithinUpdate(job, layout, lost);
+    if (result == IX_OK) result = ixInnerDelete(&job->tree, index, key, lost);
+    if (result == IX_OK) result = ixWriteOut(fileOf(job));
+    if (result != IX_OK) return result;
+    result = ixInnerDelete(&job->tree, DATA_INDEX, "", lost);
+    return result == IX_OK || result == IX_NOT_FOUND ? releaseRecordNumber(job, lost) : result;
+}
+
+int recordReplaceLost(RecordFile* job, int index, LayoutEntry* layout)
+{
+    int result = beginChange(job, layout);
+    return result == IX_OK ? endWith(job, replaceLost(job, index, layout)) : result;
+}
+
+int recordUpdateCurrent(RecordFile* job, LayoutEntry* layout)
+{
+    return recordReplaceCurrent(job, layout, layout);
 }

@@ -59,6 +59,11 @@ int readRecordAtKey(RecordFile* job, LayoutEntry* layout, int keyField);
 int recordAdd(RecordFile* job, LayoutEntry* layout);
 int recordDeleteCurrent(RecordFile* job, LayoutEntry* layout);
 int recordUpdateCurrent(RecordFile* job, LayoutEntry* layout);
+// The same for a record stored with another layout, which is then stored with this one.
+int recordReplaceCurrent(RecordFile* job, const LayoutEntry* oldLayout, LayoutEntry* layout);
+// Stores a record in place of the current one, of which the key at the position of the index is
+// left but no image that could be read.
+int recordReplaceLost(RecordFile* job, int index, LayoutEntry* layout);
 
 // -- Job files (job_files.cpp) -----------------------------------------------
 

@@ -22,7 +22,7 @@ using Page = std::pair<int, int>; // descriptor, page number
 struct Block {
     Page page = {-1, -1};
     int version = 0;
-    bool dirty = false;
+    int firstChange = 0; // version of the first change not written; 0: clean
 };
 
 // What a page holds is its version number: 0 for one that was never written to.
@@ -33,31 +33,38 @@ struct Model {
 
     void writeBack(Block& block)
     {
-        if (!block.dirty) return;
         transfers.push_back({OS_CALL_WRITE, block.page.first, pageAt(block.page.second)});
         inFile[block.page] = block.version;
-        block.dirty = false;
+        block.firstChange = 0;
     }
-    // The page's block, or the last one, which is read unless it is to be written to;
+    // The page's block, or the last clean one, which is read unless it is to be written to;
     // it becomes the first.
     Block& use(Page page, bool reads)
     {
         auto holds = [&](const Block& block) { return block.page == page; };
         auto block = std::find_if(blocks.begin(), blocks.end(), holds);
         bool found = block != blocks.end();
-        if (!found) --block;
+        while (!found && (block == blocks.end() || block->firstChange != 0))
+            --block;
         blocks.splice(blocks.begin(), blocks, block);
         if (found) return *block;
-        writeBack(*block);
         if (reads) transfers.push_back({OS_CALL_READ, page.first, pageAt(page.second)});
-        return *block = {page, inFile[page], false};
+        return *block = {page, inFile[page], 0};
     }
+    // Writes the dirty blocks of the file in the order of their first changes, and frees all.
     void leave(int descriptor, bool writes, bool frees)
     {
+        std::map<int, Block*> dirty;
         for (Block& block : blocks) {
-            if (block.page.first != descriptor) continue;
-            if (writes) writeBack(block);
-            if (frees) block = {};
+            if (block.page.first == descriptor && block.firstChange != 0) {
+                dirty[block.firstChange] = &block;
+            }
+        }
+        for (auto& [change, block] : dirty) {
+            if (writes) writeBack(*block);
+        }
+        for (Block& block : blocks) {
+            if (frees && block.page.first == descriptor) block = {};
         }
     }
 };
@@ -106,7 +113,7 @@ TEST(PageCache, BehavesLikeAListInOrderOfUse)
         int action = below(1000);
         if (action < 500) {
             Block& block = model.use(page, false);
-            block = {page, version, true};
+            block = {page, version, block.firstChange != 0 ? block.firstChange : version};
             if (atOnce) model.writeBack(block);
             result = cachedPageWrite(file, buffer, pageNumber);
         } else if (action < 994) {
