@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <random>
 #include <string>
 
@@ -15,9 +14,9 @@ namespace
 {
 
 struct Model {
-    std::array<int, JOB_FILE_SLOTS> inUse = {};
-    std::array<std::string, JOB_FILE_SLOTS> names;
-    std::array<int, JOB_FILE_SLOTS> contexts = {}; // by the numbers that mark them
+    int inUse[JOB_FILE_SLOTS] = {};
+    std::string names[JOB_FILE_SLOTS];
+    int contexts[JOB_FILE_SLOTS] = {}; // by the numbers that mark them
     int current = -1;
     std::string old;
     std::string alternate;
@@ -33,11 +32,11 @@ struct Call {
 
 } // namespace
 
-template <typename Items, typename Item>
-static int indexOf(const Items& items, const Item& item, int first = 0)
+template <typename Item>
+static int indexOf(const Item (&items)[JOB_FILE_SLOTS], const Item& item, int first = 0)
 {
-    auto found = std::find(items.begin() + first, items.end(), item);
-    return found == items.end() ? -1 : static_cast<int>(found - items.begin());
+    auto found = std::find(items + first, std::end(items), item);
+    return found == std::end(items) ? -1 : static_cast<int>(found - items);
 }
 
 static int makeCurrent(Model& model, Call& call, int slot)
@@ -48,21 +47,21 @@ static int makeCurrent(Model& model, Call& call, int slot)
 
 static void occupy(Model& model, int slot, const std::string& name)
 {
-    model.inUse.at(slot) = 1;
-    model.names.at(slot) = name.substr(0, 254);
+    model.inUse[slot] = 1;
+    model.names[slot] = name.substr(0, 254);
 }
 
 static void vacate(Model& model, int slot)
 {
-    model.inUse.at(slot) = 0;
-    model.names.at(slot) = "";
+    model.inUse[slot] = 0;
+    model.names[slot] = "";
 }
 
 static void exchangeWithCogo(Model& model, int slot)
 {
-    std::swap(model.names[0], model.names.at(slot));
-    std::swap(model.contexts[0], model.contexts.at(slot));
-    model.inUse[0] = model.inUse.at(slot) = 1;
+    std::swap(model.names[0], model.names[slot]);
+    std::swap(model.contexts[0], model.contexts[slot]);
+    model.inUse[0] = model.inUse[slot] = 1;
 }
 
 static int addFile(Model& model, Call& call)
@@ -85,7 +84,7 @@ static int addCogoFile(Model& model, Call& call)
         if (model.inUse[0] == 1 && next < 0) return JOB_FILE_REFUSED;
         if (model.inUse[0] == 1) {
             occupy(model, next, model.names[0]);
-            model.contexts.at(next) = model.contexts[0];
+            model.contexts[next] = model.contexts[0];
         }
         occupy(model, 0, call.name);
     }
@@ -100,9 +99,9 @@ static int setFileToCogo(Model& model, Call& call)
     if (slot > 0 && model.inUse[0] == 1) {
         exchangeWithCogo(model, slot);
     } else if (slot > 0) {
-        occupy(model, 0, model.names.at(slot));
+        occupy(model, 0, model.names[slot]);
         vacate(model, slot);
-        model.contexts[0] = model.contexts.at(slot);
+        model.contexts[0] = model.contexts[slot];
     }
     return makeCurrent(model, call, 0);
 }
@@ -110,7 +109,7 @@ static int setFileToCogo(Model& model, Call& call)
 static int run(Model& model, Call& call)
 {
     std::string command = call.command;
-    std::string currentName = model.current < 0 ? "" : model.names.at(model.current);
+    std::string currentName = model.current < 0 ? "" : model.names[model.current];
     if (command == "ADD_FILE") return addFile(model, call);
     if (command == "ADD_COGO_FILE") return addCogoFile(model, call);
     if (command == "SET_FILE_TO_COGO") return setFileToCogo(model, call);
@@ -119,8 +118,9 @@ static int run(Model& model, Call& call)
         if (call.index >= 0) vacate(model, call.index);
     }
     if (command == "INITIALIZE") {
-        model.inUse.fill(0);
-        model.names.fill("");
+        for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
+            vacate(model, slot);
+        }
         model.current = -1;
     }
     if (command == "SET_COGO_FILE") model.current = 0;
@@ -145,7 +145,7 @@ static void markContexts(Model& model)
     for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
         IndexFile& context = jobdbState.table.contexts[slot];
         context = {};
-        context.number = model.contexts.at(slot) = slot;
+        context.number = model.contexts[slot] = slot;
         context.key = slot % 2 == 1 ? context.keyBuffers[3] : ELSEWHERE;
         context.data = context.currentEntry;
         for (size_t i = 0; i < std::size(context.keyBuffer); ++i) {
@@ -165,10 +165,10 @@ static void expectState(const Model& model)
     const JobFileTable& table = jobdbState.table;
     auto text = [](const char* name) { return std::string(name, FILE_NAME_ROOM); };
     for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
-        EXPECT_EQ(text(table.slots[slot].name), padded(model.names.at(slot)));
-        EXPECT_EQ(table.slots[slot].inUse, model.inUse.at(slot));
+        EXPECT_EQ(text(table.slots[slot].name), padded(model.names[slot]));
+        EXPECT_EQ(table.slots[slot].inUse, model.inUse[slot]);
         const IndexFile& context = *contextOfSlot(slot);
-        EXPECT_EQ(context.number, model.contexts.at(slot));
+        EXPECT_EQ(context.number, model.contexts[slot]);
         EXPECT_EQ(context.key, context.number % 2 == 1 ? context.keyBuffers[3] : ELSEWHERE);
         EXPECT_EQ(context.data, context.currentEntry);
         for (size_t i = 0; i < std::size(context.keyBuffer); ++i) {
