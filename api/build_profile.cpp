@@ -53,75 +53,79 @@ static void makeRoom(VertexArray* array)
     array->room *= 2;
 }
 
-// Appends a vertex. After a failure it does nothing any more.
-static void append(VertexArray* array, const ProfileVertex& vertex)
+// Appends a vertex without lengths and answers it; null when there was no memory for it
+// or one before it. Its members are stored one by one: the bytes between them stay zero.
+static ProfileVertex* append(VertexArray* array, int32_t vertexCode, double station,
+                             double elevation)
 {
     if (array->result == IDX_OK) makeRoom(array);
-    if (array->result != IDX_OK) return;
+    if (array->result != IDX_OK) return nullptr;
     ProfileElement* profile = array->profile;
-    ProfileVertex* appended = &profile->vertices[profile->vertexCount];
-    *appended = vertex;
-    appended->segmentNumber = array->segmentNumber;
-    ++profile->vertexCount;
-}
-
-// A vertex without lengths, which is all but intersection points.
-static void appendPlain(VertexArray* array, int32_t vertexCode, double station, double elevation)
-{
-    append(array, {vertexCode, station, 0, elevation, 0.0, 0.0});
+    ProfileVertex* vertex = &profile->vertices[profile->vertexCount++];
+    vertex->vertexCode = vertexCode;
+    vertex->station = station;
+    vertex->segmentNumber = array->segmentNumber;
+    vertex->elevation = elevation;
+    return vertex;
 }
 
 static void appendStraight(VertexArray* array, const StraightSegment& segment)
 {
     if (segment.beginCode == LINK_CODE) {
-        appendPlain(array, VERTEX_LINK_BEGIN, segment.beginStation, segment.beginElevation);
+        append(array, VERTEX_LINK_BEGIN, segment.beginStation, segment.beginElevation);
         ++array->segmentNumber;
-        appendPlain(array, VERTEX_LINK_END, segment.endStation, segment.endElevation);
+        append(array, VERTEX_LINK_END, segment.endStation, segment.endElevation);
         return;
     }
     if (segment.beginCode != NO_CODE) {
-        appendPlain(array, vertexCodeOf(segment.beginCode, 0.0, 0.0), segment.beginStation,
-                    segment.beginElevation);
+        append(array, vertexCodeOf(segment.beginCode, 0.0, 0.0), segment.beginStation,
+               segment.beginElevation);
     }
     if (segment.endCode != NO_CODE) {
-        appendPlain(array, vertexCodeOf(segment.endCode, 0.0, 0.0), segment.endStation,
-                    segment.endElevation);
+        append(array, vertexCodeOf(segment.endCode, 0.0, 0.0), segment.endStation,
+               segment.endElevation);
     }
+}
+
+static bool hasTurningPoint(const VerticalCurve& curve)
+{
+    return curve.turningStation != NO_VALUE && curve.turningElevation != NO_VALUE &&
+           curve.turningStation > curve.beginStation && curve.turningStation < curve.endStation;
 }
 
 static void appendTurningPoint(VertexArray* array, const VerticalCurve& curve)
 {
-    appendPlain(array, curve.rateOfChange < 0.0 ? VERTEX_HIGH_POINT : VERTEX_LOW_POINT,
-                curve.turningStation, curve.turningElevation);
+    append(array, curve.rateOfChange < 0.0 ? VERTEX_HIGH_POINT : VERTEX_LOW_POINT,
+           curve.turningStation, curve.turningElevation);
+}
+
+static void appendIntersection(VertexArray* array, const VerticalCurve& curve)
+{
+    int32_t vertexCode = vertexCodeOf(curve.intersectionCode, curve.backLength, curve.aheadLength);
+    ProfileVertex* vertex =
+        append(array, vertexCode, curve.intersectionStation, curve.intersectionElevation);
+    if (vertex == nullptr) return;
+    vertex->backLength = curve.backLength;
+    vertex->aheadLength = curve.aheadLength;
 }
 
 // A turning point at the station of the intersection comes before it. With an
 // intersection code below 0 there is no vertex for it.
 static void appendCurve(VertexArray* array, const VerticalCurve& curve)
 {
-    bool turns = curve.turningStation != NO_VALUE && curve.turningElevation != NO_VALUE &&
-                 curve.turningStation > curve.beginStation &&
-                 curve.turningStation < curve.endStation;
     int32_t code = curve.intersectionCode;
+    bool turns = hasTurningPoint(curve);
+    bool turnsBefore = turns && (code == NO_CODE ||
+                                 (code > 0 && curve.intersectionStation >= curve.turningStation));
+    bool turnsBehind = turns && code > 0 && curve.intersectionStation < curve.turningStation;
 
     if (curve.flag1 != 0) {
-        appendPlain(array, VERTEX_CURVE_BEGIN, curve.beginStation, curve.beginElevation);
+        append(array, VERTEX_CURVE_BEGIN, curve.beginStation, curve.beginElevation);
     }
-    if (turns &&
-        (code == NO_CODE || (code > 0 && curve.intersectionStation >= curve.turningStation))) {
-        appendTurningPoint(array, curve);
-    }
-    if (code != NO_CODE) {
-        append(array,
-               {vertexCodeOf(code, curve.backLength, curve.aheadLength), curve.intersectionStation,
-                0, curve.intersectionElevation, curve.backLength, curve.aheadLength});
-    }
-    if (turns && code > 0 && curve.intersectionStation < curve.turningStation) {
-        appendTurningPoint(array, curve);
-    }
-    if (curve.flag2 != 0) {
-        appendPlain(array, VERTEX_CURVE_END, curve.endStation, curve.endElevation);
-    }
+    if (turnsBefore) appendTurningPoint(array, curve);
+    if (code != NO_CODE) appendIntersection(array, curve);
+    if (turnsBehind) appendTurningPoint(array, curve);
+    if (curve.flag2 != 0) append(array, VERTEX_CURVE_END, curve.endStation, curve.endElevation);
 }
 
 // The room that an array which doubles reaches with a vertex for each segment.
@@ -145,7 +149,7 @@ static int appendVertices(ProfileElement* profile, const ProfileResult& result)
     const ProfileSegment* first = result.firstSegment;
     const ProfileSegment* last = result.lastSegment;
     if (first->kind == SEGMENT_VERTICAL_CURVE) {
-        appendPlain(&array, VERTEX_POINT, first->curve.beginStation, first->curve.beginElevation);
+        append(&array, VERTEX_POINT, first->curve.beginStation, first->curve.beginElevation);
     }
     for (const ProfileSegment* segment = first; segment != nullptr; segment = segment->next) {
         if (segment->kind == SEGMENT_STRAIGHT) {
@@ -155,7 +159,7 @@ static int appendVertices(ProfileElement* profile, const ProfileResult& result)
         }
     }
     if (last->kind == SEGMENT_VERTICAL_CURVE) {
-        appendPlain(&array, VERTEX_POINT, last->curve.endStation, last->curve.endElevation);
+        append(&array, VERTEX_POINT, last->curve.endStation, last->curve.endElevation);
     }
     return array.result;
 }

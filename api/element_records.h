@@ -2,31 +2,29 @@
  * The element records that the library hands to its host, one structure a kind.
  *
  * They are part of the binary interface: member order, widths and alignment are
- * fixed. Texts are zero-terminated single-byte strings in arrays of the width
- * given; the unused rest of an array is zero. Numbers are 32-bit signed integers
- * and IEEE doubles, a double on a multiple of 8 bytes also on 32-bit platforms.
+ * fixed, whatever packing the host has in force where it includes this; where a
+ * compiler would lay them out otherwise, it refuses them. Texts are zero-terminated single-byte
+ * strings in arrays of the width given; the unused rest of an array is zero. Numbers are 32-bit
+ * signed integers and IEEE doubles, a double on a multiple of 8 bytes also on 32-bit platforms.
  * Stations, lengths, coordinates and elevations are in the project's own length
  * unit, angles in decimal degrees, grades in rise over run.
  *
- * For hosts, in C11 or C++17; included by orvIdx.h.
+ * For hosts, in C99 or later or in C++11 or later; included by orvIdx.h.
  */
 #ifndef ORVIDX_ELEMENT_RECORDS_H
 #define ORVIDX_ELEMENT_RECORDS_H
 
-#ifdef __cplusplus
-#include <cstdint>
-#else
+#include <stddef.h>
 #include <stdint.h>
+
+/* 32-bit GCC on Linux would align a double in a structure to 4 bytes; others do not. */
+#if defined(__GNUC__)
+#define ORVIDX_ALIGN_8 __attribute__((aligned(8)))
+#else
+#define ORVIDX_ALIGN_8
 #endif
 
-/* 32-bit GCC on Linux would align a double in a structure to 4 bytes. */
-#if defined(_MSC_VER)
-#define ORVIDX_ALIGN_8
-#elif defined(__cplusplus)
-#define ORVIDX_ALIGN_8 alignas(8)
-#else
-#define ORVIDX_ALIGN_8 _Alignas(8)
-#endif
+#pragma pack(push, 8)
 
 /* Kind 0: a COGO point. */
 typedef struct PointElement {
@@ -183,5 +181,29 @@ typedef struct SurveyChainElement {
     int32_t pointCount;
     PointElement* points; /* pointCount points in list order */
 } SurveyChainElement;
+
+#pragma pack(pop)
+
+/* An array of negative size, and so an error, when the record has another size or its
+ * last member another offset. */
+#define ORVIDX_LAYOUT(record, lastMember, offset, size)                                            \
+    typedef char record##LayoutIsRight                                                             \
+        [offsetof(record, lastMember) == (offset) && sizeof(record) == (size) ? 1 : -1]
+/* With pointers of 4 and of 8 bytes. */
+#define ORVIDX_BY_POINTER(with4, with8) (sizeof(void*) == 4 ? (with4) : (with8))
+
+ORVIDX_LAYOUT(PointElement, text4, 2134, 2384);
+ORVIDX_LAYOUT(LineElement, noteText, 4841, 5104);
+ORVIDX_LAYOUT(CurveElement, noteText, 653, 912);
+ORVIDX_LAYOUT(SpiralElement, noteText, 443, 704);
+ORVIDX_LAYOUT(ChainMember, payload, ORVIDX_BY_POINTER(8, 16), ORVIDX_BY_POINTER(2392, 2400));
+ORVIDX_LAYOUT(ChainElement, firstMember, ORVIDX_BY_POINTER(300, 304), ORVIDX_BY_POINTER(304, 312));
+ORVIDX_LAYOUT(ProfileVertex, aheadLength, 40, 48);
+ORVIDX_LAYOUT(ProfileElement, vertices, 304, ORVIDX_BY_POINTER(308, 312));
+ORVIDX_LAYOUT(SurveyChainElement, points, ORVIDX_BY_POINTER(348, 352), ORVIDX_BY_POINTER(352, 360));
+
+#undef ORVIDX_LAYOUT
+#undef ORVIDX_BY_POINTER
+#undef ORVIDX_ALIGN_8
 
 #endif

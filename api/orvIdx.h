@@ -18,7 +18,7 @@
  *              connection; its handle answers IDX_ERROR from then on and is
  *              still to be passed to disconnect.
  *
- * For hosts, in C11 or C++17.
+ * For hosts, in C99 or later or in C++11 or later.
  */
 #ifndef ORVIDX_H
 #define ORVIDX_H
@@ -51,12 +51,14 @@
 #define ELEMENT_PROFILE 5      /* ProfileElement */
 #define ELEMENT_SURVEY_CHAIN 6 /* SurveyChainElement */
 
+#pragma pack(push, 8)
 /* The connection handle. Made by connect, released by disconnect. */
 typedef struct IdxConnection {
     uint32_t fileNumber; /* slot of the job file, always 0 */
     char path[256];      /* the path exactly as given to connect */
     uint32_t userValue;  /* the host's value, never read by the library */
 } IdxConnection;
+#pragma pack(pop)
 
 #ifdef __cplusplus
 extern "C" {

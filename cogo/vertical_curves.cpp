@@ -32,11 +32,11 @@ constexpr double TOLERANCE = 1e-05;
 // How far behind its own station a near-vertical step ends, to have a grade.
 constexpr double STEP_LENGTH = 1.5e-05;
 
-// What the handler of an entry answers instead of the number of entries it took.
+// What the taking of an entry answers instead of the number of entries taken.
 constexpr int BLOCK_ENDS = 0; // the group is cut by the end of the block
 constexpr int NO_MEMORY = -1;
 
-// One data record on its way into the list.
+// A profile to which the entries of one data record are appended.
 struct Build {
     ProfileResult* profile;
     const ProfileEntry* entries;
@@ -44,50 +44,72 @@ struct Build {
     ProfilePoint* current;
 };
 
-// A new last segment of the kind, its payload zero; null when there is no room.
+// -- Segments ----------------------------------------------------------------
+
+// The block that has room for one more segment; null when there is no memory.
+static SegmentBlock* blockWithRoom(ProfileResult* profile)
+{
+    SegmentBlock* last = profile->lastBlock;
+    if (last != nullptr && last->used < SEGMENTS_PER_BLOCK) return last;
+    auto block = static_cast<SegmentBlock*>(allocateZeroed(1, sizeof(SegmentBlock)));
+    if (block == nullptr) return nullptr;
+    block->former = last;
+    profile->lastBlock = block;
+    return block;
+}
+
+// A new last segment of the kind, its payload zero; null when there is no memory.
 static ProfileSegment* appendSegment(ProfileResult* profile, int32_t kind)
 {
-    SegmentBlock* block = profile->lastBlock;
-    if (block == nullptr || block->used == SEGMENTS_PER_BLOCK) {
-        block = static_cast<SegmentBlock*>(allocateZeroed(1, sizeof(SegmentBlock)));
-        if (block == nullptr) return nullptr;
-        block->former = profile->lastBlock;
-        profile->lastBlock = block;
-    }
-    ProfileSegment* node = &block->segments[block->used++];
-    node->kind = kind;
-    node->previous = profile->lastSegment;
-    if (profile->lastSegment != nullptr) {
-        profile->lastSegment->next = node;
+    SegmentBlock* block = blockWithRoom(profile);
+    if (block == nullptr) return nullptr;
+    ProfileSegment* segment = &block->segments[block->used++];
+    segment->kind = kind;
+    segment->previous = profile->lastSegment;
+    if (segment->previous != nullptr) {
+        segment->previous->next = segment;
     } else {
-        profile->firstSegment = node;
+        profile->firstSegment = segment;
     }
-    profile->lastSegment = node;
+    profile->lastSegment = segment;
     ++profile->segmentCount;
-    return node;
+    return segment;
 }
 
 static int appendStraight(ProfileResult* profile, const ProfilePoint& begin,
                           const ProfilePoint& end, double grade)
 {
-    ProfileSegment* node = appendSegment(profile, SEGMENT_STRAIGHT);
-    if (node == nullptr) return COGO_FAILED;
-    node->straight = {begin.station, begin.elevation, end.station, end.elevation,
-                      grade,         begin.code,      end.code};
+    ProfileSegment* segment = appendSegment(profile, SEGMENT_STRAIGHT);
+    if (segment == nullptr) return COGO_FAILED;
+    segment->straight = {begin.station, begin.elevation, end.station, end.elevation,
+                         grade,         begin.code,      end.code};
     return COGO_OK;
 }
 
 static int appendCurve(ProfileResult* profile, const VerticalCurve& curve)
 {
-    ProfileSegment* node = appendSegment(profile, SEGMENT_VERTICAL_CURVE);
-    if (node == nullptr) return COGO_FAILED;
-    node->curve = curve;
+    ProfileSegment* segment = appendSegment(profile, SEGMENT_VERTICAL_CURVE);
+    if (segment == nullptr) return COGO_FAILED;
+    segment->curve = curve;
     return COGO_OK;
 }
+
+// -- The current point -------------------------------------------------------
 
 static ProfilePoint pointOf(const ProfileEntry& entry)
 {
     return {entry.code, entry.first, entry.second};
+}
+
+// To the end of what was just appended. Such a point has no code.
+static void moveTo(Build* build, double station, double elevation)
+{
+    *build->current = {0, station, elevation};
+}
+
+static bool liesAhead(const Build* build, double station)
+{
+    return station - build->current->station > TOLERANCE;
 }
 
 // A straight segment from the current point, with the grade between the two.
@@ -98,49 +120,110 @@ static int emitTangentTo(Build* build, const ProfilePoint& end)
                           (end.elevation - begin.elevation) / (end.station - begin.station));
 }
 
-// An ordinary point: a segment that ends there, or, where the profile does not
-// advance, just the new current point.
-static int buildPoint(Build* build, int i)
+// The same up to where a link or an explicit curve begins, if that lies ahead.
+static int emitTangentUpTo(Build* build, double station, double elevation)
 {
-    const ProfileEntry& entry = build->entries[i];
-    double distance = entry.first - build->current->station;
-    double rise = entry.second - build->current->elevation;
-    bool advances = distance > TOLERANCE;
-    bool steps = distance >= 0.0 && distance <= TOLERANCE && std::fabs(rise) > TOLERANCE;
-    if (!advances && !steps) {
-        *build->current = pointOf(entry);
+    if (!liesAhead(build, station)) return COGO_OK;
+    return emitTangentTo(build, {0, station, elevation});
+}
+
+static bool isCutShort(const Build* build, int i, int groupEntries)
+{
+    return build->count - i < groupEntries;
+}
+
+// -- Points and links --------------------------------------------------------
+//
+// Each take function handles the entry at i and what belongs to it. It answers the
+// number of entries taken, BLOCK_ENDS or NO_MEMORY.
+
+static bool isNearVerticalStep(const ProfilePoint& begin, const ProfilePoint& end)
+{
+    double distance = end.station - begin.station;
+    double rise = end.elevation - begin.elevation;
+    return distance >= 0.0 && distance <= TOLERANCE && std::fabs(rise) > TOLERANCE;
+}
+
+// An ordinary point: a segment ends there. Where the profile does not advance, it is
+// just the new current point.
+static int takePoint(Build* build, int i)
+{
+    ProfilePoint end = pointOf(build->entries[i]);
+    bool steps = isNearVerticalStep(*build->current, end);
+    if (!steps && !liesAhead(build, end.station)) {
+        *build->current = end;
         return 1;
     }
-
-    ProfilePoint end = pointOf(entry);
     if (steps) end.station += STEP_LENGTH;
     if (emitTangentTo(build, end) != COGO_OK) return NO_MEMORY;
-    *build->current = {0, end.station, end.elevation};
+    moveTo(build, end.station, end.elevation);
     return 1;
 }
 
-// A link moves the current point to its end.
-static int buildLink(Build* build, int i)
+static int takeLink(Build* build, int i)
 {
-    if (build->count - i < LINK_ENTRIES) return BLOCK_ENDS;
+    if (isCutShort(build, i, LINK_ENTRIES)) return BLOCK_ENDS;
     ProfilePoint begin = pointOf(build->entries[i]);
     ProfilePoint end = pointOf(build->entries[i + 1]);
-    if (begin.station - build->current->station > TOLERANCE &&
-        emitTangentTo(build, {0, begin.station, begin.elevation}) != COGO_OK) {
-        return NO_MEMORY;
-    }
+    if (emitTangentUpTo(build, begin.station, begin.elevation) != COGO_OK) return NO_MEMORY;
     if (appendStraight(build->profile, begin, end, 0.0) != COGO_OK) return NO_MEMORY;
-    *build->current = {0, end.station, end.elevation};
+    moveTo(build, end.station, end.elevation);
     return LINK_ENTRIES;
 }
 
-// A side link leaves the current point alone, and its end is an entry of its own.
-static int buildSideLink(Build* build, int i)
+// Takes the begin alone: the end of a side link is also an entry of its own.
+static int takeSideLink(Build* build, int i)
 {
-    if (build->count - i < LINK_ENTRIES) return BLOCK_ENDS;
+    if (isCutShort(build, i, LINK_ENTRIES)) return BLOCK_ENDS;
     ProfilePoint begin = pointOf(build->entries[i]);
     ProfilePoint end = pointOf(build->entries[i + 1]);
     return appendStraight(build->profile, begin, end, 0.0) == COGO_OK ? 1 : NO_MEMORY;
+}
+
+// -- Vertical curves ---------------------------------------------------------
+
+// A curve of which only the grades are known.
+static VerticalCurve curveWithGrades(const ProfileEntry& grades)
+{
+    VerticalCurve curve = {};
+    curve.gradeIn = grades.first;
+    curve.gradeOut = grades.second;
+    curve.intersectionStation = NO_VALUE;
+    curve.intersectionElevation = NO_VALUE;
+    curve.backLength = NO_VALUE;
+    curve.aheadLength = NO_VALUE;
+    curve.turningStation = NO_VALUE;
+    curve.turningElevation = NO_VALUE;
+    return curve;
+}
+
+static void setIntersection(VerticalCurve* curve, const ProfileEntry& lengths,
+                            const ProfileEntry& intersection)
+{
+    curve->backLength = lengths.first;
+    curve->aheadLength = lengths.second;
+    curve->intersectionCode = intersection.code;
+    curve->intersectionStation = intersection.first;
+    curve->intersectionElevation = intersection.second;
+}
+
+static void computeRateOfChange(VerticalCurve* curve)
+{
+    curve->rateOfChange =
+        (curve->gradeOut - curve->gradeIn) / (curve->endStation - curve->beginStation);
+}
+
+// The ends lie the curve's lengths before and behind the intersection point: the begin
+// on the grade in through the point before the curve, the end on the grade out through
+// the intersection point.
+static void computeEnds(VerticalCurve* curve, const ProfilePoint& before)
+{
+    curve->beginStation = curve->intersectionStation - curve->backLength;
+    curve->beginElevation =
+        (curve->beginStation - before.station) * curve->gradeIn + before.elevation;
+    curve->endStation = curve->intersectionStation + curve->aheadLength;
+    curve->endElevation = (curve->endStation - curve->intersectionStation) * curve->gradeOut +
+                          curve->intersectionElevation;
 }
 
 static bool haveOppositeSigns(double a, double b)
@@ -148,128 +231,124 @@ static bool haveOppositeSigns(double a, double b)
     return (a < 0.0 && b > 0.0) || (a > 0.0 && b < 0.0);
 }
 
-// A curve given by its intersection point: begin, end and turning point follow
-// from lengths and grades.
-static int buildIntersectionCurve(Build* build, int i)
+// The parabola is level at its highest or lowest point, which lies on the curve only
+// between a rise and a fall.
+static void computeTurningPoint(VerticalCurve* curve)
 {
-    if (build->count - i < CURVE_ENTRIES) return BLOCK_ENDS;
-    const ProfileEntry& lengths = build->entries[i];
-    const ProfileEntry& intersection = build->entries[i + 1];
-    const ProfileEntry& grades = build->entries[i + 2];
-    const ProfilePoint& current = *build->current;
+    if (!haveOppositeSigns(curve->gradeIn, curve->gradeOut)) return;
+    double rate = curve->rateOfChange;
+    curve->turningStation = curve->beginStation - curve->gradeIn / rate;
+    double distance = curve->turningStation - curve->beginStation;
+    curve->turningElevation =
+        distance * distance * rate / 2.0 + distance * curve->gradeIn + curve->beginElevation;
+}
 
-    VerticalCurve curve = {};
-    curve.gradeIn = grades.first;
-    curve.gradeOut = grades.second;
-    curve.backLength = lengths.first;
-    curve.aheadLength = lengths.second;
-    curve.intersectionCode = intersection.code;
-    curve.intersectionStation = intersection.first;
-    curve.intersectionElevation = intersection.second;
+// The curve of a group of lengths, intersection point and grades.
+static VerticalCurve intersectionCurve(const ProfileEntry* group, const ProfilePoint& before)
+{
+    VerticalCurve curve = curveWithGrades(group[2]);
+    setIntersection(&curve, group[0], group[1]);
+    computeEnds(&curve, before);
+    computeRateOfChange(&curve);
+    computeTurningPoint(&curve);
     curve.flag1 = 1;
     curve.flag2 = 1;
-    curve.beginStation = curve.intersectionStation - curve.backLength;
-    curve.beginElevation =
-        (curve.beginStation - current.station) * curve.gradeIn + current.elevation;
-    curve.endStation = curve.intersectionStation + curve.aheadLength;
-    curve.endElevation = (curve.endStation - curve.intersectionStation) * curve.gradeOut +
-                         curve.intersectionElevation;
-    double rate = (curve.gradeOut - curve.gradeIn) / (curve.endStation - curve.beginStation);
-    curve.rateOfChange = rate;
-    curve.turningStation = NO_VALUE;
-    curve.turningElevation = NO_VALUE;
-    if (haveOppositeSigns(curve.gradeIn, curve.gradeOut)) {
-        curve.turningStation = curve.beginStation - curve.gradeIn / rate;
-        double distance = curve.turningStation - curve.beginStation;
-        curve.turningElevation =
-            distance * distance * rate / 2.0 + distance * curve.gradeIn + curve.beginElevation;
-    }
+    return curve;
+}
 
-    double approach = curve.beginStation - current.station;
-    if (approach > TOLERANCE || i == 1) {
-        double grade = curve.beginStation == current.station
-                           ? (curve.intersectionElevation - curve.beginElevation) /
-                                 (curve.intersectionStation - curve.beginStation)
-                           : (curve.beginElevation - current.elevation) / approach;
-        ProfilePoint end = {0, curve.beginStation, curve.beginElevation};
-        if (appendStraight(build->profile, current, end, grade) != COGO_OK) return NO_MEMORY;
+// The grade from the point before a curve to its begin. Where they have one station it
+// is that from the begin to the intersection point.
+static double approachGrade(const ProfilePoint& before, const VerticalCurve& curve)
+{
+    if (curve.beginStation == before.station) {
+        return (curve.intersectionElevation - curve.beginElevation) /
+               (curve.intersectionStation - curve.beginStation);
+    }
+    return (curve.beginElevation - before.elevation) / (curve.beginStation - before.station);
+}
+
+// A curve that is the second entry of its record is approached on a straight segment
+// even when that has no length.
+static int takeIntersectionCurve(Build* build, int i)
+{
+    if (isCutShort(build, i, CURVE_ENTRIES)) return BLOCK_ENDS;
+    const ProfilePoint& before = *build->current;
+    VerticalCurve curve = intersectionCurve(&build->entries[i], before);
+    if (liesAhead(build, curve.beginStation) || i == 1) {
+        ProfilePoint begin = {0, curve.beginStation, curve.beginElevation};
+        double grade = approachGrade(before, curve);
+        if (appendStraight(build->profile, before, begin, grade) != COGO_OK) return NO_MEMORY;
     }
     if (appendCurve(build->profile, curve) != COGO_OK) return NO_MEMORY;
-    *build->current = {0, curve.endStation, curve.endElevation};
+    moveTo(build, curve.endStation, curve.endElevation);
     return CURVE_ENTRIES;
 }
 
-// A curve given by begin, end and grades; what follows it in the block may add
-// the intersection point and the turning point.
-static int buildExplicitCurve(Build* build, int i)
+// The curve of a group of begin point, grades and end point.
+static VerticalCurve explicitCurve(const ProfileEntry* group)
 {
-    if (build->count - i < CURVE_ENTRIES) return BLOCK_ENDS;
-    const ProfileEntry& begin = build->entries[i];
-    const ProfileEntry& grades = build->entries[i + 1];
-    const ProfileEntry& end = build->entries[i + 2];
-
-    VerticalCurve curve = {};
+    const ProfileEntry& begin = group[0];
+    const ProfileEntry& end = group[2];
+    VerticalCurve curve = curveWithGrades(group[1]);
     curve.beginStation = begin.first;
     curve.beginElevation = begin.second;
-    curve.gradeIn = grades.first;
-    curve.gradeOut = grades.second;
     curve.endStation = end.first;
     curve.endElevation = end.second;
-    curve.intersectionStation = NO_VALUE;
-    curve.intersectionElevation = NO_VALUE;
-    curve.backLength = NO_VALUE;
-    curve.aheadLength = NO_VALUE;
-    curve.turningStation = NO_VALUE;
-    curve.turningElevation = NO_VALUE;
-    curve.rateOfChange = (curve.gradeOut - curve.gradeIn) / (curve.endStation - curve.beginStation);
+    computeRateOfChange(&curve);
     curve.flag1 = begin.code == CODE_EXPLICIT_CURVE_FLAGGED ? 1 : 0;
     curve.flag2 = end.code == CODE_END_FLAGGED ? 1 : 0;
+    return curve;
+}
 
-    int used = CURVE_ENTRIES;
-    int turning = i + CURVE_ENTRIES;
-    if (build->count - turning >= LENGTHS_ENTRIES && build->entries[turning].code == CODE_LENGTHS) {
-        const ProfileEntry& lengths = build->entries[turning];
-        const ProfileEntry& intersection = build->entries[turning + 1];
-        curve.backLength = lengths.first;
-        curve.aheadLength = lengths.second;
-        curve.intersectionCode = intersection.code;
-        curve.intersectionStation = intersection.first;
-        curve.intersectionElevation = intersection.second;
-        // Otherwise the two are met once more as entries of their own.
-        if (intersection.code > 0) used += LENGTHS_ENTRIES;
-        turning += LENGTHS_ENTRIES;
+// Adds to an explicit curve the intersection point and the turning point that stand
+// behind its group, from entry i on, if they do. Answers the number of entries taken.
+static int takeCurvePoints(const Build* build, int i, VerticalCurve* curve)
+{
+    const ProfileEntry* entries = build->entries;
+    int taken = 0;
+    if (!isCutShort(build, i, LENGTHS_ENTRIES) && entries[i].code == CODE_LENGTHS) {
+        setIntersection(curve, entries[i], entries[i + 1]);
+        // Otherwise they are not taken and met once more as entries of their own.
+        if (curve->intersectionCode > 0) taken += LENGTHS_ENTRIES;
+        i += LENGTHS_ENTRIES;
     }
-    if (turning < build->count && build->entries[turning].code == CODE_TURNING_POINT) {
-        curve.turningStation = build->entries[turning].first;
-        curve.turningElevation = build->entries[turning].second;
-        ++used;
+    if (i < build->count && entries[i].code == CODE_TURNING_POINT) {
+        curve->turningStation = entries[i].first;
+        curve->turningElevation = entries[i].second;
+        ++taken;
     }
+    return taken;
+}
 
-    if (curve.beginStation - build->current->station > TOLERANCE &&
-        emitTangentTo(build, {0, curve.beginStation, curve.beginElevation}) != COGO_OK) {
+static int takeExplicitCurve(Build* build, int i)
+{
+    if (isCutShort(build, i, CURVE_ENTRIES)) return BLOCK_ENDS;
+    VerticalCurve curve = explicitCurve(&build->entries[i]);
+    int taken = CURVE_ENTRIES + takeCurvePoints(build, i + CURVE_ENTRIES, &curve);
+    if (emitTangentUpTo(build, curve.beginStation, curve.beginElevation) != COGO_OK) {
         return NO_MEMORY;
     }
     if (appendCurve(build->profile, curve) != COGO_OK) return NO_MEMORY;
-    *build->current = {0, curve.endStation, curve.endElevation};
-    return used;
+    moveTo(build, curve.endStation, curve.endElevation);
+    return taken;
 }
 
-// Handles the entry at i and what belongs to it. The number of entries taken,
-// BLOCK_ENDS or NO_MEMORY.
-static int buildEntry(Build* build, int i)
+// -- Data records ------------------------------------------------------------
+
+static int takeEntry(Build* build, int i)
 {
     int32_t code = build->entries[i].code;
-    if (code > 0) return buildPoint(build, i);
+    if (code > 0) return takePoint(build, i);
     switch (code) {
     case CODE_LINK:
-        return buildLink(build, i);
+        return takeLink(build, i);
     case CODE_SIDE_LINK:
-        return buildSideLink(build, i);
+        return takeSideLink(build, i);
     case CODE_INTERSECTION_CURVE:
-        return buildIntersectionCurve(build, i);
+        return takeIntersectionCurve(build, i);
     case CODE_EXPLICIT_CURVE_FLAGGED:
     case CODE_EXPLICIT_CURVE:
-        return buildExplicitCurve(build, i);
+        return takeExplicitCurve(build, i);
     default:
         return 1;
     }
@@ -295,23 +374,27 @@ int decodeProfileEntries(const uint8_t* block, int length, ProfileEntry* entries
     return count;
 }
 
+// The first data record of a profile sets the header value and the current point.
+// Answers how many of its entries that took; there may be fewer.
+static int beginProfile(Build* build)
+{
+    bool hasHeader = build->entries[0].code == CODE_HEADER;
+    build->profile->headerValue = hasHeader ? headerValueOf(build->entries[0].first) : 1;
+    int taken = hasHeader ? 2 : 1;
+    if (taken <= build->count) *build->current = pointOf(build->entries[taken - 1]);
+    return taken;
+}
+
 int buildSegments(ProfileResult* profile, ProfilePoint* current, const ProfileEntry* entries,
                   int count)
 {
-    int first = 0;
-    if (profile->firstSegment == nullptr && count > 0) {
-        bool hasHeader = entries[0].code == CODE_HEADER;
-        profile->headerValue = hasHeader ? headerValueOf(entries[0].first) : 1;
-        first = hasHeader ? 2 : 1;
-        if (first <= count) *current = pointOf(entries[first - 1]);
-    }
-
     Build build = {profile, entries, count, current};
-    for (int i = first; i < count;) {
-        int used = buildEntry(&build, i);
-        if (used == NO_MEMORY) return COGO_FAILED;
-        if (used == BLOCK_ENDS) break;
-        i += used;
+    int i = profile->firstSegment == nullptr && count > 0 ? beginProfile(&build) : 0;
+    while (i < count) {
+        int taken = takeEntry(&build, i);
+        if (taken == NO_MEMORY) return COGO_FAILED;
+        if (taken == BLOCK_ENDS) return COGO_OK;
+        i += taken;
     }
     return COGO_OK;
 }

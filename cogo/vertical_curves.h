@@ -30,8 +30,8 @@ struct ProfileEntry {
     double second; // elevation, length or grade
 };
 
-// The current point of a profile, from which the next entry goes on. It is carried
-// from one data record to the next; between two its station is the station reached.
+// The current point of a profile: where the entries so far have led, and the next one
+// goes on. It is carried over from one data record to the next.
 struct ProfilePoint {
     int32_t code;
     double station;

@@ -3,7 +3,7 @@
  *
  *   minimal_host JOB
  *
- * Valid as C11 and as C++17, on Windows and Linux.
+ * Valid as C99 and as C++17, on Windows and Linux.
  */
 #include "orvIdx.h"
 

@@ -25,10 +25,7 @@ int writeBack(CacheBlock* block)
 }
 
 // The step in which the block is written, relative to others.
-static int stepOf(const CacheBlock* block)
-{
-    return block->fresh ? -1 : nodeLevel(block->page);
-}
+static int stepOf(const CacheBlock* block) { return block->fresh ? -1 : nodeLevel(block->page); }
 
 static bool comesBefore(const CacheBlock* block, const CacheBlock* other)
 {

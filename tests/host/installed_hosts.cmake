@@ -44,7 +44,7 @@ if(PKG_CONFIG AND suffix STREQUAL "")
   execute_process(COMMAND ${PKG_CONFIG} --cflags --libs orvIdx
     OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   separate_arguments(compile UNIX_COMMAND
-    "${C_COMPILER} -std=c11 -Wall -Werror ${EXAMPLES}/minimal_host.c ${flags}")
+    "${C_COMPILER} -std=c99 -pedantic-errors -Wall -Werror ${EXAMPLES}/minimal_host.c ${flags}")
   run(${compile} -o ${WORK}/pkg_host -Wl,-rpath,${prefix}/${libraries})
   set(HOST ${WORK}/pkg_host)
   include(${CMAKE_CURRENT_LIST_DIR}/run_host.cmake)
