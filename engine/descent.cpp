@@ -4,14 +4,15 @@
 struct Child {
     int page;        // NO_PAGE when a neighbour cannot be read
     int following;   // the page behind it at its level, as far as the branch tells
-    int boundOffset; // of the branch's entry behind it
-    bool aside;      // it was found in a neighbour of the branch
+    int branch;      // page of the branch that has it: the one looked at or a neighbour
+    int boundOffset; // of that branch's entry behind it
 };
 
 // Chooses the child to descend into: the last one whose keys can include the sought
 // key. Expects a branch of the level; when the search has to move right, it looks at
 // its neighbours.
-static Child chooseChild(OpenFile* file, int level, const uint8_t* node, const SoughtKey* sought)
+static Child chooseChild(OpenFile* file, int level, int branch, const uint8_t* node,
+                         const SoughtKey* sought)
 {
     // More moves than pages: the neighbour chain runs in a circle.
     for (int moves = 0; moves < file->header.pagesInFile; ++moves) {
@@ -22,17 +23,18 @@ static Child chooseChild(OpenFile* file, int level, const uint8_t* node, const S
             entry = nextEntry(entry);
         }
         int offset = static_cast<int>(entry - node);
-        if (!isEndMarker(entry)) return {child, entryChild(entry), offset, moves > 0};
+        if (!isEndMarker(entry)) return {child, entryChild(entry), branch, offset};
 
         // Every separator is smaller. A split leaves the last one behind as the
         // upper bound of this node, so larger keys belong to the neighbour.
         int neighbour = nodeNextPage(node);
-        if (neighbour == NO_PAGE) return {child, NO_PAGE, offset, moves > 0};
+        if (neighbour == NO_PAGE) return {child, NO_PAGE, branch, offset};
         NodeView view = {};
         if (viewNode(file, neighbour, level, &view) != IX_OK) break;
         node = view.node;
+        branch = neighbour;
     }
-    return {NO_PAGE, NO_PAGE, 0, true};
+    return {NO_PAGE, NO_PAGE, branch, 0};
 }
 
 // First entry of the leaf that is at or after the sought key, or the end marker;
@@ -82,14 +84,15 @@ static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
     way->current = nodeNextPage(view->node) == NO_PAGE;
     while (level > 0) {
         engineState.path[level] = page;
-        way->branchPage = page;
         way->branchContent = view->content;
-        Child child = chooseChild(file, level, view->node, sought);
+        Child child = chooseChild(file, level, page, view->node, sought);
+        bool aside = child.branch != page;
+        way->branchPage = child.branch;
         way->boundOffset = child.boundOffset;
         page = child.page;
         --level;
         if (viewNode(file, page, level, view) != IX_OK) return false;
-        bool follows = !child.aside && nodeNextPage(view->node) == child.following;
+        bool follows = !aside && nodeNextPage(view->node) == child.following;
         way->current = way->current && follows;
     }
     way->page = page;
@@ -108,6 +111,7 @@ bool descend(OpenFile* file, const SoughtKey* sought, Descent* way)
         if (right == NO_PAGE) break;
         if (viewNode(file, right, 0, leaf) != IX_OK) return false;
         way->current = false;
+        way->aside = true;
         way->page = right;
         way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
     }

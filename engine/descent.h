@@ -17,6 +17,7 @@ struct Descent {
     // process was killed while it wrote, a leaf may be older than its split: it then
     // holds entries that a search does not reach, and leads past others.
     bool current;
+    bool aside; // the leaf was entered from its left neighbour
 };
 
 // Descends to the leaf where the sought key belongs. False when a page is damaged or cannot

@@ -2,7 +2,7 @@
 // merged or freed; empty leaves stay in their chain, separators stay as they are.
 #include "engine/entry_delete.h"
 
-#include "engine/descent.h"
+#include "engine/torn_leaf.h"
 
 static void removeEntry(uint8_t* node, uint8_t* entry)
 {
@@ -89,7 +89,7 @@ int ixInnerDelete(IndexFile* tree, int index, const char* key, int32_t number)
     buildSoughtKey(text, index, key);
     SoughtKey sought = {text, number, 0};
     Descent way;
-    if (!descend(&tree->file, &sought, &way)) return IX_DESCENT_FAILED;
+    if (!descendToChange(&tree->file, &sought, &way)) return IX_DESCENT_FAILED;
     standAtEndOf(&way, &tree->positions[index]);
     if (isEndMarker(way.entry) || compareEntry(way.entry, &sought) != 0) return IX_NOT_FOUND;
     return deleteChain(tree, index);

@@ -2,9 +2,9 @@
 // segments, each an entry of its own.
 #include "engine/entry_store.h"
 
-#include "engine/descent.h"
 #include "engine/entry_delete.h"
 #include "engine/node_insert.h"
+#include "engine/torn_leaf.h"
 
 // Stores one entry. 0, IX_EXISTS when the record's first entry exists already and the mode
 // forbids it, or a failure code.
@@ -14,7 +14,7 @@ static int storeEntry(IndexFile* tree, int mode, const SoughtKey* key, const uin
     int index = static_cast<uint8_t>(key->key[0]);
     Position* position = &tree->positions[index];
     Descent way;
-    if (!descend(&tree->file, key, &way)) return IX_DESCENT_FAILED;
+    if (!descendToChange(&tree->file, key, &way)) return IX_DESCENT_FAILED;
     standAtEndOf(&way, position);
 
     bool first = (key->segment & SEGMENT_ORDINAL) == 0;

@@ -34,16 +34,44 @@ Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
     return {IX_OK, entry};
 }
 
-// Moves to the last entry of the nearest leaf to the left of this one that has any.
-// IX_NOT_FOUND when there is none.
-static Arrival lastOfPreviousLeaf(OpenFile* file, Position* position, NodeView* leaf)
+// From a leaf on to the one that leads to the page, while the next one holds entries below the
+// bound: where a process was killed, the page may not know the leaf before it yet.
+static bool catchUp(OpenFile* file, int* page, NodeView* leaf, int before, const SoughtKey* bound)
+{
+    for (int moves = 0; moves <= file->header.pagesInFile; ++moves) {
+        int next = nodeNextPage(leaf->node);
+        if (next == before || next == NO_PAGE || bound == nullptr) return true;
+        if (peekNode(file, next, 0) != IX_OK) return false;
+        const uint8_t* node = engineState.peekBuffer;
+        if (nodeCount(node) == 0 || compareWithSegments(firstEntry(node), bound) >= 0) return true;
+        if (viewNode(file, next, 0, leaf) != IX_OK) return false;
+        *page = next;
+    }
+    return false;
+}
+
+// Ordinal of the last entry of the leaf, of those below the bound when there is one; -1 for none.
+static int lastOrdinal(const uint8_t* leaf, const SoughtKey* bound)
+{
+    int last = nodeCount(leaf) - 1;
+    while (bound != nullptr && last >= 0 && compareWithSegments(entryAt(leaf, last), bound) >= 0) {
+        --last;
+    }
+    return last;
+}
+
+// Moves to the last entry of the nearest leaf to the left of this one that has any below the
+// bound. IX_NOT_FOUND when there is none.
+static Arrival lastOfPreviousLeaf(OpenFile* file, Position* position, NodeView* leaf,
+                                  const SoughtKey* bound)
 {
     for (int moves = 0; moves <= file->header.pagesInFile; ++moves) {
         int page = nodePreviousPage(leaf->node);
         if (page == NO_PAGE) return failed(IX_NOT_FOUND);
         if (viewNode(file, page, 0, leaf) != IX_OK) break;
+        if (!catchUp(file, &page, leaf, position->leafPage, bound)) break;
         position->leafPage = page;
-        int last = nodeCount(leaf->node) - 1;
+        int last = lastOrdinal(leaf->node, bound);
         if (last >= 0) {
             position->ordinal = last;
             return {IX_OK, entryAt(leaf->node, last)};
@@ -54,10 +82,11 @@ static Arrival lastOfPreviousLeaf(OpenFile* file, Position* position, NodeView* 
 
 // The entry before the one at the position, or the one at it after a removal, which has
 // moved the position back already.
-static Arrival entryBefore(OpenFile* file, Position* position, NodeView* leaf, bool alreadyBack)
+static Arrival entryBefore(OpenFile* file, Position* position, NodeView* leaf, bool alreadyBack,
+                           const SoughtKey* bound)
 {
     if (!alreadyBack && position->ordinal != -1) --position->ordinal;
-    if (position->ordinal == -1) return lastOfPreviousLeaf(file, position, leaf);
+    if (position->ordinal == -1) return lastOfPreviousLeaf(file, position, leaf, bound);
     // The leaf may have fewer entries than the position says.
     if (position->ordinal >= nodeCount(leaf->node)) return damaged(file);
     return {IX_OK, entryAt(leaf->node, position->ordinal)};
@@ -73,7 +102,8 @@ Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check)
     if (result != IX_OK) return failed(result);
 
     bool alreadyBack = position->removed && position->ordinal != -1;
-    Arrival arrival = entryBefore(file, position, &leaf, alreadyBack);
+    const SoughtKey* bound = check == ORDERED_KEY ? &before : nullptr;
+    Arrival arrival = entryBefore(file, position, &leaf, alreadyBack, bound);
     if (arrival.result == IX_DESCENT_FAILED) {
         *position = start;
         return arrival;
