@@ -110,8 +110,8 @@ struct ExtensionResult {
 };
 
 // Each reads the current record, which the lookup of its kind has found. COGO_OK, or
-// COGO_FAILED with the result as it was. The result's name is that of the record's key, cut
-// to its room.
+// COGO_FAILED with the result as it was. The result's name is that of the record's key, of
+// chains the one looked up, cut to its room.
 //
 // readChain, which needs the name looked up, appends the continuations and drops the
 // description from "DW:" on. A record of the older layout it returns as it stands and rewrites

@@ -45,8 +45,9 @@ static int loadOlderChain(RecordFile* job)
 // again, for another process may have rewritten it in the meantime.
 static int reloadOlderChain(RecordFile* job)
 {
-    const KeyComponents key = componentsAtPosition(job);
-    if (findByKey(job, &key) != IX_OK) return CHAIN_UNREADABLE;
+    RecordKey key;
+    copyText(key.text, sizeof key.text, keyAtPosition(job, RECORD_KEY_INDEX));
+    if (recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_EXACT) != IX_OK) return CHAIN_UNREADABLE;
     const int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
     if (code == IX_OK) return CHAIN_CURRENT;
     return code == IX_OTHER_LAYOUT ? loadOlderChain(job) : CHAIN_UNREADABLE;

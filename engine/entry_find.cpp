@@ -1,5 +1,6 @@
 #include "engine/entry_find.h"
 
+#include "engine/descent.h"
 #include "engine/found_entry.h"
 #include "engine/segments.h"
 

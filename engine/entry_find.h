@@ -3,7 +3,6 @@
 #pragma once
 
 #include "engine/engine.h"
-#include "engine/steps.h"
 
 enum SearchFrom { FROM_ROOT, FROM_POSITION };
 

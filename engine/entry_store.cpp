@@ -2,7 +2,6 @@
 // segments, each an entry of its own.
 #include "engine/entry_store.h"
 
-#include "engine/entry_delete.h"
 #include "engine/node_insert.h"
 #include "engine/torn_leaf.h"
 
@@ -23,9 +22,7 @@ static int storeEntry(IndexFile* tree, int mode, const SoughtKey* key, const uin
 
     uint8_t entry[MAX_ENTRY_SIZE];
     buildEntry(entry, key->key, key->number, key->segment, data, length);
-    int result = insertEntry(tree, index, entry);
-    position->removed = false;
-    return result;
+    return insertEntry(tree, index, entry);
 }
 
 static int storeSegments(IndexFile* tree, int mode, SoughtKey* key, const uint8_t* data, int length)
@@ -66,15 +63,10 @@ int storeRecord(IndexFile* tree, int mode, int index, const char* key, int32_t n
     buildSoughtKey(text, index, key);
     SoughtKey sought = {text, number, LAST_SEGMENT};
     tree->ioError = 0;
-    if (length == 0) return storeEntry(tree, mode, &sought, nullptr, 0);
-
     int result = storeSegments(tree, mode, &sought, static_cast<const uint8_t*>(data),
                                static_cast<int>(length));
     tree->ioError = result;
-    if (result == IX_SHORT_WRITE) {
-        // The file is full: what was stored of the record goes again.
-        int undone = ixInnerDelete(tree, index, text + 1, number);
-        if (undone != IX_OK && undone != IX_NOT_FOUND) result = undone;
-    }
+    // What was stored of a record that could not be stored whole goes again.
+    if (result != IX_OK && result != IX_EXISTS) ixInnerDelete(tree, index, text + 1, number);
     return result;
 }

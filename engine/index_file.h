@@ -37,8 +37,8 @@ struct Position {
     NotedPlace place;
 };
 
-// What the last operation found. The bytes are those of the entry from its index byte on,
-// all zero when there is none.
+// What the last operation found: the bytes of the entry from its index byte on, all zero when
+// there is none. After a failure that of the operation before.
 struct FoundEntry {
     int32_t number;
     uint8_t segment;

@@ -1,8 +1,7 @@
 #include "engine/record_locks.h"
 
-#include "engine/entry_delete.h"
-#include "engine/entry_find.h"
 #include "engine/entry_store.h"
+#include "engine/positions.h"
 
 // The lock entry of a record: key string (index byte and key of the locked entry)
 // and number.

@@ -6,7 +6,8 @@
 #include "engine/engine.h"
 
 // Each in an update of its own or of the caller's, leaving the found entry as it was.
-// IX_OK, IX_LOCKED_BY_OTHER or a failure code.
+// IX_OK, IX_LOCKED_BY_OTHER, a failure code; of a removal also IX_NOT_FOUND, IX_SAME_KEY or
+// IX_GREATER_KEY when the lock entry is gone.
 int addRecordLock(IndexFile* tree, const Position* position);
 int removeRecordLock(IndexFile* tree, const Position* position);
 // IX_NOT_LOCKED, IX_LOCKED_HERE, IX_LOCKED_BY_OTHER or a failure code.

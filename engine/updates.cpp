@@ -5,7 +5,6 @@
 #include "engine/operation.h"
 #include "engine/page_supply.h"
 #include "engine/positions.h"
-#include "engine/record_locks.h"
 
 // -- Storing -----------------------------------------------------------------
 

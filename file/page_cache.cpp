@@ -7,9 +7,8 @@
 //      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
 //      free block is never dirty.
 //   3. No two blocks hold the same page.
-//   4. The victim is the last clean block of the list of use, free ones included. Which
-//      free block stands in a place has no effect: the one freed last is used, whose bytes
-//      are near.
+//   4. A page that comes in takes the block freed last, whose bytes are near, and when there
+//      is none that of the clean page used least recently.
 //   5. The free blocks stand in a list of their own, linked by bucketNext.
 //   6. A page in a block has passed nodeIsSound.
 #include "file/file.h"
@@ -191,31 +190,6 @@ static void checkHeaderOutsideLock(OpenFile* file)
     }
 }
 
-// Puts the block freed last at the head of the list of use and the last one of that
-// list, which is free too, in its place: as if that had been put at the head itself.
-static CacheBlock* moveFreeToHead()
-{
-    PageCache* cache = &fileState.cache;
-    CacheBlock* block = cache->freeHead;
-    CacheBlock* last = cache->tail;
-    if (block != last) {
-        cache->tail = last->previous;
-        cache->tail->next = nullptr;
-        last->previous = block->previous;
-        last->next = block->next;
-        (last->previous != nullptr ? last->previous->next : cache->head) = last;
-        (last->next != nullptr ? last->next->previous : cache->tail) = last;
-    } else {
-        cache->tail = block->previous;
-        cache->tail->next = nullptr;
-    }
-    block->previous = nullptr;
-    block->next = cache->head;
-    cache->head->previous = block;
-    cache->head = block;
-    return block;
-}
-
 // The block to give up for another page: the least recently used one that is clean. Dirty
 // ones are written in the order of their file, not for want of room; null when all are.
 static CacheBlock* findVictim()
@@ -227,8 +201,23 @@ static CacheBlock* findVictim()
     return block;
 }
 
+// Frees a block. 0 or the error of writing pages of the file, which is done when all are dirty.
+static int makeRoom(OpenFile* file)
+{
+    CacheBlock* victim = findVictim();
+    if (victim == nullptr && mayWrite(file)) {
+        int result = writeChanges(file);
+        if (result != IX_OK) return result;
+        victim = findVictim();
+    }
+    if (victim == nullptr) return failWith(IX_PAGE_IO);
+    freeBlock(victim);
+    return IX_OK;
+}
+
 // Makes the block of the page the one used last: the page's own or else, *found tells, a free
-// one in the place of the one given up for it. 0 or the error of writing pages to make room.
+// one, for which another page may have to be given up. 0 or the error of writing pages to make
+// room.
 static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** target)
 {
     buildList();
@@ -239,20 +228,12 @@ static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** targ
         *target = block;
         return IX_OK;
     }
-    if (fileState.cache.tail->descriptor == -1) {
-        *target = moveFreeToHead();
-        return IX_OK;
-    }
-    CacheBlock* victim = findVictim();
-    if (victim == nullptr && mayWrite(file)) {
-        int result = writeChanges(file);
+    if (fileState.cache.freeHead == nullptr) {
+        int result = makeRoom(file);
         if (result != IX_OK) return result;
-        victim = findVictim();
     }
-    if (victim == nullptr) return failWith(IX_PAGE_IO);
-    freeBlock(victim);
-    moveToHead(victim);
-    *target = victim;
+    *target = fileState.cache.freeHead;
+    moveToHead(*target);
     return IX_OK;
 }
 

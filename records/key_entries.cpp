@@ -36,43 +36,84 @@ static int nextHolder(IndexFile* tree, int index, const char* key, int32_t* numb
     return result == IX_OK ? IX_SAME_KEY : result;
 }
 
-int checkUniqueKeys(IndexFile* tree, const RecordImage* image, int32_t owner)
+static void addHolder(KeyHolders* holders, int32_t number)
 {
+    for (int i = 0; i < holders->count; ++i) {
+        if (holders->numbers[i] == number) return;
+    }
+    if (holders->count < MAX_HOLDERS) holders->numbers[holders->count++] = number;
+}
+
+// Adds the holders of one key but the owner. IX_OK, IX_EXISTS when the owner is none of them, or
+// a failure.
+static int addHoldersOf(IndexFile* tree, int index, const char* key, int32_t owner,
+                        KeyHolders* holders)
+{
+    int32_t holder = 0;
+    int found = 0;
+    bool owned = false;
+    int result = nextHolder(tree, index, key, &holder);
+    for (; result == IX_SAME_KEY; result = nextHolder(tree, index, key, &holder)) {
+        ++found;
+        if (holder == owner) {
+            owned = true;
+        } else {
+            addHolder(holders, holder);
+        }
+    }
+    if (result != IX_NOT_FOUND) return result;
+    return found == 0 || owned ? IX_OK : IX_EXISTS;
+}
+
+int findHolders(IndexFile* tree, const RecordImage* image, int32_t owner, KeyHolders* holders)
+{
+    *holders = {};
     char key[KEY_SCRATCH_SIZE];
     ImageWalk walk = startWalk(image);
     while (const LayoutEntry* entry = nextKey(&walk, key)) {
         if (entry->duplicates == DUPLICATES) continue;
-        int32_t holder = 0;
-        int result = IX_SAME_KEY;
-        while (result == IX_SAME_KEY) {
-            result = nextHolder(tree, entry->indexNumber, key, &holder);
-            if (result == IX_SAME_KEY && holder != owner) return IX_EXISTS;
-        }
-        if (result != IX_NOT_FOUND) return result;
+        int result = addHoldersOf(tree, entry->indexNumber, key, owner, holders);
+        if (result != IX_OK) return result;
     }
     return walk.damaged ? IX_DAMAGED_IMAGE : IX_OK;
 }
 
-int addKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
+static int addKeysOf(IndexFile* tree, const RecordImage* image, int32_t number, bool unique)
 {
     char key[KEY_SCRATCH_SIZE];
     ImageWalk walk = startWalk(image);
     while (const LayoutEntry* entry = nextKey(&walk, key)) {
+        if ((entry->duplicates != DUPLICATES) != unique) continue;
         int result = ixAdd(tree, entry->indexNumber, key, number, nullptr, 0);
         if (result != IX_OK && result != IX_EXISTS) return result; // exactly this entry exists
     }
     return walk.damaged ? IX_DAMAGED_IMAGE : IX_OK;
 }
 
-int removeKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
+static int removeKeysOf(IndexFile* tree, const RecordImage* image, int32_t number, bool unique)
 {
     char key[KEY_SCRATCH_SIZE];
     ImageWalk walk = startWalk(image);
     while (const LayoutEntry* entry = nextKey(&walk, key)) {
+        if ((entry->duplicates != DUPLICATES) != unique) continue;
         int result = ixDelete(tree, entry->indexNumber, key, number);
         if (result != IX_OK && result != IX_NOT_FOUND) return result;
     }
     return IX_OK;
+}
+
+// The unique key, by which a record is read, comes last and goes first: a process that is killed
+// on the way leaves a record either with all of its keys or out of reach.
+int addKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
+{
+    int result = addKeysOf(tree, image, number, false);
+    return result == IX_OK ? addKeysOf(tree, image, number, true) : result;
+}
+
+int removeKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
+{
+    int result = removeKeysOf(tree, image, number, true);
+    return result == IX_OK ? removeKeysOf(tree, image, number, false) : result;
 }
 
 static bool numberIsInUse(IndexFile* tree, int32_t number)

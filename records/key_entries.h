@@ -15,13 +15,22 @@ struct RecordImage {
     int length;
 };
 
-// IX_OK when each unique key of the image is free or belongs to the record of that number
-// (NO_RECORD: to none), IX_EXISTS when not, or a failure.
-int checkUniqueKeys(IndexFile* tree, const RecordImage* image, int32_t owner);
+// The numbers that hold the unique keys of an image: one, as a rule. A process that was killed
+// while it rewrote a record may have left both.
+constexpr int MAX_HOLDERS = 8;
+struct KeyHolders {
+    int32_t numbers[MAX_HOLDERS];
+    int count;
+};
+
+// Collects who holds the unique keys of the image, beside the record of that number. IX_OK,
+// IX_EXISTS when a key is held and not by the owner too (NO_RECORD: nobody may hold one), or a
+// failure.
+int findHolders(IndexFile* tree, const RecordImage* image, int32_t owner, KeyHolders* holders);
 
 // Enter and remove the index keys of an image under a record number. 0, or the
 // first failure; keys that are there already, or no longer, count as done. Unique keys are not
-// looked for: checkUniqueKeys comes first.
+// looked for: findHolders comes first.
 int addKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number);
 // Expects an image that checkImage has found sound.
 int removeKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number);

@@ -4,6 +4,7 @@
 #include "records/records.h"
 
 #include <cstdio>
+#include <initializer_list>
 
 constexpr char READ_ONLY_ADD[] = "ORV File Status: Read Only Access. ORVANE can not add a record.";
 constexpr char READ_ONLY_DELETE[] =
@@ -39,10 +40,10 @@ static void takeBack(RecordFile* job, const RecordImage* image, int32_t number)
 // Stores an image under a number that was handed out for it: the data, and when these have
 // reached the file the keys that refer to them.
 static int storeUnderNumber(RecordFile* job, const RecordImage* image, int32_t number,
-                            int32_t replaced)
+                            int32_t replaced, KeyHolders* twins)
 {
     IndexFile* tree = &job->tree;
-    int result = checkUniqueKeys(tree, image, replaced);
+    int result = findHolders(tree, image, replaced, twins);
     if (result != IX_OK) {
         releaseRecordNumber(job, number);
         return result;
@@ -61,8 +62,9 @@ static int storeUnderNumber(RecordFile* job, const RecordImage* image, int32_t n
 }
 
 // Packs, numbers and stores the record of the layout's variables. It may have the unique keys
-// of the record that it replaces.
-static int addWithinUpdate(RecordFile* job, LayoutEntry* layout, int32_t replaced)
+// of the record that it replaces, of which there may be twins.
+static int addWithinUpdate(RecordFile* job, LayoutEntry* layout, int32_t replaced,
+                           KeyHolders* twins)
 {
     // Before a number is taken, so that a record that does not fit costs none.
     int length = packRecord(job->recordBuffer, layout, job->recordTypeByte, job->recordBufferSize);
@@ -72,7 +74,7 @@ static int addWithinUpdate(RecordFile* job, LayoutEntry* layout, int32_t replace
     int32_t number = 0;
     int result = allocateRecordNumber(job, &number);
     if (result != IX_OK) return result;
-    result = storeUnderNumber(job, &image, number, replaced);
+    result = storeUnderNumber(job, &image, number, replaced, twins);
     if (result == IX_OK) job->currentRecordNumber = number;
     return result;
 }
@@ -84,7 +86,8 @@ int recordAdd(RecordFile* job, LayoutEntry* layout)
     int checked = checkLayoutForWrite(layout);
     if (checked != IX_OK) return withStatus(&job->tree, checked);
     if (ixBeginUpdate(fileOf(job)) != IX_OK) return withStatus(&job->tree, IX_FILE_LOCK);
-    return endWith(job, addWithinUpdate(job, layout, NO_RECORD));
+    KeyHolders none;
+    return endWith(job, addWithinUpdate(job, layout, NO_RECORD, &none));
 }
 
 // -- Delete ------------------------------------------------------------------
@@ -204,6 +207,24 @@ static int moveRecordLock(RecordFile* job, int32_t oldNumber)
     return result == IX_LOCKED_HERE ? IX_OK : result;
 }
 
+// Removes the keys of what a process that was killed has left of the same record, as far as its
+// image can be read through one of the layouts.
+static int removeTwinKeys(RecordFile* job, const LayoutEntry* oldLayout, const LayoutEntry* layout,
+                          const KeyHolders* twins)
+{
+    for (int i = 0; i < twins->count; ++i) {
+        if (readStoredImage(job, twins->numbers[i]) != IX_OK) continue;
+        for (const LayoutEntry* candidate : {oldLayout, layout}) {
+            RecordImage image = storedImage(job, candidate);
+            if (checkImage(image.bytes, candidate, image.length) != IX_OK) continue;
+            int result = removeKeyEntries(&job->tree, &image, twins->numbers[i]);
+            if (result != IX_OK) return result;
+            break;
+        }
+    }
+    return IX_OK;
+}
+
 // The rewrite itself, with the internal-call flag set: its steps keep the record locks of
 // the indexes that they touch. The new record comes first, then its keys take the place of the
 // old ones, and when that has reached the file the old record goes.
@@ -215,14 +236,20 @@ static int rewriteRecord(RecordFile* job, const LayoutEntry* oldLayout, LayoutEn
     RecordImage old = storedImage(job, oldLayout);
     if (checkImage(old.bytes, oldLayout, old.length) != IX_OK) return IX_KEYS_NOT_REMOVED;
 
-    int result = addWithinUpdate(job, layout, oldNumber);
+    KeyHolders twins;
+    int result = addWithinUpdate(job, layout, oldNumber, &twins);
     if (result != IX_OK) return result;
-    if (removeOldKeys(job, oldLayout, oldNumber) != IX_OK) {
+    bool removed = removeOldKeys(job, oldLayout, oldNumber) == IX_OK &&
+                   removeTwinKeys(job, oldLayout, layout, &twins) == IX_OK;
+    if (!removed) {
         returnToOldRecord(job, oldLayout, oldNumber, layout);
         return IX_KEYS_NOT_REMOVED;
     }
     result = ixWriteOut(fileOf(job));
     if (result == IX_OK) result = removeOldRecord(job, oldNumber);
+    for (int i = 0; i < twins.count && result == IX_OK; ++i) {
+        result = removeOldRecord(job, twins.numbers[i]);
+    }
     if (result == IX_OK && lockCheck == IX_LOCKED_HERE) result = moveRecordLock(job, oldNumber);
     return result;
 }
@@ -259,7 +286,8 @@ static int replaceLost(RecordFile* job, int index, LayoutEntry* layout)
     int32_t lost = job->currentRecordNumber;
     char key[KEY_BUFFER_SIZE];
     copyText(key, sizeof key, keyAtPosition(job, index));
-    int result = addWithinUpdate(job, layout, lost);
+    KeyHolders twins;
+    int result = addWithinUpdate(job, layout, lost, &twins);
     if (result == IX_OK) result = ixInnerDelete(&job->tree, index, key, lost);
     if (result == IX_OK) result = ixWriteOut(fileOf(job));
     if (result != IX_OK) return result;

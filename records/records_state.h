@@ -1,5 +1,5 @@
-// The writable state of records/, all of it. Zero when the process starts. For records/ and
-// its tests.
+// The writable state of records/, all of it. Zero when the process starts. For records/,
+// those who build layouts with its record key, and tests.
 #pragma once
 
 #include "records/records.h"

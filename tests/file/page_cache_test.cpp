@@ -37,8 +37,8 @@ struct Model {
         inFile[block.page] = block.version;
         block.firstChange = 0;
     }
-    // The page's block, or the last clean one, which is read unless it is to be written to;
-    // it becomes the first.
+    // The page's block, or a free one, or the last clean one, which is read unless it is to be
+    // written to; it becomes the first.
     Block& use(Page page, bool reads)
     {
         auto holds = [&](const Block& block) { return block.page == page; };

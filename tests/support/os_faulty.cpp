@@ -48,7 +48,8 @@ int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
 {
     osFaults.transfers.push_back({OS_CALL_WRITE, descriptor, offset});
     bool failed = fails(OS_CALL_WRITE);
-    if (offset >= osFaults.diskEnd || (failed && !osFaults.shortened)) return OS_FAILED;
+    bool dead = osFaults.kills && osFaults.failures > 1;
+    if (offset >= osFaults.diskEnd || (failed && !osFaults.shortened) || dead) return OS_FAILED;
     return realOsWriteAt(descriptor, offset, buffer, failed ? length / 2 : length);
 }
 

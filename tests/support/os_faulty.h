@@ -31,6 +31,10 @@ struct OsFaults {
     bool lasting = false;
     bool shortened = false; // transfers: half of the bytes instead of none
 
+    // The process is killed at write number `first`: nothing of it reaches the file, or its
+    // first half, and nothing of any later one.
+    bool kills = false;
+
     int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
 
     int failures = 0; // calls that have failed

@@ -1,0 +1,198 @@
+#include "tests/support/facts.h"
+
+#include "tests/support/command.h"
+#include "tests/support/exports.h"
+
+#include <cstring>
+
+constexpr int MOST_STEPS = 20000; // no job of the tests has so many elements
+constexpr char FAULT[] = "fault"; // of the exports themselves
+
+template <typename Type> static std::string raw(const Type& item)
+{
+    return std::string(reinterpret_cast<const char*>(&item), sizeof(Type));
+}
+
+// -- Elements ----------------------------------------------------------------
+
+// What stands in a record that may be missing is a fact only when it is there.
+static void tell(Facts* facts, const std::string& subject, const std::string& text)
+{
+    if (!text.empty()) facts->emplace(subject, text);
+}
+
+static void add(Facts* facts, PointElement point)
+{
+    std::string subject = std::string("point ") + point.name;
+    tell(facts, "feature of " + subject, point.featureText);
+    memset(point.featureText, 0, sizeof point.featureText);
+    tell(facts, subject, raw(point));
+}
+
+static void add(Facts* facts, const LineElement& line)
+{
+    std::string subject = std::string("line ") + line.name;
+    add(facts, line.beginPoint);
+    add(facts, line.endPoint);
+    tell(facts, subject, std::string(line.beginPointName) + "," + line.endPointName);
+    tell(facts, "texts of " + subject, std::string(line.secondaryCode) + line.noteText);
+}
+
+static void add(Facts* facts, const CurveElement& curve)
+{
+    tell(facts, std::string("curve ") + curve.name, raw(curve));
+}
+
+static void add(Facts* facts, const SpiralElement& spiral)
+{
+    tell(facts, std::string("spiral ") + spiral.name, raw(spiral));
+}
+
+static void add(Facts* facts, const ChainElement& chain)
+{
+    std::string subject = std::string("chain ") + chain.name;
+    std::string parts = raw(chain.unresolvedMembers);
+    for (const ChainMember* member = chain.firstMember; member != nullptr; member = member->next) {
+        const ChainMemberPayload& payload = member->payload;
+        if (member->memberKind == CHAIN_MEMBER_POINT) add(facts, payload.point);
+        if (member->memberKind == CHAIN_MEMBER_CURVE) add(facts, payload.curve);
+        if (member->memberKind == CHAIN_MEMBER_SPIRAL) add(facts, payload.spiral);
+        parts += raw(member->memberKind) + raw(payload);
+    }
+    tell(facts, subject, std::string(chain.secondaryCode) + "," + chain.noteText);
+    tell(facts, PARTS + subject, parts);
+}
+
+static void add(Facts* facts, const ProfileElement& profile)
+{
+    std::string subject = std::string("profile ") + profile.name;
+    std::string vertices = raw(profile.vertexCount);
+    for (int32_t i = 0; i < profile.vertexCount; ++i) {
+        const ProfileVertex& vertex = profile.vertices[i];
+        vertices += raw(vertex.vertexCode) + raw(vertex.station) + raw(vertex.segmentNumber) +
+                    raw(vertex.elevation) + raw(vertex.backLength) + raw(vertex.aheadLength);
+    }
+    tell(facts, subject, vertices);
+    tell(facts, "texts of " + subject, std::string(profile.secondaryCode) + profile.noteText);
+}
+
+static void add(Facts* facts, const SurveyChainElement& chain)
+{
+    std::string subject = std::string("survey chain ") + chain.name;
+    std::string parts = raw(chain.unresolvedPoints);
+    for (int32_t i = 0; i < chain.pointCount; ++i) {
+        const PointElement& point = chain.points[i];
+        // A gap holds the point before it.
+        if (strcmp(point.name, "GAP") != 0) add(facts, point);
+        parts += raw(point);
+    }
+    tell(facts, subject,
+         std::string(chain.setText) + "," + chain.note + raw(chain.number1) + raw(chain.integer4));
+    tell(facts, "feature of " + subject, chain.featureText);
+    tell(facts, PARTS + subject, parts);
+}
+
+template <typename Element> static Facts factsIn(const void* element)
+{
+    Facts facts;
+    add(&facts, *static_cast<const Element*>(element));
+    return facts;
+}
+
+Facts factsOf(uint32_t kind, const void* element)
+{
+    constexpr Facts (*ofKind[])(const void*) = {factsIn<PointElement>,      factsIn<LineElement>,
+                                                factsIn<CurveElement>,      factsIn<SpiralElement>,
+                                                factsIn<ChainElement>,      factsIn<ProfileElement>,
+                                                factsIn<SurveyChainElement>};
+    return ofKind[kind](element);
+}
+
+// -- Jobs --------------------------------------------------------------------
+
+// Adds what an element tells and gives it back; false when there is none.
+static bool take(Facts* facts, uint32_t kind, int32_t result, void* element)
+{
+    bool fits = (result == IDX_OK) == (element != nullptr);
+    if (element != nullptr) facts->merge(factsOf(kind, element));
+    if (!fits || orvIdx_freeElement(kind, &element) != IDX_OK) tell(facts, FAULT, "result");
+    return result == IDX_OK;
+}
+
+static void addKind(Facts* facts, IdxConnection* job, uint32_t kind)
+{
+    void* element = nullptr;
+    int32_t result = orvIdx_readFirstElement(job, kind, &element);
+    int steps = 0;
+    // Behind an element that cannot be read there may be others.
+    for (int failures = 0; failures < 3 && steps < MOST_STEPS; ++steps) {
+        failures = take(facts, kind, result, element) ? 0 : failures + 1;
+        element = nullptr;
+        result = orvIdx_readNextElement(job, kind, &element);
+    }
+    take(facts, kind, result, element);
+    if (steps == MOST_STEPS) tell(facts, FAULT, "a walk without end");
+    for (const std::string& name : namesOf(job, kind)) {
+        element = nullptr;
+        result = orvIdx_readElementbyName(job, kind, name.c_str(), &element);
+        take(facts, kind, result, element);
+    }
+}
+
+Facts factsOfJob(const std::string& path)
+{
+    Facts facts;
+    IdxConnection* job = nullptr;
+    if (orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0) != IDX_OK) return facts;
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        addKind(&facts, job, kind);
+    }
+    if (orvIdx_disconnectFromOrvaneOrvFile(&job) != IDX_OK) tell(&facts, FAULT, "not closed");
+    return facts;
+}
+
+bool tells(const Facts& facts, const std::string& subject)
+{
+    auto fact = facts.lower_bound({subject, ""});
+    return fact != facts.end() && fact->first == subject;
+}
+
+// -- Damage ------------------------------------------------------------------
+
+SoundJob learnJob(const std::string& path)
+{
+    SoundJob job = {fileBytes(path), factsOfJob(path), {}};
+    auto byteAt = [&](size_t at) { return static_cast<uint8_t>(job.bytes[at]); };
+    for (size_t page = 1024; page < job.bytes.size(); page += 1024) {
+        if (byteAt(page) != 0) continue; // a branch
+        for (size_t at = page + 12; byteAt(at) > 0; at += byteAt(at) + size_t{1}) {
+            if (byteAt(at + 1) != 19) continue;
+            std::string damaged = job.bytes;
+            damaged[at + 7] = 0x55; // the segment byte
+            writeBytes(path, damaged);
+            Facts told = factsOfJob(path);
+            StoredData data = {at, byteAt(at) + size_t{1}, {}};
+            for (const auto& fact : job.facts) {
+                if (!told.contains(fact)) data.subjects.insert(fact.first);
+            }
+            job.data.push_back(data);
+        }
+    }
+    writeBytes(path, job.bytes);
+    return job;
+}
+
+std::string wrongFact(const SoundJob& sound, const std::string& damaged, const Facts& told)
+{
+    std::set<std::string> excused;
+    for (const StoredData& data : sound.data) {
+        bool same = damaged.compare(data.at, data.size, sound.bytes, data.at, data.size) == 0;
+        if (!same) excused.insert(data.subjects.begin(), data.subjects.end());
+    }
+    for (const auto& fact : told) {
+        bool part = fact.first.starts_with(PARTS);
+        if (!part && !sound.facts.contains(fact) && !excused.contains(fact.first))
+            return fact.first;
+    }
+    return "";
+}
