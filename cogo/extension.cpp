@@ -7,29 +7,24 @@
 
 #include <cstdint>
 
-// The version counter's record: its name is right-aligned.
-constexpr char VERSION_NAME[] = "             VERSION";
-static_assert(sizeof(VERSION_NAME) == ELEMENT_NAME_ROOM);
-
 // -- Extension records -------------------------------------------------------
 
 int readExtension(RecordFile* job, ExtensionResult* result)
 {
     if (readRecordAtKey(job, cogoState.extensionLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.extension;
-    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     return COGO_OK;
 }
 
-// Adds an empty extension record for a line. A number that cannot be had is 0; the
-// extension is added all the same.
+// Adds an empty extension record for a line. When there is no element number for it, it is
+// added with the number 0.
 static int addLineExtension(RecordFile* job, const char* lineName, ExtensionResult* result)
 {
-    const int32_t number = nextVersionNumber(job);
+    int32_t number = nextVersionNumber(job);
     cogoState.extension = {};
     cogoState.extension.elementNumber = number;
-    const KeyComponents parts =
-        keyComponents(TAG_EXTENSION, lineName, EXTENSION_MEMBER, EXTENDS_LINE);
+    KeyComponents parts = keyComponents(TAG_EXTENSION, lineName, EXTENSION_MEMBER, EXTENDS_LINE);
     setRecordKey(buildKey(&parts).text);
     job->recordTypeByte = KIND_EXTENSION;
     if (recordAdd(job, cogoState.extensionLayout) != IX_OK) return COGO_FAILED;
@@ -45,7 +40,7 @@ static int findLineExtension(RecordFile* job, const char* lineName)
 int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionResult* extension)
 {
     if (findLineExtension(job, lineName) == COGO_OK) return readExtension(job, extension);
-    // Nothing is written for an extension that may be there.
+    // The extension record may be there all the same: nothing is written.
     if (lookupFailed(job)) return COGO_FAILED;
     if (beginWriting(job) != IX_OK) return COGO_FAILED;
     // Another process may have added it before the file was locked.
@@ -60,14 +55,15 @@ int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionRe
 
 // -- Version counter ---------------------------------------------------------
 
-// The counter is stored with its own record type byte, which every read of a record
-// replaces: it is set last.
-static int32_t addVersionCounter(RecordFile* job, const RecordKey* key)
+// Every read of a record replaces the record type byte, so both writers of the counter set its
+// own just before they store it. Each returns the number counted to, or 0.
+
+static int32_t addVersionCounter(RecordFile* job, const KeyComponents* key)
 {
-    setRecordKey(key->text);
+    setRecordKey(buildKey(key).text);
     cogoState.versionCounter = 1;
     job->recordTypeByte = KIND_VERSION;
-    const int code = recordAdd(job, cogoState.versionLayout);
+    int code = recordAdd(job, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
@@ -77,22 +73,21 @@ static int32_t advanceVersionCounter(RecordFile* job)
     if (cogoState.versionCounter == INT32_MAX) return 0;
     cogoState.versionCounter += 1;
     job->recordTypeByte = KIND_VERSION;
-    const int code = recordUpdateCurrent(job, cogoState.versionLayout);
+    int code = recordUpdateCurrent(job, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
 static int32_t countUp(RecordFile* job)
 {
-    const KeyComponents parts = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
-    const RecordKey key = buildKey(&parts);
-    return findByKey(job, &parts) == IX_OK ? advanceVersionCounter(job)
-                                           : addVersionCounter(job, &key);
+    KeyComponents key = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
+    return findByKey(job, &key) == IX_OK ? advanceVersionCounter(job)
+                                         : addVersionCounter(job, &key);
 }
 
 int32_t nextVersionNumber(RecordFile* job)
 {
-    // One update over lookup and write: no number is handed out twice.
+    // One update around lookup and write, so that no number is handed out twice.
     if (beginWriting(job) != IX_OK) return 0;
-    const int32_t number = countUp(job);
+    int32_t number = countUp(job);
     return endWriting(job) == IX_OK ? number : 0;
 }

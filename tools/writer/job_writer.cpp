@@ -17,9 +17,6 @@ constexpr uint8_t SURVEY_TYPE_BYTE = 0; // and with survey chains and point list
 constexpr char FEATURE_CODE[] = "F01";
 constexpr char PROFILE_SECONDARY_KEY[] = "1";
 
-constexpr char VERSION_NAME[] = "             VERSION"; // right-aligned in its field
-static_assert(sizeof VERSION_NAME == ELEMENT_NAME_ROOM);
-
 constexpr int CHAIN_DESCRIPTION_FIELD = 1;
 
 // Parts of an entry of a point block, behind its code.
@@ -185,16 +182,10 @@ int addLine(JobWriter* job, const char* name, const LineResult& line,
 int addChainMember(JobWriter* job, const char* name, int member, const std::string& share,
                    const ChainResult& attributes)
 {
-    std::string memberName = name;
-    if (member > 0) {
-        char suffix[16];
-        snprintf(suffix, sizeof suffix, "{%02d}", member);
-        memberName = (memberName + suffix).substr(0, CONTINUATION_NAME_LENGTH);
-    }
     cogoState.chain = attributes;
     int result = setText(cogoState.chain.description, sizeof cogoState.chain.description, share);
     if (result != IX_OK) return result;
-    setRecordKey(TAG_CHAIN, memberName.c_str());
+    setRecordKey(TAG_CHAIN, member > 0 ? continuationName(name, member).text : name);
     return addRecord(job, cogoState.chainLayout, KIND_CHAIN);
 }
 
