@@ -56,7 +56,7 @@ BenchJob openCopy(const fs::path& job)
     if (orvIdx_connectToOrvaneOrvFile(&opened.handle, opened.path.c_str(), 0) != IDX_OK) {
         throw std::runtime_error(job.string() + ": cannot be opened");
     }
-    opened.file = slotContext();
+    opened.records = slotContext();
     return opened;
 }
 

@@ -16,7 +16,7 @@
 struct BenchJob {
     std::string path;
     IdxConnection* handle;
-    RecordFile* file; // the context below the connection
+    RecordFile* records; // the context below the connection
 };
 
 // Chooses the job for the runs over points, and makes the other one in a new directory.

@@ -185,7 +185,7 @@ static void addedRecords(benchmark::State& state)
     while (state.KeepRunning()) {
         setScatteredKey(++n);
         Clock::time_point start = Clock::now();
-        int result = recordAdd(job.file, cogoState.versionLayout);
+        int result = recordAdd(job.records, cogoState.versionLayout);
         countIteration(state, &timing, secondsSince(start), result == IX_OK);
     }
     endTiming(state, &timing);
@@ -235,7 +235,7 @@ static void versionNumbers(benchmark::State& state)
     Timing timing = startTiming(job.path);
     while (state.KeepRunning()) {
         Clock::time_point start = Clock::now();
-        int32_t number = nextVersionNumber(job.file);
+        int32_t number = nextVersionNumber(job.records);
         countIteration(state, &timing, secondsSince(start), number > 0);
     }
     endTiming(state, &timing);
@@ -260,20 +260,21 @@ static std::vector<std::string> pointKeys(IndexFile* tree)
 static void finds(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
-    std::vector<std::string> keys = pointKeys(&job.file->tree);
+    std::vector<std::string> keys = pointKeys(&job.records->tree);
     shuffleNames(&keys);
     size_t at = 0;
     Timing timing = startTiming(job.path, SHORT_STEPS);
     while (state.KeepRunning()) {
-        bool done = ixBeginRead(fileOf(job.file)) == 0;
+        bool done = ixBeginRead(fileOf(job.records)) == 0;
         Clock::time_point start = Clock::now();
         for (int step = 0; step < SHORT_STEPS; ++step) {
-            int result = ixFind(&job.file->tree, POINT_NAME_INDEX, keys[at].c_str(), 0, nullptr, 0);
+            int result =
+                ixFind(&job.records->tree, POINT_NAME_INDEX, keys[at].c_str(), 0, nullptr, 0);
             done = result == IX_SAME_KEY && done; // under its record's number
             if (++at == keys.size()) at = 0;
         }
         double seconds = secondsSince(start);
-        done = ixEndRead(fileOf(job.file)) == 0 && done;
+        done = ixEndRead(fileOf(job.records)) == 0 && done;
         countIteration(state, &timing, seconds, done);
     }
     endTiming(state, &timing);
@@ -283,20 +284,20 @@ static void finds(benchmark::State& state)
 static void nexts(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
-    size_t points = pointKeys(&job.file->tree).size();
+    size_t points = pointKeys(&job.records->tree).size();
     size_t at = 0;
     Timing timing = startTiming(job.path, SHORT_STEPS);
     while (state.KeepRunning()) {
-        bool done = ixBeginRead(fileOf(job.file)) == 0;
+        bool done = ixBeginRead(fileOf(job.records)) == 0;
         Clock::time_point start = Clock::now();
         for (int step = 0; step < SHORT_STEPS; ++step) {
-            int result = at == 0 ? ixFindFirst(&job.file->tree, POINT_NAME_INDEX, nullptr, 0)
-                                 : ixNext(&job.file->tree, POINT_NAME_INDEX, nullptr, 0);
+            int result = at == 0 ? ixFindFirst(&job.records->tree, POINT_NAME_INDEX, nullptr, 0)
+                                 : ixNext(&job.records->tree, POINT_NAME_INDEX, nullptr, 0);
             done = result == IX_OK && done;
             if (++at == points) at = 0;
         }
         double seconds = secondsSince(start);
-        done = ixEndRead(fileOf(job.file)) == 0 && done;
+        done = ixEndRead(fileOf(job.records)) == 0 && done;
         countIteration(state, &timing, seconds, done);
     }
     endTiming(state, &timing);
@@ -308,8 +309,8 @@ static void unpackedCurves(benchmark::State& state)
     BenchJob job = openCopy(benchState.sampleJob);
     std::string name = elementNames(job, ELEMENT_CURVE).front();
     CurveResult curve = {};
-    bool found =
-        findCurve(job.file, name.c_str()) == COGO_OK && readCurve(job.file, &curve) == COGO_OK;
+    bool found = findCurve(job.records, name.c_str()) == COGO_OK &&
+                 readCurve(job.records, &curve) == COGO_OK;
     if (!found) throw std::runtime_error("a curve that cannot be read: " + name);
 
     // The layout's variables still hold what was read.
@@ -351,9 +352,9 @@ static void insertionsWithSplit(benchmark::State& state)
     uint32_t n = 0;
     Timing timing = startTiming(job.path);
     while (state.KeepRunning()) {
-        bool begun = ixBeginUpdate(fileOf(job.file)) == 0;
-        double seconds = begun ? timeSplit(&job.file->tree, &n) : -1.0;
-        bool ended = begun && ixEndUpdate(fileOf(job.file)) == 0;
+        bool begun = ixBeginUpdate(fileOf(job.records)) == 0;
+        double seconds = begun ? timeSplit(&job.records->tree, &n) : -1.0;
+        bool ended = begun && ixEndUpdate(fileOf(job.records)) == 0;
         countIteration(state, &timing, seconds, ended && seconds >= 0.0);
     }
     endTiming(state, &timing);

@@ -132,6 +132,7 @@ static_assert(rowFits(EXTENSION_ROWS[7], sizeof(ExtensionResult::shortText)));
 static_assert(rowFits(PROFILE_DATA_ROWS[1], sizeof(CogoState::profileSecondaryKey)));
 static_assert(rowFits(PROFILE_DATA_ROWS[2], sizeof(CogoState::pointBlock)));
 static_assert(PROFILE_DATA_ROWS[PROFILE_BLOCK_FIELD].type == TYPE_BLOCK);
+static_assert(CHAIN_ROWS[CHAIN_DESCRIPTION_FIELD].value == cogoState.chain.description);
 
 // What a line takes from its extension record fits its own members.
 static_assert(EXTENSION_ROWS[4].length <= SECONDARY_CODE_ROOM);

@@ -11,6 +11,9 @@ constexpr int EXTENSION_FIELDS = 10;
 constexpr int VERSION_FIELDS = 2;
 constexpr int PROFILE_DATA_FIELDS = 3;
 
+// Field of the description in both chain layouts.
+constexpr int CHAIN_DESCRIPTION_FIELD = 1;
+
 // Field of the point block in the profile data layout. After a read its length is that of the
 // block read; its room stays PROFILE_BLOCK_ROOM.
 constexpr int PROFILE_BLOCK_FIELD = 2;

@@ -35,7 +35,7 @@ static int fillJob(Sample* sample, const std::string& path)
     if (result == IX_OK) result = addPoints(sample);
     int closed = closeJobWriter(&sample->job);
     if (closed == IX_OK) return result;
-    ixAbandon(&sample->job.file.tree);
+    ixAbandon(&sample->job.records.tree);
     return closed;
 }
 

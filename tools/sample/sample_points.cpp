@@ -50,7 +50,7 @@ constexpr int SPARE_PAGES = 256;
 static int addSamplePoint(Sample* sample, const std::string& name, const PointRecord& record,
                           const char* feature)
 {
-    if (fileOf(&sample->job.file)->header.nextFreePage >= MAX_PAGES_IN_FILE - SPARE_PAGES)
+    if (fileOf(&sample->job.records)->header.nextFreePage >= MAX_PAGES_IN_FILE - SPARE_PAGES)
         return SAMPLE_FULL;
     int result = addPoint(&sample->job, name.c_str(), record, feature);
     if (result == IX_OK) ++sample->written;
