@@ -171,7 +171,7 @@ static void pointList(benchmark::State& state)
 static void setScatteredKey(uint32_t n)
 {
     char name[ELEMENT_NAME_ROOM];
-    snprintf(name, sizeof name, "%u", n * SCATTER);
+    std::snprintf(name, sizeof name, "%u", n * SCATTER);
     const KeyComponents key = keyComponents("MET", name, "", "");
     setRecordKey(buildKey(&key).text);
 }
@@ -336,7 +336,7 @@ static double timeSplit(IndexFile* tree, uint32_t* n)
 {
     for (;;) {
         char key[ELEMENT_NAME_ROOM];
-        snprintf(key, sizeof key, "%010u", ++*n * SCATTER);
+        std::snprintf(key, sizeof key, "%010u", ++*n * SCATTER);
         int nextFreePage = tree->file.header.nextFreePage;
         Clock::time_point start = Clock::now();
         int result = ixAdd(tree, UNUSED_INDEX, key, 1, nullptr, 0);
@@ -395,8 +395,8 @@ static std::string takeJobArgument(int* argc, char** argv)
     std::string job = ORVIDX_BENCH_JOB;
     int kept = 0;
     for (int at = 0; at < *argc; ++at) {
-        if (at > 0 && strncmp(argv[at], OPTION, strlen(OPTION)) == 0) {
-            job = argv[at] + strlen(OPTION);
+        if (at > 0 && std::strncmp(argv[at], OPTION, std::strlen(OPTION)) == 0) {
+            job = argv[at] + std::strlen(OPTION);
         } else {
             argv[kept++] = argv[at];
         }
@@ -417,7 +417,7 @@ int main(int argc, char** argv)
         makeBenchJobs(pointJob);
         benchmark::RunSpecifiedBenchmarks();
     } catch (const std::exception& error) {
-        fprintf(stderr, "job_bench: %s\n", error.what());
+        std::fprintf(stderr, "job_bench: %s\n", error.what());
         status = 1;
     }
     benchmark::Shutdown();
