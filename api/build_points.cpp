@@ -123,7 +123,7 @@ static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
     chain->number1 = record.numbers[0];
     chain->integer4 = record.integers[3];
 
-    char feature[FEATURE_ANSWER_ROOM];
+    char feature[FEATURE_ROOM];
     if (findSurveyChainFeature(job, record.name) == SURVEY_OK &&
         readSurveyChainFeature(job, feature) == SURVEY_OK) {
         setMember(chain->featureText, feature + FEATURE_TEXT);
@@ -157,7 +157,7 @@ int fillPoint(RecordFile* job, const char* name, PointElement* point)
     setMember(point->text3, record.texts[2]);
     setMember(point->text4, record.texts[3]);
 
-    char feature[FEATURE_ANSWER_ROOM];
+    char feature[FEATURE_ROOM];
     if (findPointFeature(job, point->name) == SURVEY_OK &&
         readPointFeature(job, feature) == SURVEY_OK) {
         setMember(point->featureText, feature + FEATURE_TEXT);

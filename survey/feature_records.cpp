@@ -12,23 +12,23 @@ static int findFeatureRecord(RecordFile* job, const char* tag, const char* name)
     return findByKey(job, &parts) == IX_OK ? SURVEY_OK : SURVEY_FAILED;
 }
 
-// Fills the answer with the name from the record key and the text behind the feature code.
-static void fillAnswer(char* answer)
+// Fills name and text: the one from the record key, the other from behind the feature code.
+static void fillFeature(char* feature)
 {
     const char* key = surveyState.featureKey;
     bool hasText = std::strlen(key) > FEATURE_CODE_LENGTH;
     // The first byte of the text may be where a name of full length would end.
-    copyText(answer, FEATURE_TEXT + 1, splitKey(recordKeyBuffer()).elementName);
-    copyText(answer + FEATURE_TEXT, FEATURE_ANSWER_ROOM - FEATURE_TEXT,
+    copyText(feature, FEATURE_TEXT + 1, splitKey(recordKeyBuffer()).elementName);
+    copyText(feature + FEATURE_TEXT, FEATURE_ROOM - FEATURE_TEXT,
              hasText ? key + FEATURE_CODE_LENGTH : "");
 }
 
-static int readFeatureOfKind(RecordFile* job, char* answer, int kind)
+static int readFeatureOfKind(RecordFile* job, char* feature, int kind)
 {
     constexpr int KEY_FIELD = 0;
     int result = readThroughLayout(job, surveyState.featureLayout, KEY_FIELD);
     if (result != SURVEY_OK) return result;
-    fillAnswer(answer);
+    fillFeature(feature);
     return job->recordTypeByte == kind ? SURVEY_OK : SURVEY_FAILED;
 }
 
@@ -42,12 +42,12 @@ int findSurveyChainFeature(RecordFile* job, const char* name)
     return findFeatureRecord(job, TAG_SURVEY_CHAIN_FEATURE, name);
 }
 
-int readPointFeature(RecordFile* job, char* answer)
+int readPointFeature(RecordFile* job, char* feature)
 {
-    return readFeatureOfKind(job, answer, KIND_POINT_FEATURE);
+    return readFeatureOfKind(job, feature, KIND_POINT_FEATURE);
 }
 
-int readSurveyChainFeature(RecordFile* job, char* answer)
+int readSurveyChainFeature(RecordFile* job, char* feature)
 {
-    return readFeatureOfKind(job, answer, KIND_SURVEY_CHAIN_FEATURE);
+    return readFeatureOfKind(job, feature, KIND_SURVEY_CHAIN_FEATURE);
 }

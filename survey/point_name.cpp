@@ -86,8 +86,8 @@ size_t nameOfKey(char* name, size_t room, const char* key)
     }
     size_t length = 0;
     for (size_t i = 0; key[i] != '\0' && i < LONGEST_KEY_READ; ++i) {
-        if (key[i] == ' ' && i < CHARACTERS_FREED_OF_BLANKS) continue;
-        if (length + 1 < room) name[length++] = key[i];
+        bool counts = key[i] != ' ' || i >= CHARACTERS_FREED_OF_BLANKS;
+        if (counts && length + 1 < room) name[length++] = key[i];
     }
     name[length] = '\0';
     return length;

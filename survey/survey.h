@@ -83,9 +83,9 @@ struct PointListRecord {
     char pointList[POINT_LIST_ROOM]; // point names, separated by commas
 };
 
-// Look a record up, which is then the current one. Each returns SURVEY_OK, or SURVEY_FAILED;
-// in the index of the point names instead of that the SPLIT_... of point_name.h that tells why
-// no point can have the name, or the result of recordFind.
+// Look a record up, which is then the current one. Each returns SURVEY_OK, or a failure: for
+// points the result of recordFind, or SPLIT_... (point_name.h) for a name that no point can have;
+// for all others SURVEY_FAILED.
 int findPoint(RecordFile* job, const char* name);
 int findSurveyChain(RecordFile* job, const char* name);
 int findChainPointList(RecordFile* job, const char* name);
@@ -167,10 +167,10 @@ int pointSelectionCount(int32_t* number);
 
 // -- Feature records (feature_records.cpp) -----------------------------------
 
-// What a feature read fills: the element name, then from FEATURE_TEXT on the feature text,
-// terminated. The name is terminated when it is shorter than its room.
+// The FEATURE_ROOM bytes that a feature read fills: the element name, and from FEATURE_TEXT on
+// the feature text, terminated. The name is terminated when it is shorter than its room.
 constexpr int FEATURE_TEXT = 20;
-constexpr int FEATURE_ANSWER_ROOM = 58;
+constexpr int FEATURE_ROOM = 58;
 
 // Look up the feature record of a point or survey chain. Each returns SURVEY_OK or
 // SURVEY_FAILED.
@@ -178,7 +178,7 @@ int findPointFeature(RecordFile* job, const char* name);
 int findSurveyChainFeature(RecordFile* job, const char* name);
 
 // Read the current record as the feature record of a point or survey chain. Each returns
-// SURVEY_OK with the answer filled, SURVEY_RECORD_..., or SURVEY_FAILED when the record is of
-// another kind; the answer is not to be used after a failure.
-int readPointFeature(RecordFile* job, char* answer);
-int readSurveyChainFeature(RecordFile* job, char* answer);
+// SURVEY_OK, SURVEY_RECORD_..., or SURVEY_FAILED when the record is of another kind; after a
+// failure the feature is not to be used.
+int readPointFeature(RecordFile* job, char* feature);
+int readSurveyChainFeature(RecordFile* job, char* feature);

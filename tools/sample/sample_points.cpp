@@ -180,16 +180,23 @@ static int addShot(Sample* sample, int shot, const Shot& taken)
     return addSamplePoint(sample, std::to_string(shot + 1), record, COLUMNS[column].feature);
 }
 
+// Adds every second shot of the batch, from the start-th on; first is the batch's first shot.
+static int addEverySecond(Sample* sample, int first, size_t start)
+{
+    int result = IX_OK;
+    for (size_t at = start; at < sample->batch.size() && result == IX_OK; at += 2) {
+        result = addShot(sample, first + static_cast<int>(at), sample->batch[at]);
+    }
+    return result;
+}
+
 static int addShots(Sample* sample)
 {
     int result = IX_OK;
     for (int first = 0; first < sample->shots && result == IX_OK; first += SHOTS_IN_BATCH) {
         if (first > 0) takeShots(sample, first);
-        for (size_t start : {size_t{1}, size_t{0}}) {
-            for (size_t at = start; at < sample->batch.size() && result == IX_OK; at += 2) {
-                result = addShot(sample, first + static_cast<int>(at), sample->batch[at]);
-            }
-        }
+        result = addEverySecond(sample, first, 1);
+        if (result == IX_OK) result = addEverySecond(sample, first, 0);
     }
     return result;
 }
