@@ -58,9 +58,9 @@ int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionRe
 // Every read of a record replaces the record type byte, so both writers of the counter set its
 // own just before they store it. Each returns the number counted to, or 0.
 
-static int32_t addVersionCounter(RecordFile* job, const KeyComponents* key)
+static int32_t addVersionCounter(RecordFile* job, const RecordKey* key)
 {
-    setRecordKey(buildKey(key).text);
+    setRecordKey(key->text);
     cogoState.versionCounter = 1;
     job->recordTypeByte = KIND_VERSION;
     int code = recordAdd(job, cogoState.versionLayout);
@@ -79,9 +79,10 @@ static int32_t advanceVersionCounter(RecordFile* job)
 
 static int32_t countUp(RecordFile* job)
 {
-    KeyComponents key = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
-    return findByKey(job, &key) == IX_OK ? advanceVersionCounter(job)
-                                         : addVersionCounter(job, &key);
+    KeyComponents parts = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
+    RecordKey key = buildKey(&parts);
+    return findByKey(job, &parts) == IX_OK ? advanceVersionCounter(job)
+                                           : addVersionCounter(job, &key);
 }
 
 int32_t nextVersionNumber(RecordFile* job)
