@@ -15,8 +15,8 @@ struct ApiState {
 
 extern ApiState apiState;
 
-// True for the handle that connect handed out last, until its disconnect. Element
-// operations refuse any other.
+// True for the handle that connect handed out last, until it is disconnected. Element
+// operations refuse any other handle.
 inline bool handleIsInForce(const IdxConnection* handle)
 {
     return handle != nullptr && handle == apiState.connection;

@@ -16,7 +16,7 @@
 #include <cstdio>
 #include <cstring>
 
-// What the tokenizer finds besides the CHAIN_MEMBER_... kinds.
+// Types of tokens beside the CHAIN_MEMBER_... kinds.
 constexpr int TOKEN_GROUP = -1;     // spiral, curve and spiral
 constexpr int TOKEN_REFERENCE = -2; // another chain
 
@@ -43,11 +43,11 @@ constexpr GroupPart GROUP_PARTS[] = {
 
 constexpr char BLANK = ' ';
 constexpr char REFERENCE[] = "CHA";
-constexpr size_t NAMED_KEYWORD_LENGTH = 4; // with the blank; of the keywords with a name
+constexpr size_t REFERENCE_KEYWORD_LENGTH = 4; // with the blank behind it
 constexpr size_t WORD_ROOM = 256;
-constexpr size_t EXPANDED_ROOM = 12500; // to begin with
+constexpr size_t FIRST_EXPANDED_ROOM = 12500;
 
-// What became of a member.
+// What became of a member that was to be appended.
 constexpr int MEMBER_ADDED = 0;
 constexpr int MEMBER_UNRESOLVED = 1;
 constexpr int MEMBER_NO_MEMORY = 2;
@@ -55,8 +55,17 @@ constexpr int MEMBER_NO_MEMORY = 2;
 // A member of the description.
 struct Token {
     int type;             // CHAIN_MEMBER_... or TOKEN_...
-    char name[WORD_ROOM]; // of types that have one
+    char name[WORD_ROOM]; // for the types that have one
     bool nameFits;
+};
+
+// A reference in a description: the letters "CHA", and the name of the chain behind them.
+struct Reference {
+    const char* begin;    // of the letters
+    char name[WORD_ROOM]; // when it fits
+    bool nameFits;        // a longer one is that of no chain
+    const char* nameEnd;
+    const char* rest; // the blank from which the description goes on, or null at its end
 };
 
 // A chain while its members are appended.
@@ -71,8 +80,8 @@ static bool isWhiteSpace(char character)
     return character != '\0' && std::strchr(" \t\n\v\f\r", character) != nullptr;
 }
 
-// The first word at or after text, which white space ends: its begin, and *end behind
-// its last character. Empty at the end of the text.
+// Returns the first word at or after text, up to the next white space; *end becomes the place
+// behind its last character. At the end of the text the word is empty.
 static const char* findWord(const char* text, const char** end)
 {
     while (isWhiteSpace(*text)) {
@@ -85,7 +94,7 @@ static const char* findWord(const char* text, const char** end)
     return text;
 }
 
-// Copies a word into WORD_ROOM bytes. False, and nothing copied, when it is longer.
+// Copies a word into WORD_ROOM bytes. Returns false, with nothing copied, when it does not fit.
 static bool copyWord(char* name, const char* word, const char* end)
 {
     size_t length = static_cast<size_t>(end - word);
@@ -97,9 +106,9 @@ static bool copyWord(char* name, const char* word, const char* end)
 
 // -- References --------------------------------------------------------------
 
-// Appends the description of the chain; of one that does not exist or cannot be read
-// nothing. IDX_ERROR when there is no room for it, or when reading has to write, which
-// a bracket for reading has refused.
+// Appends the description of the chain, or nothing when the chain does not exist or cannot be
+// read. Returns IDX_OK; or IDX_ERROR when there is no memory, or when reading the chain has to
+// write, which a bracket for reading has refused.
 static int appendDescription(RecordFile* job, const char* name, TextBlock* text)
 {
     ChainResult result;
@@ -112,45 +121,62 @@ static int appendDescription(RecordFile* job, const char* name, TextBlock* text)
     return appendText(text, result.description, length);
 }
 
-// Copies the description, replacing each reference by the description of the chain it
-// names. References in that one stay. A reference need not stand at the begin of a
-// word. Expects something behind the last letters "CHA", a newline for one. IDX_OK,
-// or IDX_ERROR as appendDescription.
-static int expandReferences(RecordFile* job, const char* description, TextBlock* text)
+// Finds the first reference in the text, which need not stand at the begin of a word. False
+// when there is none. Expects at least one character behind the last letters "CHA".
+static bool findReference(const char* text, Reference* reference)
 {
+    const char* begin = std::strstr(text, REFERENCE);
+    if (begin == nullptr) return false;
+    const char* behind = begin + REFERENCE_KEYWORD_LENGTH;
+    const char* word = findWord(behind, &reference->nameEnd);
+    reference->begin = begin;
+    reference->nameFits = copyWord(reference->name, word, reference->nameEnd);
+
+    // With a blank behind them the letters are a keyword, and the description goes on behind
+    // the name, however many blanks stand before that. Letters inside a word are no keyword:
+    // the name, which is then the next word, stays as a member of its own.
+    bool isKeyword = begin[REFERENCE_KEYWORD_LENGTH - 1] == BLANK;
+    reference->rest = std::strchr(isKeyword ? reference->nameEnd : behind, BLANK);
+    return true;
+}
+
+// Appends the text up to the reference, and the description that takes the reference's place.
+// Returns as appendDescription.
+static int replaceReference(RecordFile* job, const char* text, const Reference* reference,
+                            TextBlock* expanded)
+{
+    if (!reference->nameFits) {
+        // The reference is kept, and becomes an unresolved member.
+        const char* end = reference->rest != nullptr ? reference->rest : reference->nameEnd;
+        return appendText(expanded, text, static_cast<size_t>(end - text));
+    }
+    // The character before the letters goes with them: the blank that separates the members.
+    const char* end = reference->begin > text ? reference->begin - 1 : text;
+    if (appendText(expanded, text, static_cast<size_t>(end - text)) != IDX_OK) return IDX_ERROR;
+    return appendDescription(job, reference->name, expanded);
+}
+
+// Copies the description, with each reference replaced by the description of the chain that it
+// names. References in that one stay. Expects the description to end with a newline. Returns
+// as appendDescription.
+static int expandReferences(RecordFile* job, const char* description, TextBlock* expanded)
+{
+    Reference reference;
     const char* cursor = description;
     while (cursor != nullptr) {
-        const char* occurrence = std::strstr(cursor, REFERENCE);
-        if (occurrence == nullptr) return appendText(text, cursor, std::strlen(cursor));
-
-        char name[WORD_ROOM];
-        const char* end = nullptr;
-        const char* behind = occurrence + NAMED_KEYWORD_LENGTH;
-        const char* word = findWord(behind, &end);
-        bool isReference = copyWord(name, word, end);
-        // The name is left behind with the keyword, however many blanks stand between
-        // them. Letters inside a word are no keyword: a name that is the next word
-        // remains, as a member of its own.
-        if (occurrence[NAMED_KEYWORD_LENGTH - 1] == BLANK) behind = end;
-        const char* next = std::strchr(behind, BLANK);
-
-        // The character before belongs to the reference: the blank that separates it.
-        // What no chain can be called stays, and becomes an unresolved member.
-        const char* keptEnd = next != nullptr ? next : end;
-        if (isReference) keptEnd = occurrence - (occurrence > cursor ? 1 : 0);
-        if (appendText(text, cursor, static_cast<size_t>(keptEnd - cursor)) != IDX_OK) {
-            return IDX_ERROR;
+        if (!findReference(cursor, &reference)) {
+            return appendText(expanded, cursor, std::strlen(cursor));
         }
-        if (isReference && appendDescription(job, name, text) != IDX_OK) return IDX_ERROR;
-        cursor = next;
+        if (replaceReference(job, cursor, &reference, expanded) != IDX_OK) return IDX_ERROR;
+        cursor = reference.rest;
     }
     return IDX_OK;
 }
 
 // -- Tokenizer ---------------------------------------------------------------
 
-// Takes the white space off both ends of the text, in place. Where its first member begins;
-// null when there is none.
+// Takes the white space off both ends of the text, in place. Returns where its first member
+// begins, or null when there is none.
 static const char* startTokens(char* text)
 {
     size_t length = std::strlen(text);
@@ -163,41 +189,43 @@ static const char* startTokens(char* text)
     return *text != '\0' ? text : nullptr;
 }
 
-// Takes the member at the cursor. Where the next one begins; null behind the last one.
+static const char* skipBlanks(const char* text)
+{
+    while (*text == BLANK) {
+        ++text;
+    }
+    return text;
+}
+
+// Returns the keyword with which the text begins, or null.
+static const Keyword* keywordAt(const char* text)
+{
+    for (const Keyword& keyword : KEYWORDS) {
+        if (std::strncmp(text, keyword.text, std::strlen(keyword.text)) == 0) return &keyword;
+    }
+    return nullptr;
+}
+
+// Takes the member at the cursor. Returns where the next one begins, or null behind the last.
 static const char* takeToken(const char* cursor, Token* token)
 {
-    while (*cursor == BLANK) {
-        ++cursor;
-    }
+    cursor = skipBlanks(cursor);
+    const Keyword* keyword = keywordAt(cursor);
+    token->type = keyword != nullptr ? keyword->type : CHAIN_MEMBER_POINT;
 
-    token->type = CHAIN_MEMBER_POINT;
-    bool hasName = true;
-    const char* nameFrom = cursor;
-    for (const Keyword& keyword : KEYWORDS) {
-        size_t length = std::strlen(keyword.text);
-        if (std::strncmp(cursor, keyword.text, length) != 0) continue;
-        token->type = keyword.type;
-        hasName = keyword.hasName;
-        nameFrom = cursor + length;
-        break;
-    }
-
-    // On to the blank behind the name, however many stand before it.
     const char* end = cursor;
-    if (hasName) {
+    if (keyword == nullptr || keyword->hasName) {
+        const char* nameFrom = keyword != nullptr ? cursor + std::strlen(keyword->text) : cursor;
         const char* word = findWord(nameFrom, &end);
         token->nameFits = copyWord(token->name, word, end);
     }
-    cursor = std::strchr(end, BLANK);
-    while (cursor != nullptr && *cursor == BLANK) {
-        ++cursor;
-    }
-    return cursor;
+    const char* blank = std::strchr(end, BLANK);
+    return blank != nullptr ? skipBlanks(blank) : nullptr;
 }
 
 // -- Members -----------------------------------------------------------------
 
-// True when the element that the member is to carry exists; *found becomes its name.
+// True when the element that a member of the kind is to carry exists; *found becomes its name.
 static bool findMember(RecordFile* job, int kind, const char* name, ElementName* found)
 {
     copyText(found->text, sizeof found->text, name);
@@ -213,7 +241,7 @@ static bool findMember(RecordFile* job, int kind, const char* name, ElementName*
     }
 }
 
-// Fills the payload from the element of the name. IDX_OK or IDX_ERROR.
+// Fills the payload from the element of the name. Returns IDX_OK or IDX_ERROR.
 static int fillMember(RecordFile* job, const char* name, ChainMember* member)
 {
     switch (member->memberKind) {
@@ -228,7 +256,17 @@ static int fillMember(RecordFile* job, const char* name, ChainMember* member)
     }
 }
 
-// Appends one member; name counts for the kinds that carry an element. MEMBER_...
+static void appendMember(MemberList* list, ChainMember* member)
+{
+    if (list->last != nullptr) {
+        list->last->next = member;
+    } else {
+        list->chain->firstMember = member;
+    }
+    list->last = member;
+}
+
+// Adds one member. The name counts only for kinds that carry an element. Returns MEMBER_...
 static int addMember(MemberList* list, int kind, const char* name)
 {
     ElementName found;
@@ -240,16 +278,12 @@ static int addMember(MemberList* list, int kind, const char* name)
         release(member);
         return MEMBER_UNRESOLVED;
     }
-    if (list->last != nullptr) {
-        list->last->next = member;
-    } else {
-        list->chain->firstMember = member;
-    }
-    list->last = member;
+    appendMember(list, member);
     return MEMBER_ADDED;
 }
 
-// Appends the members of a group that exist; the others are passed over.
+// Adds those members of a group that exist, and passes the others over. Returns MEMBER_ADDED or
+// MEMBER_NO_MEMORY.
 static int addGroup(MemberList* list, const char* name)
 {
     for (const GroupPart& part : GROUP_PARTS) {
@@ -260,6 +294,8 @@ static int addGroup(MemberList* list, const char* name)
     return MEMBER_ADDED;
 }
 
+// Adds what the token stands for. A reference that is left in an expanded description is not
+// followed. Returns MEMBER_...
 static int addToken(MemberList* list, const Token* token)
 {
     switch (token->type) {
@@ -275,7 +311,8 @@ static int addToken(MemberList* list, const Token* token)
     }
 }
 
-// Appends all members of the expanded description. IDX_ERROR when there is no room.
+// Adds all members of the expanded description. Returns IDX_OK, or IDX_ERROR when there is no
+// memory.
 static int addMembers(RecordFile* job, ChainElement* chain, char* text)
 {
     MemberList list = {job, chain, nullptr};
@@ -290,8 +327,7 @@ static int addMembers(RecordFile* job, ChainElement* chain, char* text)
     return IDX_OK;
 }
 
-// Reads the chain, and its expanded description into an empty text. IDX_OK or
-// IDX_ERROR.
+// Reads the chain, and expands its description into an empty text. Returns IDX_OK or IDX_ERROR.
 static int fillChain(RecordFile* job, const char* name, ChainElement* chain, TextBlock* text)
 {
     ChainResult result;
@@ -314,7 +350,7 @@ ChainElement* buildChain(RecordFile* job, const Reached& reached)
     ChainElement* chain = static_cast<ChainElement*>(allocateZeroed(1, sizeof(ChainElement)));
     if (chain == nullptr) return nullptr;
     TextBlock text;
-    int result = beginText(&text, EXPANDED_ROOM);
+    int result = beginText(&text, FIRST_EXPANDED_ROOM);
     if (result == IDX_OK) result = fillChain(job, reached.name.text, chain, &text);
     if (result == IDX_OK) result = addMembers(job, chain, text.text);
     releaseText(&text);

@@ -1,4 +1,4 @@
-// Curves and spirals: chosen values of their records, by tables.
+// Curves and spirals: tables tell which values of their records become which members.
 #include "api/element_builders.h"
 #include "api/orvIdx.h"
 #include "platform/platform.h"
@@ -13,7 +13,7 @@ struct CurveRow {
     int value;
 };
 
-// curve10 is computed.
+// curve10 is not among them: it is the difference of two values.
 constexpr CurveRow CURVE_ROWS[] = {
     {&CurveElement::curve1, 11},  {&CurveElement::curve2, 10},  {&CurveElement::curve3, 2},
     {&CurveElement::curve4, 1},   {&CurveElement::curve5, 8},   {&CurveElement::curve6, 7},
@@ -21,8 +21,8 @@ constexpr CurveRow CURVE_ROWS[] = {
     {&CurveElement::curve11, 3},  {&CurveElement::curve12, 18}, {&CurveElement::curve13, 23},
     {&CurveElement::curve14, 24},
 };
-constexpr int CURVE_ANGLE_FROM = 20;
-constexpr int CURVE_ANGLE_TO = 21;
+constexpr int CURVE10_FROM = 20;
+constexpr int CURVE10_TO = 21;
 
 struct SpiralRow {
     double SpiralElement::*member;
@@ -35,10 +35,10 @@ constexpr SpiralRow SPIRAL_ROWS[] = {
     {&SpiralElement::spiral17, 32},
 };
 
-// Members that depend on the spiral type.
+// Members whose values depend on the spiral type.
 constexpr int SPIRAL_TYPE_VALUE = 40;
 constexpr int SPIRAL_TYPES = 4;
-constexpr int ZERO = 0; // no value: the member is 0.0
+constexpr int ZERO = 0; // in place of a value: the member is 0.0
 
 struct SpiralTypeRow {
     double SpiralElement::*member;
@@ -62,7 +62,7 @@ constexpr SpiralTypeRow SPIRAL_TYPE_ROWS[] = {
 };
 // clang-format on
 
-// Every value that a table names is one that the record has.
+// True when the record has every value that the table names.
 template <typename ROW, size_t ROWS>
 static constexpr bool rowsAreSound(const ROW (&rows)[ROWS], int most)
 {
@@ -75,7 +75,7 @@ constexpr int CURVE_VALUES = sizeof(CurveResult::values) / sizeof(double);
 constexpr int SPIRAL_VALUES = sizeof(SpiralResult::values) / sizeof(double);
 static_assert(rowsAreSound(CURVE_ROWS, CURVE_VALUES));
 static_assert(rowsAreSound(SPIRAL_ROWS, SPIRAL_VALUES));
-static_assert(CURVE_ANGLE_TO <= CURVE_VALUES && SPIRAL_TYPE_VALUE <= SPIRAL_VALUES);
+static_assert(CURVE10_TO <= CURVE_VALUES && SPIRAL_TYPE_VALUE <= SPIRAL_VALUES);
 
 static double curveValue(const CurveResult* result, int n)
 {
@@ -95,7 +95,7 @@ int fillCurve(RecordFile* job, const char* name, CurveElement* curve)
     for (const CurveRow& row : CURVE_ROWS) {
         curve->*row.member = curveValue(&result, row.value);
     }
-    curve->curve10 = curveValue(&result, CURVE_ANGLE_TO) - curveValue(&result, CURVE_ANGLE_FROM);
+    curve->curve10 = curveValue(&result, CURVE10_TO) - curveValue(&result, CURVE10_FROM);
     setMember(curve->textA, result.textA);
     setMember(curve->textB, result.textB);
     setMember(curve->secondaryCode, result.secondaryCode);

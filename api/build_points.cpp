@@ -5,12 +5,12 @@
 
 #include <cstring>
 
-// Room for so many points is taken at once. It costs nothing while it is not used,
-// and lists that fit need no copying.
+// A survey chain begins with room for this many points: memory that is not used costs nothing,
+// and a list that fits is never copied.
 constexpr int32_t FIRST_POINT_ROOM = 2500;
 
 constexpr char LIST_SEPARATOR = ',';
-constexpr char EMPTY_PIECE[] = " "; // passed over, as pieces without a character are
+constexpr char BLANK_PIECE[] = " "; // passed over, as a piece without characters is
 constexpr size_t PIECE_ROOM = 24;   // no point name is longer
 constexpr char GAP_NAME[] = "GAP";
 constexpr int32_t GAP_MARK = 2; // integer1 of a gap
@@ -24,7 +24,7 @@ struct PointArray {
     int32_t lastFound; // the point last found by its name, NO_POINT before the first
 };
 
-// Fills the point named; IDX_OK or IDX_ERROR.
+// Looks the point up and fills the structure. Returns as fillPoint.
 static int fillNamedPoint(RecordFile* job, const char* name, PointElement* point)
 {
     ElementName reached;
@@ -46,7 +46,7 @@ static int fillLine(RecordFile* job, const char* name, LineElement* line)
     return fillNamedPoint(job, result.endPointName, &line->endPoint);
 }
 
-// Keeps one point free behind the next. IDX_OK or IDX_ERROR.
+// Makes room for the next point and one more. Returns IDX_OK or IDX_ERROR.
 static int makeRoom(PointArray* array)
 {
     SurveyChainElement* chain = array->chain;
@@ -59,8 +59,8 @@ static int makeRoom(PointArray* array)
     return IDX_OK;
 }
 
-// Appends the point that a piece of the list names, or marks the chain when there is
-// none or its record cannot be read. IDX_ERROR when there is no room.
+// Appends the point of that name, or marks the chain when there is none or its record cannot be
+// read. Returns IDX_OK, or IDX_ERROR when there is no memory.
 static int appendPoint(PointArray* array, const char* name)
 {
     SurveyChainElement* chain = array->chain;
@@ -70,7 +70,7 @@ static int appendPoint(PointArray* array, const char* name)
     if (fillNamedPoint(array->job, name, point) == IDX_OK) {
         array->lastFound = chain->pointCount;
     } else if (!isGap) {
-        *point = {}; // for the next point
+        *point = {}; // the next point is filled in its place
         chain->unresolvedPoints = 1;
         return IDX_OK;
     } else if (array->lastFound != NO_POINT) {
@@ -84,7 +84,20 @@ static int appendPoint(PointArray* array, const char* name)
     return IDX_OK;
 }
 
-// Appends the points of a list of names. IDX_OK or IDX_ERROR.
+// Appends the point that a piece of the list names. Returns as appendPoint.
+static int appendPiece(PointArray* array, const char* piece, size_t length)
+{
+    if (length >= PIECE_ROOM) {
+        array->chain->unresolvedPoints = 1;
+        return IDX_OK;
+    }
+    char name[PIECE_ROOM] = "";
+    std::memcpy(name, piece, length);
+    if (length == 0 || std::strcmp(name, BLANK_PIECE) == 0) return IDX_OK;
+    return appendPoint(array, name);
+}
+
+// Appends the points of a list of names. Returns as appendPoint.
 static int appendPoints(PointArray* array, const char* list)
 {
     const char* piece = list;
@@ -92,20 +105,14 @@ static int appendPoints(PointArray* array, const char* list)
         const char* separator = std::strchr(piece, LIST_SEPARATOR);
         size_t length =
             separator != nullptr ? static_cast<size_t>(separator - piece) : std::strlen(piece);
-        char name[PIECE_ROOM] = "";
-        if (length < PIECE_ROOM) {
-            std::memcpy(name, piece, length);
-            bool isEmpty = length == 0 || std::strcmp(name, EMPTY_PIECE) == 0;
-            if (!isEmpty && appendPoint(array, name) != IDX_OK) return IDX_ERROR;
-        } else {
-            array->chain->unresolvedPoints = 1;
-        }
+        if (appendPiece(array, piece, length) != IDX_OK) return IDX_ERROR;
         piece = separator != nullptr ? separator + 1 : nullptr;
     }
     return IDX_OK;
 }
 
-// Of the survey chain whose record is the current one.
+// Fills the survey chain whose record is the current one, and appends its points. Returns
+// IDX_OK or IDX_ERROR.
 static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
 {
     SurveyChainRecord record;
@@ -116,7 +123,7 @@ static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
     chain->number1 = record.numbers[0];
     chain->integer4 = record.integers[3];
 
-    char feature[FEATURE_ANSWER_ROOM];
+    char feature[FEATURE_ROOM];
     if (findSurveyChainFeature(job, record.name) == SURVEY_OK &&
         readSurveyChainFeature(job, feature) == SURVEY_OK) {
         setMember(chain->featureText, feature + FEATURE_TEXT);
@@ -150,7 +157,7 @@ int fillPoint(RecordFile* job, const char* name, PointElement* point)
     setMember(point->text3, record.texts[2]);
     setMember(point->text4, record.texts[3]);
 
-    char feature[FEATURE_ANSWER_ROOM];
+    char feature[FEATURE_ROOM];
     if (findPointFeature(job, point->name) == SURVEY_OK &&
         readPointFeature(job, feature) == SURVEY_OK) {
         setMember(point->featureText, feature + FEATURE_TEXT);

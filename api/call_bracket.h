@@ -1,8 +1,8 @@
 // One reading bracket around a public call: the file is locked once, and all that the
 // host receives comes from one state of it. For api/ alone.
 //
-// Where the bracket cannot be opened the call goes on without: each operation then
-// locks by itself and answers for its own failure.
+// When the bracket cannot be opened the call goes on without one: each operation then locks by
+// itself and reports its own failure.
 #pragma once
 
 #include "records/records.h"
@@ -18,13 +18,14 @@ CallBracket beginCall(RecordFile* job);
 // met since its begin could not be read or is damaged: what was made of it is not to be used.
 int endCall(CallBracket* call);
 
-// True when something tried inside the bracket of a call has to write, which is refused
-// there before anything is changed.
+// True when something that was tried inside the bracket of a call has to write: the bracket
+// has refused that before anything was changed.
 bool hasToWrite(const RecordFile* job);
 
-// Closes the bracket when hasToWrite, and tells so: the same is to be tried again.
+// When something has to write, closes the bracket and returns true: the caller tries the same
+// once more, without a bracket.
 bool leaveToWrite(CallBracket* call);
 
-// After each step of a walk: lets writers in from time to time, and opens a bracket
-// that was left to write.
+// To be called after each step of a walk: lets writers in from time to time, and opens a new
+// bracket in place of one that was left to write.
 void goOn(CallBracket* call);

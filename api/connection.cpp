@@ -15,15 +15,15 @@ static int openJobDatabase(RecordFile* job, const char* path)
     return recordOpen(job, path, apiState.recordBuffer, RECORD_BUFFER_SIZE, OPEN_SHARED);
 }
 
-// Closes an open job database. One that cannot be closed is given up, so that no
-// lock and no descriptor of it stays behind.
+// Closes an open job database. When that fails it is given up, so that neither a lock nor a
+// descriptor of it stays behind.
 static void closeForGood(RecordFile* job)
 {
     if (recordClose(job) != IX_OK) ixAbandon(&job->tree);
 }
 
-// True when the file that did not open as a current job database is one of the older
-// format. Leaves it closed and the current format in force.
+// True when the file, which did not open as a current job database, is one of the older format.
+// Leaves it closed and the current format in force.
 static bool isOlderFormat(RecordFile* job, const char* path)
 {
     setFormatVersion(true, OLDER_FORMAT_VERSION);
@@ -33,7 +33,7 @@ static bool isOlderFormat(RecordFile* job, const char* path)
     return opened;
 }
 
-// The handle of the job database just opened, or null when there is no room for it.
+// Returns a handle for the job database just opened, or null when there is no memory for it.
 static IdxConnection* makeHandle(const char* path, uint32_t userValue)
 {
     IdxConnection* handle = static_cast<IdxConnection*>(allocateZeroed(1, sizeof(IdxConnection)));
@@ -42,6 +42,17 @@ static IdxConnection* makeHandle(const char* path, uint32_t userValue)
     copyText(handle->path, sizeof handle->path, path);
     handle->userValue = userValue;
     return handle;
+}
+
+// Makes the file the COGO file and opens it. Returns IDX_OK, IDX_ERROR or IDX_OLDER_FORMAT.
+static int32_t openCogoFile(const char* path)
+{
+    char name[sizeof(IdxConnection::path)];
+    copyText(name, sizeof name, path);
+    int32_t slot = COGO_SLOT;
+    if (jobFileCommand(&slot, name, "ADD_COGO_FILE") == JOB_FILE_REFUSED) return IDX_ERROR;
+    if (openJobDatabase(slotContext(), path) == IX_OK) return IDX_OK;
+    return isOlderFormat(slotContext(), path) ? IDX_OLDER_FORMAT : IDX_ERROR;
 }
 
 int32_t ORVIDX_CALL orvIdx_isOrvaneOrvFile(const char*) { return 1; }
@@ -58,19 +69,12 @@ int32_t ORVIDX_CALL orvIdx_connectToOrvaneOrvFile(IdxConnection** handleOut, con
         apiState.connection = nullptr;
     }
 
-    layerStartUp();
-    char name[sizeof(IdxConnection::path)];
-    copyText(name, sizeof name, path);
-    int32_t slot = COGO_SLOT;
-    if (jobFileCommand(&slot, name, "ADD_COGO_FILE") == JOB_FILE_REFUSED) return IDX_ERROR;
-
-    RecordFile* job = slotContext();
-    if (openJobDatabase(job, path) != IX_OK) {
-        return isOlderFormat(job, path) ? IDX_OLDER_FORMAT : IDX_ERROR;
-    }
+    startUpFloors();
+    int32_t opened = openCogoFile(path);
+    if (opened != IDX_OK) return opened;
     IdxConnection* handle = makeHandle(path, userValue);
     if (handle == nullptr) {
-        closeForGood(job);
+        closeForGood(slotContext());
         return IDX_ERROR;
     }
     apiState.connection = handle;

@@ -1,4 +1,4 @@
-// Turning the element reached into an element record. For api/ alone.
+// Builders: each turns the element that was reached into an element record. For api/ alone.
 //
 // Building an element moves the positions of the COGO records, of the point names and of the
 // point lists.
@@ -10,13 +10,13 @@
 #include <cstddef>
 #include <cstdint>
 
-// Fill a structure whose bytes are all zero from the record of the name. IDX_OK, or IDX_ERROR
-// when it cannot be found or read; the structure is then of no use.
+// Fill a structure whose bytes are all zero from the record of the name. Each returns IDX_OK, or
+// IDX_ERROR when the record cannot be found or read; the structure is then not to be used.
 int fillPoint(RecordFile* job, const char* name, PointElement* point);
 int fillCurve(RecordFile* job, const char* name, CurveElement* curve);
 int fillSpiral(RecordFile* job, const char* name, SpiralElement* spiral);
 
-// Answer a new element for the host, or null with nothing left allocated.
+// Each returns a new element for the host, or null with nothing left allocated.
 PointElement* buildPoint(RecordFile* job, const Reached& reached);
 LineElement* buildLine(RecordFile* job, const Reached& reached);
 CurveElement* buildCurve(RecordFile* job, const Reached& reached);

@@ -8,13 +8,13 @@
 
 #include <cstring>
 
-constexpr size_t NAME_LIST_ROOM = 2500; // to begin with
-constexpr size_t NAME_LIMIT = 32;       // no name is longer
+constexpr size_t FIRST_LIST_ROOM = 2500;
+constexpr size_t NAME_LIMIT = 32; // no name is longer
 constexpr char SEPARATOR = ',';
 static_assert(ELEMENT_NAME_ROOM <= NAME_LIMIT && SURVEY_NAME_ROOM <= NAME_LIMIT);
 
-// The name of the element reached; that of a survey chain is read into the record. Null when
-// it cannot be read.
+// Returns the name of the element reached, or null when it cannot be read. That of a survey
+// chain is read into the record.
 static const char* nameOf(RecordFile* job, uint32_t kind, const Reached& reached,
                           SurveyChainRecord* record)
 {
@@ -22,14 +22,9 @@ static const char* nameOf(RecordFile* job, uint32_t kind, const Reached& reached
     return readSurveyChainRecord(job, record) == SURVEY_OK ? record->name : nullptr;
 }
 
-// Positions on the first element of the kind, or the next one.
-static int reach(RecordFile* job, uint32_t kind, bool first, Reached* reached)
-{
-    return first ? positionOnFirst(job, kind, reached) : positionOnNext(job, kind, reached);
-}
-
-// Appends the name of an element and counts it. Names are short and have been written
-// just now: character by character is faster than in blocks.
+// Appends the name of an element and counts it. Names are short and have just been written, so
+// copying them character by character is faster than in blocks. Returns IDX_OK, or IDX_ERROR
+// when there is no name or no memory for it.
 static int takeName(const char* name, uint32_t* count, TextBlock* list)
 {
     if (name == nullptr || reserveText(list, NAME_LIMIT + 1) != IDX_OK) return IDX_ERROR;
@@ -44,7 +39,8 @@ static int takeName(const char* name, uint32_t* count, TextBlock* list)
     return IDX_OK;
 }
 
-// Takes the names of the points that the walk passes without a search.
+// Takes the names of the points over which the walk goes on without a search. Returns as
+// takeName.
 static int takeNextPoints(RecordFile* job, uint32_t* count, TextBlock* list)
 {
     PointNames names;
@@ -58,28 +54,27 @@ static int takeNextPoints(RecordFile* job, uint32_t* count, TextBlock* list)
     return IDX_OK;
 }
 
-// Walks all elements of the kind; appends their names and counts them.
+// Walks over all elements of the kind, appends their names and counts them. Returns IDX_OK, or
+// IDX_ERROR with the names so far.
 static int gatherNames(RecordFile* job, uint32_t kind, uint32_t* count, TextBlock* list)
 {
     SurveyChainRecord record;
-    Reached at = {};
+    Reached reached = {};
     int result = IDX_OK;
-    int reached = NOT_REACHED;
+    int found = NOT_REACHED;
     CallBracket call = beginCall(job);
     do {
-        bool first = *count == 0;
-        reached = reach(job, kind, first, &at);
-        if (leaveToWrite(&call)) reached = reach(job, kind, first, &at);
-        if (reached == NOT_REACHED) break;
-        const char* name = nameOf(job, kind, at, &record);
-        if (leaveToWrite(&call)) name = nameOf(job, kind, at, &record);
+        found = position(job, &call, *count == 0 ? FIRST : NEXT, kind, nullptr, &reached);
+        if (found == NOT_REACHED) break;
+        const char* name = nameOf(job, kind, reached, &record);
+        if (leaveToWrite(&call)) name = nameOf(job, kind, reached, &record);
         result = takeName(name, count, list);
-        if (kind == ELEMENT_POINT && reached > 0 && result == IDX_OK) {
+        if (kind == ELEMENT_POINT && found == REACHED && result == IDX_OK) {
             result = takeNextPoints(job, count, list);
         }
         goOn(&call);
-        // A failure of the engine counts as an element, but nothing follows it.
-    } while (result == IDX_OK && reached > 0);
+        // A failure of the engine has been counted as an element, but nothing follows it.
+    } while (result == IDX_OK && found == REACHED);
     int ended = endCall(&call);
     return result != IDX_OK ? result : ended;
 }
@@ -93,7 +88,7 @@ int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, uint32_t kind
 
     *count = 0;
     TextBlock list;
-    if (beginText(&list, NAME_LIST_ROOM) != IDX_OK) return IDX_ERROR;
+    if (beginText(&list, FIRST_LIST_ROOM) != IDX_OK) return IDX_ERROR;
     int result = gatherNames(slotContext(), kind, count, &list);
     if (result == IDX_OK && names != nullptr) {
         *names = list.text;

@@ -4,10 +4,11 @@
 
 static_assert(COGO_OK == REACHED && COGO_FAILED == NOT_REACHED);
 
-static int ofSurvey(int result) { return result == SURVEY_OK ? REACHED : NOT_REACHED; }
+static int fromSurvey(int result) { return result == SURVEY_OK ? REACHED : NOT_REACHED; }
 
-// The record number belongs to the element as long as nothing else is looked up.
-static int withNumber(const RecordFile* job, int result, Reached* reached)
+// Keeps the number of the record that was just positioned on, before anything else is looked
+// up. Returns the result of the positioning.
+static int keepNumber(const RecordFile* job, int result, Reached* reached)
 {
     reached->recordNumber = job->currentRecordNumber;
     return result;
@@ -27,24 +28,24 @@ static int findByName(RecordFile* job, uint32_t kind, const char* name)
     case ELEMENT_PROFILE:
         return findProfile(job, name);
     case ELEMENT_SURVEY_CHAIN:
-        return ofSurvey(findSurveyChain(job, name));
+        return fromSurvey(findSurveyChain(job, name));
     default:
         return NOT_REACHED;
     }
 }
 
-int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached)
+static int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached)
 {
-    if (kind == ELEMENT_POINT) return ofSurvey(readPointByName(job, name, &reached->name));
+    if (kind == ELEMENT_POINT) return fromSurvey(readPointByName(job, name, &reached->name));
     copyText(reached->name.text, sizeof reached->name.text, name);
-    return withNumber(job, findByName(job, kind, name), reached);
+    return keepNumber(job, findByName(job, kind, name), reached);
 }
 
-int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached)
+static int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached)
 {
     switch (kind) {
     case ELEMENT_POINT:
-        return ofSurvey(firstPoint(job, &reached->name));
+        return fromSurvey(firstPoint(job, &reached->name));
     case ELEMENT_LINE:
         return firstLine(job, &reached->name);
     case ELEMENT_CURVE:
@@ -56,17 +57,17 @@ int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached)
     case ELEMENT_PROFILE:
         return firstProfile(job, &reached->name);
     case ELEMENT_SURVEY_CHAIN:
-        return withNumber(job, ofSurvey(firstInIndex(job, SURVEY_CHAIN_INDEX)), reached);
+        return keepNumber(job, fromSurvey(firstInIndex(job, SURVEY_CHAIN_INDEX)), reached);
     default:
         return NOT_REACHED;
     }
 }
 
-int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached)
+static int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached)
 {
     switch (kind) {
     case ELEMENT_POINT:
-        return ofSurvey(nextPoint(job, &reached->name));
+        return fromSurvey(nextPoint(job, &reached->name));
     case ELEMENT_LINE:
         return nextLine(job, &reached->name);
     case ELEMENT_CURVE:
@@ -78,8 +79,28 @@ int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached)
     case ELEMENT_PROFILE:
         return nextProfile(job, &reached->name);
     case ELEMENT_SURVEY_CHAIN:
-        return withNumber(job, ofSurvey(nextInIndex(job, SURVEY_CHAIN_INDEX)), reached);
+        return keepNumber(job, fromSurvey(nextInIndex(job, SURVEY_CHAIN_INDEX)), reached);
     default:
         return NOT_REACHED;
     }
+}
+
+static int positionOn(RecordFile* job, Wanted wanted, uint32_t kind, const char* name,
+                      Reached* reached)
+{
+    switch (wanted) {
+    case BY_NAME:
+        return positionByName(job, kind, name, reached);
+    case FIRST:
+        return positionOnFirst(job, kind, reached);
+    default:
+        return positionOnNext(job, kind, reached);
+    }
+}
+
+int position(RecordFile* job, CallBracket* call, Wanted wanted, uint32_t kind, const char* name,
+             Reached* reached)
+{
+    int result = positionOn(job, wanted, kind, name, reached);
+    return leaveToWrite(call) ? positionOn(job, wanted, kind, name, reached) : result;
 }

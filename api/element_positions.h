@@ -1,6 +1,7 @@
-// Positioning the lower floors on an element of a kind. For api/ alone.
+// Positioning the floors below on an element of a kind. For api/ alone.
 #pragma once
 
+#include "api/call_bracket.h"
 #include "cogo/cogo.h"
 
 #include <cstdint>
@@ -12,11 +13,17 @@ struct Reached {
     int32_t recordNumber;
 };
 
+// Which element of a kind is wanted.
+enum Wanted { BY_NAME, FIRST, NEXT };
+
 constexpr int NOT_REACHED = 0;
 constexpr int REACHED = 1;
 
-// Kinds are 0 to 6. REACHED with the element, NOT_REACHED when there is none; first steps also
-// answer an engine's failure code, which is below 0 and counts as an element without a name.
-int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached);
-int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached);
-int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached);
+// Positions on an element of one of the kinds 0 to 6; the name counts only for BY_NAME. When
+// that has to write, it is done outside the bracket of the call, which is then left.
+//
+// Returns REACHED with the element, or NOT_REACHED when there is none. A first step may also
+// return a failure code of the engine, which is negative: the element then counts, but it has
+// no name.
+int position(RecordFile* job, CallBracket* call, Wanted wanted, uint32_t kind, const char* name,
+             Reached* reached);

@@ -32,25 +32,9 @@ static void* build(RecordFile* job, uint32_t kind, const Reached& reached)
     }
 }
 
-// Which element of a kind is to be read.
-enum Wanted { BY_NAME, FIRST, NEXT };
-
-static int position(RecordFile* job, Wanted wanted, uint32_t kind, const char* name,
-                    Reached* reached)
-{
-    switch (wanted) {
-    case BY_NAME:
-        return positionByName(job, kind, name, reached);
-    case FIRST:
-        return positionOnFirst(job, kind, reached);
-    default:
-        return positionOnNext(job, kind, reached);
-    }
-}
-
-// Builds an element that reading has to write for, from the file lock on, so that it is
-// of one state of the file too. Nothing is locked on a file without write access: each
-// write is then refused by itself.
+// Builds an element for which reading has to write inside an update, so that it is of one state
+// of the file too. Nothing is locked on a file without write access: each write is then refused
+// by itself.
 static void* buildInUpdate(RecordFile* job, uint32_t kind, const Reached& reached)
 {
     bool updating = !isReadOnly(job) && ixBeginUpdate(fileOf(job)) == IX_OK;
@@ -60,23 +44,28 @@ static void* buildInUpdate(RecordFile* job, uint32_t kind, const Reached& reache
     return nullptr;
 }
 
+// Builds an element in the bracket of the call, or, when reading has to write, in an update that
+// takes the bracket's place.
+static void* buildInCall(RecordFile* job, CallBracket* call, uint32_t kind, const Reached& reached)
+{
+    void* element = build(job, kind, reached);
+    if (!leaveToWrite(call)) return element;
+    releaseElement(kind, element);
+    return buildInUpdate(job, kind, reached);
+}
+
 static int32_t readElement(Wanted wanted, uint32_t kind, const char* name, void** elementOut)
 {
     RecordFile* job = slotContext();
     Reached reached = {};
     CallBracket call = beginCall(job);
-    int found = position(job, wanted, kind, name, &reached);
-    if (leaveToWrite(&call)) found = position(job, wanted, kind, name, &reached);
+    int found = position(job, &call, wanted, kind, name, &reached);
     if (found == NOT_REACHED || elementOut == nullptr) {
         endCall(&call);
         return IDX_ERROR;
     }
 
-    void* element = build(job, kind, reached);
-    if (leaveToWrite(&call)) {
-        releaseElement(kind, element);
-        element = buildInUpdate(job, kind, reached);
-    }
+    void* element = buildInCall(job, &call, kind, reached);
     if (endCall(&call) != IDX_OK) {
         releaseElement(kind, element);
         element = nullptr;
@@ -114,16 +103,20 @@ int32_t ORVIDX_CALL orvIdx_freeElement(uint32_t kind, void** elementVar)
     return IDX_OK;
 }
 
+static void releaseMembers(ChainMember* member)
+{
+    while (member != nullptr) {
+        ChainMember* next = member->next;
+        release(member);
+        member = next;
+    }
+}
+
 void releaseElement(uint32_t kind, void* element)
 {
     if (element == nullptr) return;
     if (kind == ELEMENT_CHAIN) {
-        ChainMember* member = static_cast<ChainElement*>(element)->firstMember;
-        while (member != nullptr) {
-            ChainMember* next = member->next;
-            release(member);
-            member = next;
-        }
+        releaseMembers(static_cast<ChainElement*>(element)->firstMember);
     } else if (kind == ELEMENT_PROFILE) {
         release(static_cast<ProfileElement*>(element)->vertices);
     } else if (kind == ELEMENT_SURVEY_CHAIN) {

@@ -1,10 +1,9 @@
-// What every connect resets, floor by floor. Open databases are not closed.
 #include "api/start_up.h"
 
 #include "cogo/cogo.h"
 #include "survey/survey.h"
 
-void layerStartUp()
+void startUpFloors()
 {
     buildCogoLayouts();
     buildSurveyLayouts();

@@ -1,6 +1,6 @@
-// What every connect resets. For api/, and for tools and tests that open jobs below the exports.
+// What every connect resets. For api/ alone.
 #pragma once
 
-// Brings the floors below into their initial state: layouts as built, record key empty,
-// current format version, no job file.
-void layerStartUp();
+// Brings the floors below into their initial state: layouts as built, an empty record key, the
+// current format version and no job file. Databases that are open are not closed.
+void startUpFloors();

@@ -4,19 +4,20 @@
 #include <cstddef>
 
 struct TextBlock {
-    char* text;    // always terminated; null when no block could be had
+    char* text;    // always terminated; null without a block
     size_t length; // without the terminator
     size_t room;   // bytes of the block
 };
 
-// An empty text in a block of room bytes. IDX_OK or IDX_ERROR.
+// Makes an empty text in a new block of room bytes. Returns IDX_OK, or IDX_ERROR when there is
+// no memory for it.
 int beginText(TextBlock* block, size_t room);
 
-// Makes room for length more characters, doubling the room until they fit. IDX_ERROR
-// when no such block can be had; the text then stays as it was.
+// Makes room for length more characters, doubling the room until they fit. Returns IDX_OK, or
+// IDX_ERROR with the text as it was when there is no memory.
 int reserveText(TextBlock* block, size_t length);
 
-// Appends length characters. IDX_ERROR like reserveText.
+// Appends length characters. Returns as reserveText.
 int appendText(TextBlock* block, const char* text, size_t length);
 
 // Frees the block, if there is one.

@@ -1,6 +1,6 @@
 #include "bench/bench_support.h"
 
-#include "platform/os.h"
+#include "platform/platform.h"
 #include "survey/survey.h"
 #include "tools/sample/sample_job.h"
 
@@ -15,8 +15,8 @@ constexpr int SAMPLE_POINTS = 1000;
 constexpr unsigned SAMPLE_SEED = 1;
 constexpr unsigned SHUFFLE_SEED = 2;
 
-// A lock cycle is timed after so many iterations. One before it is not timed: after a
-// long iteration the first one is slowed down by what that has thrown out of the caches.
+// A lock cycle is timed after every so many iterations. Another one goes before it untimed: a
+// long iteration slows the first one down by what it has thrown out of the caches.
 constexpr int LOCK_CYCLE_EVERY = 4;
 
 // -- Files -------------------------------------------------------------------
@@ -56,7 +56,7 @@ BenchJob openCopy(const fs::path& job)
     if (orvIdx_connectToOrvaneOrvFile(&opened.handle, opened.path.c_str(), 0) != IDX_OK) {
         throw std::runtime_error(job.string() + ": cannot be opened");
     }
-    opened.file = slotContext();
+    opened.records = slotContext();
     return opened;
 }
 

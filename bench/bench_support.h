@@ -16,22 +16,25 @@
 struct BenchJob {
     std::string path;
     IdxConnection* handle;
-    RecordFile* file; // the context below the connection
+    RecordFile* records; // the context below the connection
 };
 
-// Chooses the job for the runs over points, and makes the other one in a new directory.
+// Chooses the job for the runs over points, and makes the sample job in a new directory.
 void makeBenchJobs(const std::string& pointJob);
+// Removes the directory with everything in it.
 void removeBenchJobs();
 
+// Copies a job in place of the copy before. Returns the path of the copy.
 std::string copyJob(const std::filesystem::path& job);
+// Copies a job and connects to the copy.
 BenchJob openCopy(const std::filesystem::path& job);
 void closeJob(BenchJob* job);
 
 std::vector<std::string> elementNames(const BenchJob& job, uint32_t kind);
 void shuffleNames(std::vector<std::string>* names);
 
-// One lock cycle on an open file: the file lock shared, the header read, unlocked. False
-// when one of them fails.
+// Performs one lock cycle on an open file: takes the file lock shared, reads the header and
+// unlocks. False when one of these fails.
 bool lockCycle(int descriptor);
 
 using Clock = std::chrono::steady_clock;
@@ -41,8 +44,8 @@ inline double secondsSince(Clock::time_point start)
 }
 
 // A run being timed, iteration by iteration. Between iterations lock cycles are timed
-// the same way on the run's own file: whatever else the machine does hits both. Medians
-// are reported, for a few samples always meet something else.
+// the same way on the run's own file, so that whatever else the machine does hits both. Medians
+// are reported, because a few samples always meet something else.
 struct Timing {
     std::string path;
     int descriptor;            // of its own, for the lock cycles
@@ -53,7 +56,7 @@ struct Timing {
 };
 Timing startTiming(const std::string& path, int items = 1);
 
-// Counts an iteration that took the seconds, done when its operations succeeded. Nobody
+// Counts an iteration that took the seconds; done tells whether its operations succeeded. Nobody
 // may hold the file lock exclusively.
 void countIteration(benchmark::State& state, Timing* timing, double seconds, bool done);
 

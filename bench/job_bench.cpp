@@ -28,7 +28,6 @@
 // arguments are those of Google Benchmark.
 #include "bench/bench_support.h"
 #include "cogo/cogo_state.h"
-#include "platform/os.h"
 #include "records/record_image.h"
 #include "survey/survey.h"
 #include "tools/sample/sample_job.h"
@@ -37,17 +36,49 @@
 #include <cstring>
 #include <stdexcept>
 
-// Runs that fill their file up have a number of iterations that it has room for.
+// Runs that fill their file up are limited to as many iterations as it has room for.
 constexpr int ADDED_RECORDS = 5000;
 constexpr int SPLITS = 500;
 
-// Steps of an iteration that are too short to be timed one by one.
-constexpr int SHORT_STEPS = 32;
+constexpr int SHORT_STEPS = 32; // of an iteration
 
 constexpr int UNUSED_INDEX = 16;         // no layout has it
 constexpr uint32_t SCATTER = 2654435761; // odd: all multiples by 32-bit numbers differ
 
-// Reads an element by name and gives it back.
+// -- Loops -------------------------------------------------------------------
+
+// Times a step again and again. It returns whether it has succeeded.
+template <typename STEP>
+static void timeEach(benchmark::State& state, Timing* timing, const STEP& step)
+{
+    while (state.KeepRunning()) {
+        Clock::time_point start = Clock::now();
+        bool done = step();
+        countIteration(state, timing, secondsSince(start), done);
+    }
+    endTiming(state, timing);
+}
+
+// Times steps that are too short to be timed one by one, SHORT_STEPS together inside one bracket.
+template <typename STEP>
+static void timeInBrackets(benchmark::State& state, const BenchJob& job, const STEP& step)
+{
+    OpenFile* file = fileOf(job.records);
+    Timing timing = startTiming(job.path, SHORT_STEPS);
+    while (state.KeepRunning()) {
+        bool done = ixBeginRead(file) == IX_OK;
+        Clock::time_point start = Clock::now();
+        for (int i = 0; i < SHORT_STEPS; ++i) {
+            done = step() && done;
+        }
+        double seconds = secondsSince(start);
+        done = ixEndRead(file) == IX_OK && done;
+        countIteration(state, &timing, seconds, done);
+    }
+    endTiming(state, &timing);
+}
+
+// Reads an element by name and gives it back. False when one of that failed.
 static bool readByName(const BenchJob& job, uint32_t kind, const char* name)
 {
     void* element = nullptr;
@@ -59,15 +90,10 @@ static bool readByName(const BenchJob& job, uint32_t kind, const char* name)
 static void timeReads(benchmark::State& state, const BenchJob& job, uint32_t kind,
                       const std::vector<std::string>& names)
 {
-    size_t at = 0;
+    size_t reads = 0;
     Timing timing = startTiming(job.path);
-    while (state.KeepRunning()) {
-        Clock::time_point start = Clock::now();
-        bool done = readByName(job, kind, names[at].c_str());
-        countIteration(state, &timing, secondsSince(start), done);
-        if (++at == names.size()) at = 0;
-    }
-    endTiming(state, &timing);
+    timeEach(state, &timing,
+             [&] { return readByName(job, kind, names[reads++ % names.size()].c_str()); });
 }
 
 // -- Points ------------------------------------------------------------------
@@ -76,26 +102,18 @@ static void lockCycles(benchmark::State& state)
 {
     std::string path = copyJob(benchState.pointJob);
     Timing timing = startTiming(path);
-    while (state.KeepRunning()) {
-        Clock::time_point start = Clock::now();
-        bool done = lockCycle(timing.descriptor);
-        countIteration(state, &timing, secondsSince(start), done);
-    }
-    endTiming(state, &timing);
+    timeEach(state, &timing, [&] { return lockCycle(timing.descriptor); });
 }
 
 static void connects(benchmark::State& state)
 {
     std::string path = copyJob(benchState.pointJob);
     Timing timing = startTiming(path);
-    while (state.KeepRunning()) {
-        Clock::time_point start = Clock::now();
+    timeEach(state, &timing, [&] {
         IdxConnection* handle = nullptr;
         bool done = orvIdx_connectToOrvaneOrvFile(&handle, path.c_str(), 0) == IDX_OK;
-        done = orvIdx_disconnectFromOrvaneOrvFile(&handle) == IDX_OK && done;
-        countIteration(state, &timing, secondsSince(start), done);
-    }
-    endTiming(state, &timing);
+        return orvIdx_disconnectFromOrvaneOrvFile(&handle) == IDX_OK && done;
+    });
 }
 
 static void pointsByName(benchmark::State& state)
@@ -107,28 +125,23 @@ static void pointsByName(benchmark::State& state)
     closeJob(&job);
 }
 
-// Times a step of the walk over the points, the first one or the next.
-static void timeStep(benchmark::State& state, Timing* timing, const BenchJob& job, bool first)
+// A step of the walk over the points, to the first one or the next. False when it failed.
+static bool stepToPoint(const BenchJob& job, bool first)
 {
-    Clock::time_point start = Clock::now();
     void* element = nullptr;
     int32_t result = first ? orvIdx_readFirstElement(job.handle, ELEMENT_POINT, &element)
                            : orvIdx_readNextElement(job.handle, ELEMENT_POINT, &element);
     orvIdx_freeElement(ELEMENT_POINT, &element);
-    countIteration(state, timing, secondsSince(start), result == IDX_OK);
+    return result == IDX_OK;
 }
 
 static void pointWalk(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
     size_t points = elementNames(job, ELEMENT_POINT).size();
-    size_t at = 0;
+    size_t steps = 0;
     Timing timing = startTiming(job.path);
-    while (state.KeepRunning()) {
-        timeStep(state, &timing, job, at == 0);
-        if (++at == points) at = 0;
-    }
-    endTiming(state, &timing);
+    timeEach(state, &timing, [&] { return stepToPoint(job, steps++ % points == 0); });
     closeJob(&job);
 }
 
@@ -143,7 +156,9 @@ static void pointWalkTenth(benchmark::State& state)
     while (state.KeepRunning()) {
         bool begun = at > 0 || readByName(job, ELEMENT_POINT, names[begin].c_str());
         timing.done = timing.done && begun;
-        timeStep(state, &timing, job, false);
+        Clock::time_point start = Clock::now();
+        bool done = stepToPoint(job, false);
+        countIteration(state, &timing, secondsSince(start), done);
         if (++at + 1 >= tenth) at = 0;
     }
     endTiming(state, &timing);
@@ -155,24 +170,22 @@ static void pointList(benchmark::State& state)
     BenchJob job = openCopy(benchState.pointJob);
     size_t points = elementNames(job, ELEMENT_POINT).size();
     Timing timing = startTiming(job.path, static_cast<int>(points));
-    while (state.KeepRunning()) {
-        Clock::time_point start = Clock::now();
+    timeEach(state, &timing, [&] {
         uint32_t count = 0;
         char* names = nullptr;
         int32_t result = orvIdx_numberOfElements(job.handle, ELEMENT_POINT, &count, &names);
         orvIdx_freeElementNameList(&names);
-        countIteration(state, &timing, secondsSince(start), result == IDX_OK && count == points);
-    }
-    endTiming(state, &timing);
+        return result == IDX_OK && count == points;
+    });
     closeJob(&job);
 }
 
-// Makes the n-th of many scattered numbers the name of the record to come.
+// Makes the n-th of many scattered numbers the name under which the next record is added.
 static void setScatteredKey(uint32_t n)
 {
     char name[ELEMENT_NAME_ROOM];
-    snprintf(name, sizeof name, "%u", n * SCATTER);
-    const KeyComponents key = keyComponents("MET", name, "", "");
+    std::snprintf(name, sizeof name, "%u", n * SCATTER);
+    KeyComponents key = keyComponents("MET", name, "", "");
     setRecordKey(buildKey(&key).text);
 }
 
@@ -185,7 +198,7 @@ static void addedRecords(benchmark::State& state)
     while (state.KeepRunning()) {
         setScatteredKey(++n);
         Clock::time_point start = Clock::now();
-        int result = recordAdd(job.file, cogoState.versionLayout);
+        int result = recordAdd(job.records, cogoState.versionLayout);
         countIteration(state, &timing, secondsSince(start), result == IX_OK);
     }
     endTiming(state, &timing);
@@ -194,7 +207,7 @@ static void addedRecords(benchmark::State& state)
 
 // -- Elements ----------------------------------------------------------------
 
-// The sample's lines with an extension record.
+// Reads the sample's lines that have an extension record.
 static void lines(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.sampleJob);
@@ -233,18 +246,13 @@ static void versionNumbers(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.sampleJob);
     Timing timing = startTiming(job.path);
-    while (state.KeepRunning()) {
-        Clock::time_point start = Clock::now();
-        int32_t number = nextVersionNumber(job.file);
-        countIteration(state, &timing, secondsSince(start), number > 0);
-    }
-    endTiming(state, &timing);
+    timeEach(state, &timing, [&] { return nextVersionNumber(job.records) > 0; });
     closeJob(&job);
 }
 
 // -- Parts -------------------------------------------------------------------
 
-// The keys of all points, in their order.
+// Returns the keys of all points, in their order.
 static std::vector<std::string> pointKeys(IndexFile* tree)
 {
     std::vector<std::string> keys;
@@ -260,46 +268,30 @@ static std::vector<std::string> pointKeys(IndexFile* tree)
 static void finds(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
-    std::vector<std::string> keys = pointKeys(&job.file->tree);
+    std::vector<std::string> keys = pointKeys(&job.records->tree);
     shuffleNames(&keys);
     size_t at = 0;
-    Timing timing = startTiming(job.path, SHORT_STEPS);
-    while (state.KeepRunning()) {
-        bool done = ixBeginRead(fileOf(job.file)) == 0;
-        Clock::time_point start = Clock::now();
-        for (int step = 0; step < SHORT_STEPS; ++step) {
-            int result = ixFind(&job.file->tree, POINT_NAME_INDEX, keys[at].c_str(), 0, nullptr, 0);
-            done = result == IX_SAME_KEY && done; // under its record's number
-            if (++at == keys.size()) at = 0;
-        }
-        double seconds = secondsSince(start);
-        done = ixEndRead(fileOf(job.file)) == 0 && done;
-        countIteration(state, &timing, seconds, done);
-    }
-    endTiming(state, &timing);
+    timeInBrackets(state, job, [&] {
+        const char* key = keys[at].c_str();
+        if (++at == keys.size()) at = 0;
+        // Found under its record's number.
+        return ixFind(&job.records->tree, POINT_NAME_INDEX, key, 0, nullptr, 0) == IX_SAME_KEY;
+    });
     closeJob(&job);
 }
 
 static void nexts(benchmark::State& state)
 {
     BenchJob job = openCopy(benchState.pointJob);
-    size_t points = pointKeys(&job.file->tree).size();
+    IndexFile* tree = &job.records->tree;
+    size_t points = pointKeys(tree).size();
     size_t at = 0;
-    Timing timing = startTiming(job.path, SHORT_STEPS);
-    while (state.KeepRunning()) {
-        bool done = ixBeginRead(fileOf(job.file)) == 0;
-        Clock::time_point start = Clock::now();
-        for (int step = 0; step < SHORT_STEPS; ++step) {
-            int result = at == 0 ? ixFindFirst(&job.file->tree, POINT_NAME_INDEX, nullptr, 0)
-                                 : ixNext(&job.file->tree, POINT_NAME_INDEX, nullptr, 0);
-            done = result == IX_OK && done;
-            if (++at == points) at = 0;
-        }
-        double seconds = secondsSince(start);
-        done = ixEndRead(fileOf(job.file)) == 0 && done;
-        countIteration(state, &timing, seconds, done);
-    }
-    endTiming(state, &timing);
+    timeInBrackets(state, job, [&] {
+        int result = at == 0 ? ixFindFirst(tree, POINT_NAME_INDEX, nullptr, 0)
+                             : ixNext(tree, POINT_NAME_INDEX, nullptr, 0);
+        if (++at == points) at = 0;
+        return result == IX_OK;
+    });
     closeJob(&job);
 }
 
@@ -308,8 +300,8 @@ static void unpackedCurves(benchmark::State& state)
     BenchJob job = openCopy(benchState.sampleJob);
     std::string name = elementNames(job, ELEMENT_CURVE).front();
     CurveResult curve = {};
-    bool found =
-        findCurve(job.file, name.c_str()) == COGO_OK && readCurve(job.file, &curve) == COGO_OK;
+    bool found = findCurve(job.records, name.c_str()) == COGO_OK &&
+                 readCurve(job.records, &curve) == COGO_OK;
     if (!found) throw std::runtime_error("a curve that cannot be read: " + name);
 
     // The layout's variables still hold what was read.
@@ -330,12 +322,13 @@ static void unpackedCurves(benchmark::State& state)
     closeJob(&job);
 }
 
-// Seconds of the next insertion that needs a new page; negative when one failed.
+// Returns the seconds of the next insertion that needs a new page, or a negative number when an
+// insertion failed.
 static double timeSplit(IndexFile* tree, uint32_t* n)
 {
     for (;;) {
         char key[ELEMENT_NAME_ROOM];
-        snprintf(key, sizeof key, "%010u", ++*n * SCATTER);
+        std::snprintf(key, sizeof key, "%010u", ++*n * SCATTER);
         int nextFreePage = tree->file.header.nextFreePage;
         Clock::time_point start = Clock::now();
         int result = ixAdd(tree, UNUSED_INDEX, key, 1, nullptr, 0);
@@ -351,9 +344,9 @@ static void insertionsWithSplit(benchmark::State& state)
     uint32_t n = 0;
     Timing timing = startTiming(job.path);
     while (state.KeepRunning()) {
-        bool begun = ixBeginUpdate(fileOf(job.file)) == 0;
-        double seconds = begun ? timeSplit(&job.file->tree, &n) : -1.0;
-        bool ended = begun && ixEndUpdate(fileOf(job.file)) == 0;
+        bool begun = ixBeginUpdate(fileOf(job.records)) == IX_OK;
+        double seconds = begun ? timeSplit(&job.records->tree, &n) : -1.0;
+        bool ended = begun && ixEndUpdate(fileOf(job.records)) == IX_OK;
         countIteration(state, &timing, seconds, ended && seconds >= 0.0);
     }
     endTiming(state, &timing);
@@ -387,15 +380,15 @@ BENCHMARK(nexts)->Name("ix_next")->Apply(timeByHand);
 BENCHMARK(unpackedCurves)->Name("unpack_curve")->Apply(timeByHand);
 BENCHMARK(insertionsWithSplit)->Name("insert_with_split")->Apply(timeByHand)->Iterations(SPLITS);
 
-// Takes the job out of the arguments; the default when it is not there.
+// Takes the job out of the arguments. Returns it, or the default job when there is none.
 static std::string takeJobArgument(int* argc, char** argv)
 {
     constexpr char OPTION[] = "--job=";
     std::string job = ORVIDX_BENCH_JOB;
     int kept = 0;
     for (int at = 0; at < *argc; ++at) {
-        if (at > 0 && strncmp(argv[at], OPTION, strlen(OPTION)) == 0) {
-            job = argv[at] + strlen(OPTION);
+        if (at > 0 && std::strncmp(argv[at], OPTION, std::strlen(OPTION)) == 0) {
+            job = argv[at] + std::strlen(OPTION);
         } else {
             argv[kept++] = argv[at];
         }
@@ -416,7 +409,7 @@ int main(int argc, char** argv)
         makeBenchJobs(pointJob);
         benchmark::RunSpecifiedBenchmarks();
     } catch (const std::exception& error) {
-        fprintf(stderr, "job_bench: %s\n", error.what());
+        std::fprintf(stderr, "job_bench: %s\n", error.what());
         status = 1;
     }
     benchmark::Shutdown();

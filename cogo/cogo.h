@@ -2,8 +2,8 @@
 // readers, and the walks from the first to the next of a kind.
 //
 // Boundary of cogo/, for api/. Its state, in cogo_state.h, is process-wide: where each walk
-// stands, and layouts with the variables that every read fills; results are copied to the
-// caller.
+// stands, and the layouts with the variables that every read fills. Results are copied to the
+// caller; only a profile refers to blocks on the heap, which clearProfile frees.
 #pragma once
 
 #include "records/records.h"
@@ -14,19 +14,20 @@
 constexpr int COGO_OK = 1;
 constexpr int COGO_FAILED = 0;
 
-// -- Numbers -----------------------------------------------------------------
+// -- Numbers (read_elements.cpp) ---------------------------------------------
 
-// The number without its fraction; 0 for one that is no 32-bit integer.
+// Returns the number without its fraction, or 0 when that is no 32-bit integer.
 int32_t truncateToInt32(double value);
 
-// -- Start-up ----------------------------------------------------------------
+// -- Start-up (record_layouts.cpp) -------------------------------------------
 
-// Builds the layouts.
+// Builds the layouts. Nothing here can be read before.
 void buildCogoLayouts();
 
-// -- Lookups by name ---------------------------------------------------------
+// -- Lookups by name (lookups.cpp) -------------------------------------------
 
-// COGO_OK when there is such a record, which is then the current one.
+// Each returns COGO_OK when there is such a record, which is then the current one, or
+// COGO_FAILED.
 int findChain(RecordFile* job, const char* name);
 int findCurve(RecordFile* job, const char* name);
 int findLine(RecordFile* job, const char* name);
@@ -39,7 +40,7 @@ int findExtension(RecordFile* job, const char* name, const char* qualifierA,
 // A record tagged "PTR" by its number among those of the name.
 int findNumberedRecord(RecordFile* job, const char* name, int number);
 
-// -- Readers -----------------------------------------------------------------
+// -- Readers (read_chain.cpp, read_elements.cpp, extension.cpp) --------------
 
 constexpr int RESULT_NAME_ROOM = 16;
 constexpr int SECONDARY_CODE_ROOM = 25;
@@ -113,27 +114,27 @@ struct ExtensionResult {
 // COGO_FAILED with the result as it was. The result's name is that of the record's key, of
 // chains the one looked up, cut to its room.
 //
-// readChain, which needs the name looked up, appends the continuations and drops the
-// description from "DW:" on. A record of the older layout it returns as it stands and rewrites
-// in the current one.
+// readChain needs the name that was looked up. It appends the continuations and drops the
+// description from "DW:" on. A record of the older layout is handed out as it stands and
+// rewritten in the current layout.
 int readChain(RecordFile* job, const char* name, ChainResult* result);
 // readCurve brings curve value 20, an angle, to 0 to 360 degrees.
 int readCurve(RecordFile* job, CurveResult* result);
 // readSpiral gives spiral value 24 the sign that the spiral's type asks for.
 int readSpiral(RecordFile* job, SpiralResult* result);
-// readLine extends texts and number from the line's extension record, which it adds
-// when there is none.
+// readLine adds to texts and number what the line's extension record holds, and adds that
+// record when there is none.
 int readLine(RecordFile* job, LineResult* result);
 int readExtension(RecordFile* job, ExtensionResult* result);
 
-// Counts up the number stored in the job database: the next element number, from 1,
-// or 0 when that fails.
+// Counts the number up that is stored in the job database. Returns the next element number,
+// from 1, or 0 when that fails.
 int32_t nextVersionNumber(RecordFile* job);
 
-// Closes the job file: COGO_OK when that worked.
+// Closes the job file. Returns COGO_OK or COGO_FAILED.
 int closeJobDatabase(RecordFile* job);
 
-// -- Profiles ----------------------------------------------------------------
+// -- Profiles (profile_records.cpp, vertical_curves.cpp) ---------------------
 
 // A member that a vertical curve does not have.
 constexpr double NO_VALUE = 3.4028234663852886e38;
@@ -174,7 +175,7 @@ struct VerticalCurve {
 struct ProfileSegment {
     ProfileSegment* previous;
     ProfileSegment* next;
-    int32_t kind; // SEGMENT_..., tells which payload
+    int32_t kind; // SEGMENT_STRAIGHT or SEGMENT_VERTICAL_CURVE, which decides the payload
     union {
         StraightSegment straight;
         VerticalCurve curve;
@@ -204,21 +205,20 @@ struct ProfileResult {
     char noteText[EXTENSION_NOTE_ROOM];
 };
 
-// Reads the profile named in the result. COGO_OK, or COGO_FAILED with the segments
-// built so far in the list: clearProfile frees them in both cases. Without an
-// extension record number, code and note stay as the caller set them. Expects a
-// result whose list is empty or was filled here.
+// Reads the profile named in the result. Returns COGO_OK, or COGO_FAILED with the segments
+// built so far in the list: clearProfile frees them in both cases. When there is no extension
+// record, number, code and note stay as the caller set them. Expects a result whose list is
+// empty or was filled here.
 int readProfile(RecordFile* job, ProfileResult* profile);
-// Frees the segments; header value 1.
+// Frees the segments, leaves the list empty and sets the header value to 1.
 void clearProfile(ProfileResult* profile);
 
-// -- Walks -------------------------------------------------------------------
+// -- Walks (iteration.cpp) ---------------------------------------------------
 
-// First and next element of a kind: COGO_OK with its name, COGO_FAILED when there is
-// none. First steps hand a failure code of the engine on.
-// The next step of lines, curves, spirals and chains continues from the element
-// their own last step reached, profiles continue from the position of
-// RECORD_KEY_INDEX.
+// First and next element of a kind. Each returns COGO_OK with its name, or COGO_FAILED when
+// there is none; a first step may also return a failure code of the engine, which is negative.
+// A next step of lines, curves, spirals and chains continues from the element that their own
+// last step reached, one of profiles from the position of RECORD_KEY_INDEX.
 int firstCurve(RecordFile* job, ElementName* name);
 int nextCurve(RecordFile* job, ElementName* name);
 int firstLine(RecordFile* job, ElementName* name);

@@ -1,5 +1,5 @@
-// The writable state of cogo/, all of it. Zero when the process starts. For cogo/
-// and its tests.
+// The writable state of cogo/, all of it. Zero when the process starts. For cogo/, tools and
+// tests.
 #pragma once
 
 #include "cogo/cogo.h"
@@ -7,15 +7,15 @@
 #include "cogo/vertical_curves.h"
 
 struct CogoState {
-    // Process: name of the element that the kind's last first or next step
-    // reached; that of chains also walks over continuations.
+    // Process: for each kind the name of the element that the last step of its walk reached.
+    // In the walk of chains that may be a continuation.
     ElementName lastCurve;
     ElementName lastLine;
     ElementName lastSpiral;
     ElementName lastChain;
 
-    // Built by every start-up, constant in between but for the length of the point
-    // block.
+    // Built by every start-up, and constant until the next one but for the length of the
+    // point block.
     LayoutEntry chainLayout[CHAIN_FIELDS + 1];
     LayoutEntry olderChainLayout[CHAIN_FIELDS + 1];
     LayoutEntry curveLayout[CURVE_FIELDS + 1];
@@ -25,8 +25,8 @@ struct CogoState {
     LayoutEntry versionLayout[VERSION_FIELDS + 1];
     LayoutEntry profileDataLayout[PROFILE_DATA_FIELDS + 1];
 
-    // Variables of the layouts: each holds the record read or stored last through
-    // its layout. Names are not stored.
+    // Variables of the layouts: each holds the record read or stored last through its layout.
+    // Their name members are no fields.
     ChainResult chain;
     ChainResult olderChain;
     CurveResult curve;
@@ -37,7 +37,7 @@ struct CogoState {
     char profileSecondaryKey[PROFILE_SECONDARY_KEY_ROOM];
     alignas(8) uint8_t pointBlock[PROFILE_BLOCK_ROOM];
 
-    // One readProfile: from one data record to the next.
+    // One readProfile: the current point, carried from one data record to the next.
     ProfilePoint profilePoint;
 };
 

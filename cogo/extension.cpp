@@ -8,30 +8,25 @@
 #include <algorithm>
 #include <cstdint>
 
-// The version counter's record: its name is right-aligned.
-constexpr char VERSION_NAME[] = "             VERSION";
-static_assert(sizeof(VERSION_NAME) == ELEMENT_NAME_ROOM);
-
 // -- Extension records -------------------------------------------------------
 
 int readExtension(RecordFile* job, ExtensionResult* result)
 {
     if (readRecordAtKey(job, cogoState.extensionLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.extension;
-    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     return COGO_OK;
 }
 
 // Adds an empty extension record for a line, unless there is no number for it.
 static int addLineExtension(RecordFile* job, const char* lineName, ExtensionResult* result)
 {
-    const int32_t number = nextVersionNumber(job);
+    int32_t number = nextVersionNumber(job);
     // A file that may only be read refuses the record too, and says so.
     if (number == 0 && !isReadOnly(job)) return COGO_FAILED;
     cogoState.extension = {};
     cogoState.extension.elementNumber = number;
-    const KeyComponents parts =
-        keyComponents(TAG_EXTENSION, lineName, EXTENSION_MEMBER, EXTENDS_LINE);
+    KeyComponents parts = keyComponents(TAG_EXTENSION, lineName, EXTENSION_MEMBER, EXTENDS_LINE);
     setRecordKey(buildKey(&parts).text);
     job->recordTypeByte = KIND_EXTENSION;
     if (recordAdd(job, cogoState.extensionLayout) != IX_OK) return COGO_FAILED;
@@ -47,7 +42,7 @@ static int findLineExtension(RecordFile* job, const char* lineName)
 int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionResult* extension)
 {
     if (findLineExtension(job, lineName) == COGO_OK) return readExtension(job, extension);
-    // Nothing is written for an extension that may be there.
+    // The extension record may be there all the same: nothing is written.
     if (lookupFailed(job)) return COGO_FAILED;
     if (beginWriting(job) != IX_OK) return COGO_FAILED;
     // Another process may have added it before the file was locked.
@@ -62,14 +57,15 @@ int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionRe
 
 // -- Version counter ---------------------------------------------------------
 
-// The counter is stored with its own record type byte, which every read of a record
-// replaces: it is set last.
+// Every read of a record replaces the record type byte, so both writers of the counter set its
+// own just before they store it. Each returns the number counted to, or 0.
+
 static int32_t addVersionCounter(RecordFile* job, const RecordKey* key)
 {
     setRecordKey(key->text);
     cogoState.versionCounter = 1;
     job->recordTypeByte = KIND_VERSION;
-    const int code = recordAdd(job, cogoState.versionLayout);
+    int code = recordAdd(job, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
@@ -79,7 +75,7 @@ static int32_t advanceVersionCounter(RecordFile* job, int32_t number)
     if (number == INT32_MAX) return 0;
     cogoState.versionCounter = number + 1;
     job->recordTypeByte = KIND_VERSION;
-    const int code = recordUpdateCurrent(job, cogoState.versionLayout);
+    int code = recordUpdateCurrent(job, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
@@ -87,8 +83,8 @@ static int32_t advanceVersionCounter(RecordFile* job, int32_t number)
 // when the file fails.
 static int32_t highestElementNumber(RecordFile* job)
 {
-    const KeyComponents lowest = keyComponents(TAG_EXTENSION, "", "", "");
-    const RecordKey key = buildKey(&lowest);
+    KeyComponents lowest = keyComponents(TAG_EXTENSION, "", "", "");
+    RecordKey key = buildKey(&lowest);
     int32_t highest = 0;
     int result = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
     while (result == IX_OK || result == IX_GREATER_KEY) {
@@ -105,20 +101,20 @@ static int32_t highestElementNumber(RecordFile* job)
 // behind the numbers that are in use.
 static int32_t rebuildVersionCounter(RecordFile* job, const KeyComponents* parts)
 {
-    const int32_t highest = highestElementNumber(job);
+    int32_t highest = highestElementNumber(job);
     if (highest < 0 || highest == INT32_MAX || findByKey(job, parts) != IX_OK) return 0;
     setRecordKey(buildKey(parts).text);
     cogoState.versionCounter = highest + 1;
     job->recordTypeByte = KIND_VERSION;
-    const int code = recordReplaceLost(job, RECORD_KEY_INDEX, cogoState.versionLayout);
+    int code = recordReplaceLost(job, RECORD_KEY_INDEX, cogoState.versionLayout);
     return code == IX_OK ? cogoState.versionCounter : 0;
 }
 
 static int32_t countUp(RecordFile* job)
 {
-    const KeyComponents parts = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
-    const RecordKey key = buildKey(&parts);
-    const int found = findByKey(job, &parts);
+    KeyComponents parts = keyComponents(TAG_VERSION, VERSION_NAME, "", "");
+    RecordKey key = buildKey(&parts);
+    int found = findByKey(job, &parts);
     if (found == IX_NOT_FOUND) return addVersionCounter(job, &key);
     if (found != IX_OK) return 0;
     if (readRecordAtKey(job, cogoState.versionLayout, KEY_FIELD) == IX_OK) {
@@ -129,8 +125,8 @@ static int32_t countUp(RecordFile* job)
 
 int32_t nextVersionNumber(RecordFile* job)
 {
-    // One update over lookup and write: no number is handed out twice.
+    // One update around lookup and write, so that no number is handed out twice.
     if (beginWriting(job) != IX_OK) return 0;
-    const int32_t number = countUp(job);
+    int32_t number = countUp(job);
     return endWriting(job) == IX_OK ? number : 0;
 }

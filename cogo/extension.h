@@ -4,7 +4,6 @@
 
 #include "cogo/cogo.h"
 
-// Reads the extension record of a line, or adds an empty one with the next element
-// number when there is none. COGO_OK, or COGO_FAILED when it can neither be read nor
-// added.
+// Reads the extension record of a line, or adds an empty one with the next element number when
+// there is none. Returns COGO_OK, or COGO_FAILED when it can neither be read nor added.
 int readOrCreateLineExtension(RecordFile* job, const char* lineName, ExtensionResult* extension);

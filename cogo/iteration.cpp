@@ -1,6 +1,7 @@
-// First and next element of a kind.
+// The walks: from the first element of a kind to the next.
 #include "cogo/cogo.h"
 #include "cogo/cogo_state.h"
+#include "cogo/keys.h"
 
 #include <cstring>
 
@@ -23,41 +24,42 @@ static ElementName nameOf(const KeyComponents& key)
     return name;
 }
 
-// Positions at or after the lowest key of a tag. COGO_OK, COGO_FAILED when nothing
-// follows, or the failure code of the engine.
-static int findLowestKey(RecordFile* job, const char* tag)
+// Positions on the first record of a kind, and fills the name from its key. Returns COGO_OK,
+// COGO_FAILED when there is none, or the failure code of the engine.
+//
+// The search is for the lowest key that the tag can have, which is that of an element whose
+// name is blank; the walk goes on behind it like behind any other.
+static int positionOnFirst(RecordFile* job, const char* tag, int kind, ElementName* name)
 {
-    const KeyComponents parts = keyComponents(tag, "", "", "");
-    const RecordKey key = buildKey(&parts);
-    const int result = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
-    if (result == IX_OK || result == IX_GREATER_KEY) return COGO_OK;
-    return result == IX_NOT_FOUND ? COGO_FAILED : result;
+    KeyComponents lowest = keyComponents(tag, "", "", "");
+    int result = recordFind(job, RECORD_KEY_INDEX, buildKey(&lowest).text, MATCH_AT_OR_AFTER);
+    if (result == IX_NOT_FOUND) return COGO_FAILED;
+    if (result != IX_OK && result != IX_GREATER_KEY) return result;
+    KeyComponents key = componentsAtPosition(job);
+    if (kindOfTag(key.recordTag) != kind) return COGO_FAILED;
+    *name = nameOf(key);
+    return COGO_OK;
 }
 
-// An element whose name is blank has the lowest key itself; the walk goes on behind
-// it like behind any other.
 static int firstOfKind(RecordFile* job, const KindWalk& walk, ElementName* name)
 {
-    const int result = findLowestKey(job, walk.tag);
-    if (result != COGO_OK) return result;
-    const KeyComponents key = componentsAtPosition(job);
-    if (kindOfTag(key.recordTag) != walk.kind) return COGO_FAILED;
-    *name = *walk.last = nameOf(key);
-    return COGO_OK;
+    int result = positionOnFirst(job, walk.tag, walk.kind, name);
+    if (result == COGO_OK) *walk.last = *name;
+    return result;
 }
 
 // True when a name sorts behind another one, both padded with blanks as in keys.
 static bool sortsBehind(const char* name, const char* other)
 {
     char padded[2][ELEMENT_NAME_LENGTH];
-    std::memset(padded, ' ', sizeof(padded));
+    std::memset(padded, ' ', sizeof padded);
     std::memcpy(padded[0], name, std::strlen(name));
     std::memcpy(padded[1], other, std::strlen(other));
     return std::memcmp(padded[0], padded[1], ELEMENT_NAME_LENGTH) > 0;
 }
 
-// Steps to the next record. COGO_OK with the components of its key, or COGO_FAILED when
-// there is none or it is of another kind.
+// Steps to the next record. Returns COGO_OK with the components of its key, or COGO_FAILED
+// when there is none or it is of another kind.
 static int stepWithinKind(RecordFile* job, int kind, KeyComponents* key)
 {
     if (recordStep(job, RECORD_KEY_INDEX, STEP_NEXT) != IX_OK) return COGO_FAILED;
@@ -66,9 +68,9 @@ static int stepWithinKind(RecordFile* job, int kind, KeyComponents* key)
 }
 
 // Looks the last element of the walk up and steps to the next record of the kind
-// whose name sorts behind it. In a sound file that is the very next one. Looking up
-// any other name, as a damaged file may show it, would lead the walk back to where it
-// has been, again and again.
+// whose name sorts behind it. In a sound file that is the very next one. A damaged file may
+// show another name there, and to look that one up would lead the walk back to where it has
+// been, again and again.
 static int nextOfKind(RecordFile* job, const KindWalk& walk, ElementName* name)
 {
     KeyComponents key = keyComponents(walk.tag, walk.last->text, "", "");
@@ -94,24 +96,15 @@ int nextSpiral(RecordFile* job, ElementName* name) { return nextOfKind(job, SPIR
 
 // -- Chains ------------------------------------------------------------------
 
-// True for names that end like MAIN{01}.
-static bool isContinuationName(const char* name)
-{
-    constexpr size_t SUFFIX_LENGTH = 4;
-    const size_t length = std::strlen(name);
-    return length >= SUFFIX_LENGTH && name[length - 1] == '}' &&
-           name[length - SUFFIX_LENGTH] == '{';
-}
-
 int firstChain(RecordFile* job, ElementName* name) { return firstOfKind(job, CHAIN_WALK, name); }
 
 int nextChain(RecordFile* job, ElementName* name)
 {
-    // Continuations are walked over one by one, and stay the last name when the walk
-    // ends behind them.
+    // Continuations are passed over one by one. When the walk ends behind one, that is the
+    // element it has reached last.
     ElementName reached;
     do {
-        const int result = nextOfKind(job, CHAIN_WALK, &reached);
+        int result = nextOfKind(job, CHAIN_WALK, &reached);
         if (result != COGO_OK) return result;
     } while (isContinuationName(reached.text));
     *name = reached;
@@ -122,20 +115,15 @@ int nextChain(RecordFile* job, ElementName* name)
 
 int firstProfile(RecordFile* job, ElementName* name)
 {
-    const int result = findLowestKey(job, TAG_PROFILE);
-    if (result != COGO_OK) return result;
-    const KeyComponents key = componentsAtPosition(job);
-    if (kindOfTag(key.recordTag) != KIND_PROFILE) return COGO_FAILED;
-    *name = nameOf(key);
-    return COGO_OK;
+    return positionOnFirst(job, TAG_PROFILE, KIND_PROFILE, name);
 }
 
-// From a profile on to one whose name sorts behind it, as the other walks do: reading
-// leads back to the key of the profile's name, whichever key the walk had reached.
+// Like the other walks this one goes on to a name that sorts behind the last one: reading a
+// profile has led back to the key of its name, whichever key the walk had reached.
 int nextProfile(RecordFile* job, ElementName* name)
 {
-    const KeyComponents here = componentsAtPosition(job);
-    const bool onProfile = kindOfTag(here.recordTag) == KIND_PROFILE;
+    KeyComponents here = componentsAtPosition(job);
+    bool onProfile = kindOfTag(here.recordTag) == KIND_PROFILE;
     KeyComponents key;
     do {
         if (stepWithinKind(job, KIND_PROFILE, &key) != COGO_OK) return COGO_FAILED;

@@ -1,8 +1,11 @@
-// What the keys of COGO records hold beside tag and element name. For cogo/ alone, and for
-// those who write job databases.
+// What the keys of COGO records hold: names that are made up, qualifiers, and the place of the
+// key in the layouts. For cogo/, and for the tools that write job databases.
 #pragma once
 
-#include "records/record_key.h"
+#include "cogo/cogo.h"
+
+#include <cstdio>
+#include <cstring>
 
 // The field of the record key in every COGO layout.
 constexpr int KEY_FIELD = 0;
@@ -12,6 +15,29 @@ constexpr char EXTENSION_MEMBER[] = "1";
 constexpr char EXTENDS_LINE[] = "LIN";
 constexpr char EXTENDS_PROFILE[] = "PRO";
 
-// Continuation names are cut to this, so the names of chains longer than 15
-// characters lose part of the suffix.
+// The name of the version counter's record, right-aligned in its field.
+constexpr char VERSION_NAME[] = "             VERSION";
+static_assert(sizeof VERSION_NAME == ELEMENT_NAME_ROOM);
+
+// The name of a continuation is that of its chain with a suffix, as in MAIN{01}. It is cut to
+// this length, so the names of chains longer than 15 characters lose part of the suffix.
 constexpr int CONTINUATION_NAME_LENGTH = 19;
+constexpr size_t CONTINUATION_SUFFIX_LENGTH = 4;
+
+// Returns the name of a continuation, member being 1 to CHAIN_CONTINUATIONS.
+inline ElementName continuationName(const char* chainName, int member)
+{
+    char whole[ELEMENT_NAME_ROOM + 16];
+    std::snprintf(whole, sizeof whole, "%.*s{%02d}", ELEMENT_NAME_LENGTH, chainName, member);
+    ElementName name = {};
+    copyText(name.text, CONTINUATION_NAME_LENGTH + 1, whole);
+    return name;
+}
+
+// True for names that end like the name of a continuation that was not cut.
+inline bool isContinuationName(const char* name)
+{
+    size_t length = std::strlen(name);
+    return length >= CONTINUATION_SUFFIX_LENGTH && name[length - 1] == '}' &&
+           name[length - CONTINUATION_SUFFIX_LENGTH] == '{';
+}

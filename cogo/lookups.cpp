@@ -1,4 +1,4 @@
-// Elements by name.
+// Looking elements up by name.
 #include "cogo/cogo.h"
 #include "cogo/keys.h"
 
@@ -7,7 +7,7 @@
 static int findTagged(RecordFile* job, const char* tag, const char* name,
                       const char* qualifierA = "", const char* qualifierC = "")
 {
-    const KeyComponents parts = keyComponents(tag, name, qualifierA, qualifierC);
+    KeyComponents parts = keyComponents(tag, name, qualifierA, qualifierC);
     return findByKey(job, &parts) == IX_OK ? COGO_OK : COGO_FAILED;
 }
 
@@ -23,11 +23,7 @@ int findProfile(RecordFile* job, const char* name) { return findTagged(job, TAG_
 
 int findChainContinuation(RecordFile* job, const char* name, int member)
 {
-    char whole[ELEMENT_NAME_ROOM + 16];
-    char cut[CONTINUATION_NAME_LENGTH + 1];
-    std::snprintf(whole, sizeof(whole), "%.*s{%02d}", ELEMENT_NAME_LENGTH, name, member);
-    copyText(cut, sizeof(cut), whole);
-    return findTagged(job, TAG_CHAIN, cut);
+    return findTagged(job, TAG_CHAIN, continuationName(name, member).text);
 }
 
 int findExtension(RecordFile* job, const char* name, const char* qualifierA, const char* qualifierC)
@@ -38,7 +34,7 @@ int findExtension(RecordFile* job, const char* name, const char* qualifierA, con
 int findNumberedRecord(RecordFile* job, const char* name, int number)
 {
     char qualifierA[16];
-    std::snprintf(qualifierA, sizeof(qualifierA), "%d", number);
+    std::snprintf(qualifierA, sizeof qualifierA, "%d", number);
     return findTagged(job, TAG_NUMBERED, name, qualifierA);
 }
 

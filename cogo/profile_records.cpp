@@ -1,5 +1,5 @@
-// The data records of a profile, read one after the other under their common key,
-// and what its extension record adds.
+// Profiles: their data records, which are read one after the other under their common key,
+// and what the extension record adds.
 #include "cogo/cogo.h"
 #include "cogo/cogo_state.h"
 #include "cogo/keys.h"
@@ -8,24 +8,24 @@
 
 #include <cstring>
 
-// True when the record at the position is one of the data records of the name, as keys hold
-// it: cut, without white space at its end.
+// True when the record at the position is one of the data records of the profile. Keys hold a
+// name cut to its width, without the white space at its end.
 static bool isDataRecordOf(const RecordFile* job, const char* name)
 {
     char keyed[ELEMENT_NAME_ROOM];
     copyText(keyed, sizeof keyed, name);
     trimEnd(keyed);
-    const KeyComponents key = componentsAtPosition(job);
+    KeyComponents key = componentsAtPosition(job);
     return kindOfTag(key.recordTag) == KIND_PROFILE_DATA &&
            std::strcmp(key.elementName, keyed) == 0;
 }
 
-// Positions on the first data record of the profile. COGO_OK, COGO_FAILED when there
+// Positions on the first data record of the profile. Returns COGO_OK, COGO_FAILED when there
 // is none, or the engine's failure code.
 static int findFirstData(RecordFile* job, const char* name)
 {
-    const KeyComponents parts = keyComponents(TAG_PROFILE_DATA, name, "", "");
-    const RecordKey key = buildKey(&parts);
+    KeyComponents parts = keyComponents(TAG_PROFILE_DATA, name, "", "");
+    RecordKey key = buildKey(&parts);
     int found = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
     if (found == IX_NOT_FOUND) return COGO_FAILED;
     if (found == IX_OK) return COGO_OK;
@@ -33,17 +33,17 @@ static int findFirstData(RecordFile* job, const char* name)
     return isDataRecordOf(job, name) ? COGO_OK : COGO_FAILED;
 }
 
-// Positions on the data record that follows. Answers as findFirstData.
+// Positions on the data record that follows. Returns as findFirstData.
 static int findNextData(RecordFile* job, const char* name)
 {
     int stepped = recordStep(job, RECORD_KEY_INDEX, STEP_NEXT);
-    // A step that failed is no end: a profile cut short would look complete.
+    // A failed step must not pass for the end: a profile cut short would look complete.
     if (stepped != IX_OK) return stepped == IX_NOT_FOUND ? COGO_FAILED : stepped;
     return isDataRecordOf(job, name) ? COGO_OK : COGO_FAILED;
 }
 
-// The length that the point block counts with in a record that stores none: what the
-// secondary key at the position says, never more than the block has room for.
+// Returns the length of the point block for a record that stores none: the number in the
+// secondary key at the position, or 0 when the block has no room for so many bytes.
 static int16_t defaultBlockLength(const RecordFile* job)
 {
     char text[PROFILE_SECONDARY_KEY_ROOM];
@@ -52,7 +52,7 @@ static int16_t defaultBlockLength(const RecordFile* job)
     return length > 0 && length <= PROFILE_BLOCK_ROOM ? static_cast<int16_t>(length) : int16_t{0};
 }
 
-// Reads the current data record and appends its segments. COGO_OK or COGO_FAILED.
+// Reads the current data record and appends its segments. Returns COGO_OK or COGO_FAILED.
 static int takeDataRecord(RecordFile* job, ProfileResult* profile)
 {
     LayoutEntry* block = &cogoState.profileDataLayout[PROFILE_BLOCK_FIELD];
@@ -65,7 +65,8 @@ static int takeDataRecord(RecordFile* job, ProfileResult* profile)
     return built;
 }
 
-// Number, code and note of the profile's extension record, where it has one.
+// Fills number, code and note from the profile's extension record, if it has one. Returns
+// COGO_OK, or COGO_FAILED when that cannot be told or read.
 static int takeExtension(RecordFile* job, ProfileResult* profile)
 {
     if (findExtension(job, profile->name, EXTENSION_MEMBER, EXTENDS_PROFILE) != COGO_OK) {

@@ -1,6 +1,6 @@
-// The reader of chains. A chain's description goes on in up to six continuation
-// records; chains of the older layout have none, and are rewritten in the current
-// layout when they are read.
+// The reader of chains. A chain's description goes on in up to CHAIN_CONTINUATIONS records;
+// chains of the older layout have none, and are rewritten in the current layout when they are
+// read.
 #include "cogo/cogo.h"
 #include "cogo/cogo_state.h"
 #include "cogo/keys.h"
@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-// What follows this in a description is no part of it.
+// The description ends where these characters begin.
 constexpr char END_OF_DESCRIPTION[] = "DW:";
 
 // What loading a chain record found.
@@ -28,10 +28,12 @@ static int rewriteOlderChain(RecordFile* job)
     }
     cogoState.chain = cogoState.olderChain;
     job->recordTypeByte = KIND_CHAIN;
-    const int code = recordReplaceCurrent(job, cogoState.olderChainLayout, cogoState.chainLayout);
+    int code = recordReplaceCurrent(job, cogoState.olderChainLayout, cogoState.chainLayout);
     return code == IX_OK ? COGO_OK : COGO_FAILED;
 }
 
+// Reads the current record through the older layout and rewrites it. Returns CHAIN_OLDER or
+// CHAIN_UNREADABLE.
 static int loadOlderChain(RecordFile* job)
 {
     if (readRecordAtKey(job, cogoState.olderChainLayout, KEY_FIELD) != IX_OK) {
@@ -41,40 +43,40 @@ static int loadOlderChain(RecordFile* job)
     return rewriteOlderChain(job) == COGO_OK ? CHAIN_OLDER : CHAIN_UNREADABLE;
 }
 
-// Like loadOlderChain, but from the file lock on: the record is looked up and read
-// again, for another process may have rewritten it in the meantime.
+// Looks the chain record up and reads it once more now that the file is locked, for another
+// process may have rewritten it in the meantime. Returns as loadChainRecord.
 static int reloadOlderChain(RecordFile* job)
 {
     RecordKey key;
     copyText(key.text, sizeof key.text, keyAtPosition(job, RECORD_KEY_INDEX));
     if (recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_EXACT) != IX_OK) return CHAIN_UNREADABLE;
-    const int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
+    int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
     if (code == IX_OK) return CHAIN_CURRENT;
     return code == IX_OTHER_LAYOUT ? loadOlderChain(job) : CHAIN_UNREADABLE;
 }
 
-// Reads the current record into the chain buffer, whichever layout it has; one of
-// the older layout is rewritten.
+// Reads the current record into the chain buffer, whichever layout it has; one of the older
+// layout is rewritten. Returns CHAIN_...
 static int loadChainRecord(RecordFile* job)
 {
-    const int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
+    int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
     if (code == IX_OK) return CHAIN_CURRENT;
     if (code != IX_OTHER_LAYOUT) return CHAIN_UNREADABLE;
 
     if (beginWriting(job) != IX_OK) return CHAIN_UNREADABLE;
-    const int found = isReadOnly(job) ? loadOlderChain(job) : reloadOlderChain(job);
+    int found = isReadOnly(job) ? loadOlderChain(job) : reloadOlderChain(job);
     return endWriting(job) == IX_OK ? found : CHAIN_UNREADABLE;
 }
 
-// Appends the descriptions of the continuations that exist and can be read. Where
-// the room ends the description is cut.
+// Appends the descriptions of the continuations that exist and can be read, as far as there is
+// room.
 static void appendContinuations(RecordFile* job, const char* chainName, ChainResult* result)
 {
     size_t length = std::strlen(result->description);
     for (int member = 1; member <= CHAIN_CONTINUATIONS; ++member) {
         if (findChainContinuation(job, chainName, member) != COGO_OK) continue;
         if (readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD) != IX_OK) continue;
-        copyText(result->description + length, sizeof(result->description) - length,
+        copyText(result->description + length, sizeof result->description - length,
                  cogoState.chain.description);
         length += std::strlen(result->description + length);
     }
@@ -83,10 +85,10 @@ static void appendContinuations(RecordFile* job, const char* chainName, ChainRes
 int readChain(RecordFile* job, const char* name, ChainResult* result)
 {
     if (name[0] == '\0') return COGO_FAILED;
-    const int found = loadChainRecord(job);
+    int found = loadChainRecord(job);
     if (found == CHAIN_UNREADABLE) return COGO_FAILED;
     *result = cogoState.chain;
-    copyText(result->name, sizeof(result->name), name);
+    copyText(result->name, sizeof result->name, name);
     if (found == CHAIN_OLDER) return COGO_OK;
 
     appendContinuations(job, name, result);

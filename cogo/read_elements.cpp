@@ -9,15 +9,15 @@
 
 int32_t truncateToInt32(double value)
 {
-    // Also refuses what is not a number.
-    const bool fits = value > -2147483649.0 && value < 2147483648.0;
+    // False for what is not a number, too.
+    bool fits = value > -2147483649.0 && value < 2147483648.0;
     return fits ? static_cast<int32_t>(value) : 0;
 }
 
 // -- Curves ------------------------------------------------------------------
 
 constexpr int CURVE_ANGLE = 20 - 1;
-constexpr int ANGLE_CORRECTIONS = 10; // a wild angle stays outside
+constexpr int ANGLE_CORRECTIONS = 10; // an angle further away stays as it then is
 constexpr double FULL_CIRCLE = 360.0;
 
 static double normalizedAngle(double angle)
@@ -35,7 +35,7 @@ int readCurve(RecordFile* job, CurveResult* result)
 {
     if (readRecordAtKey(job, cogoState.curveLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.curve;
-    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     result->values[CURVE_ANGLE] = normalizedAngle(result->values[CURVE_ANGLE]);
     return COGO_OK;
 }
@@ -43,16 +43,16 @@ int readCurve(RecordFile* job, CurveResult* result)
 // -- Spirals -----------------------------------------------------------------
 
 constexpr int SPIRAL_TYPE = 40 - 1;
-constexpr int SPIRAL_DIRECTION = 5 - 1; // its sign counts, 0 being positive
+constexpr int SPIRAL_DIRECTION = 5 - 1; // only its sign counts; 0 is positive
 constexpr int SPIRAL_SIGNED = 24 - 1;
 
-// The signed value of a spiral: for types 1 and 3 with the sign of its direction, for
-// types 2 and 4 with the opposite one, else as it is stored.
+// Returns the signed value of a spiral. Spirals of the types 1 and 3 give it the sign of their
+// direction, those of the types 2 and 4 the opposite one; of any other type it is as stored.
 static double signedSpiralValue(const double* values)
 {
-    const int type = truncateToInt32(values[SPIRAL_TYPE]);
-    const bool negativeDirection = values[SPIRAL_DIRECTION] < 0.0;
-    const double magnitude = std::fabs(values[SPIRAL_SIGNED]);
+    int type = truncateToInt32(values[SPIRAL_TYPE]);
+    bool negativeDirection = values[SPIRAL_DIRECTION] < 0.0;
+    double magnitude = std::fabs(values[SPIRAL_SIGNED]);
     if (type == 1 || type == 3) return negativeDirection ? -magnitude : magnitude;
     if (type == 2 || type == 4) return negativeDirection ? magnitude : -magnitude;
     return values[SPIRAL_SIGNED];
@@ -62,7 +62,7 @@ int readSpiral(RecordFile* job, SpiralResult* result)
 {
     if (readRecordAtKey(job, cogoState.spiralLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.spiral;
-    copyText(result->name, sizeof(result->name), componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     result->values[SPIRAL_SIGNED] = signedSpiralValue(result->values);
     return COGO_OK;
 }
@@ -71,23 +71,23 @@ int readSpiral(RecordFile* job, SpiralResult* result)
 
 constexpr size_t SUFFIX_LENGTH = 6;
 
-// Appends the beginning of an extension text, without the blanks at its end, as far
-// as there is room.
+// Appends the first SUFFIX_LENGTH characters of an extension text, without the white space at
+// their end, to a text of the line, as far as that has room.
 static void appendSuffix(char* text, const char* extensionText)
 {
     char suffix[SUFFIX_LENGTH + 1];
-    copyText(suffix, sizeof(suffix), extensionText);
+    copyText(suffix, sizeof suffix, extensionText);
     trimEnd(suffix);
-    const size_t length = std::strlen(text);
+    size_t length = std::strlen(text);
     copyText(text + length, LINE_TEXT_ROOM - length, suffix);
 }
 
-// Takes over what the extension record of a line adds to it.
+// Adds to a line what its extension record holds.
 static void extendLine(LineResult* line, const ExtensionResult* extension)
 {
     line->elementNumber = extension->elementNumber;
-    copyText(line->secondaryCode, sizeof(line->secondaryCode), extension->secondaryCode);
-    copyText(line->noteText, sizeof(line->noteText), extension->noteText);
+    copyText(line->secondaryCode, sizeof line->secondaryCode, extension->secondaryCode);
+    copyText(line->noteText, sizeof line->noteText, extension->noteText);
     appendSuffix(line->lineText, extension->longText);
     appendSuffix(line->beginPointName, extension->longText);
     appendSuffix(line->endPointName, extension->shortText);
@@ -97,8 +97,8 @@ int readLine(RecordFile* job, LineResult* result)
 {
     if (readRecordAtKey(job, cogoState.lineLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
     LineResult line = cogoState.line;
-    const KeyComponents key = componentsAtPosition(job);
-    copyText(line.name, sizeof(line.name), key.elementName);
+    KeyComponents key = componentsAtPosition(job);
+    copyText(line.name, sizeof line.name, key.elementName);
 
     ExtensionResult extension;
     if (readOrCreateLineExtension(job, key.elementName, &extension) != COGO_OK) {

@@ -1,15 +1,16 @@
 #include "cogo/record_layouts.h"
 
 #include "cogo/cogo_state.h"
-#include "records/records_state.h"
+#include "cogo/keys.h"
 
 #include <iterator>
 
-// Rows: field, type, key flag, duplicates flag, index, length, count, variable. The
-// text widths are the file's; each variable has room for them.
+// Rows: field, type, key flag, duplicates flag, index, length, count, variable. The text widths
+// are those of the file; each variable has room for them. Start-up enters the record key, which
+// all layouts share.
 // clang-format off
 constexpr LayoutRow CHAIN_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"description text",      'S', 'N', 'N', 0,                    2500, 1,  cogoState.chain.description},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.chain.elementNumber},
     {"secondary code",        'S', 'S', 'D', SECONDARY_CODE_INDEX, 25,   1,  cogoState.chain.secondaryCode},
@@ -18,7 +19,7 @@ constexpr LayoutRow CHAIN_ROWS[] = {
 
 // The same fields, but the secondary code is no key yet.
 constexpr LayoutRow OLDER_CHAIN_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"description text",      'S', 'N', 'N', 0,                    2500, 1,  cogoState.olderChain.description},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.olderChain.elementNumber},
     {"secondary code",        'S', 'N', 'N', 0,                    25,   1,  cogoState.olderChain.secondaryCode},
@@ -26,7 +27,7 @@ constexpr LayoutRow OLDER_CHAIN_ROWS[] = {
 };
 
 constexpr LayoutRow CURVE_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"curve values 1 to 24",  'D', 'N', 'N', 0,                    8,    24, cogoState.curve.values},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.curve.elementNumber},
     {"text A",                'S', 'N', 'N', 0,                    250,  1,  cogoState.curve.textA},
@@ -42,7 +43,7 @@ constexpr LayoutRow CURVE_ROWS[] = {
 
 // Number, code and note of a line stand in its extension record.
 constexpr LayoutRow LINE_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"line text",             'S', 'N', 'N', 0,                    12,   1,  cogoState.line.lineText},
     {"line value",            'D', 'N', 'N', 0,                    8,    1,  &cogoState.line.value},
     {"begin point name",      'S', 'N', 'N', 0,                    12,   1,  cogoState.line.beginPointName},
@@ -51,7 +52,7 @@ constexpr LayoutRow LINE_ROWS[] = {
 
 // Spiral value 41 has no field: fields 41 to 46 are the values 42 to 47.
 constexpr LayoutRow SPIRAL_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"spiral values 1 to 40", 'D', 'N', 'N', 0,                    8,    40, cogoState.spiral.values},
     {"spiral values 42 to 47", 'D', 'N', 'N', 0,                   8,    6,  cogoState.spiral.values + 41},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.spiral.elementNumber},
@@ -63,7 +64,7 @@ constexpr LayoutRow SPIRAL_ROWS[] = {
 };
 
 constexpr LayoutRow EXTENSION_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"element number",        'L', 'N', 'N', 0,                    4,    1,  &cogoState.extension.elementNumber},
     {"extension values 1, 2", 'D', 'N', 'N', 0,                    8,    2,  cogoState.extension.values},
     {"extension integers 1, 2", 'I', 'N', 'N', 0,                  4,    2,  cogoState.extension.integers},
@@ -74,13 +75,13 @@ constexpr LayoutRow EXTENSION_ROWS[] = {
 };
 
 constexpr LayoutRow VERSION_ROWS[] = {
-    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'U', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"counter",               'L', 'N', 'N', 0,                    4,    1,  &cogoState.versionCounter},
 };
 
 // All data records of a profile share its key.
 constexpr LayoutRow PROFILE_DATA_ROWS[] = {
-    {"record key",            'S', 'S', 'D', RECORD_KEY_INDEX,     41,   1,  recordsState.recordKey.text},
+    {"record key",            'S', 'S', 'D', RECORD_KEY_INDEX,     41,   1,  nullptr},
     {"secondary key",         'S', 'S', 'D', SECONDARY_KEY_INDEX,  9,    1,  cogoState.profileSecondaryKey},
     {"point block",           'B', 'N', 'N', 0,                    2400, 1,  cogoState.pointBlock},
 };
@@ -131,19 +132,26 @@ static_assert(rowFits(EXTENSION_ROWS[7], sizeof(ExtensionResult::shortText)));
 static_assert(rowFits(PROFILE_DATA_ROWS[1], sizeof(CogoState::profileSecondaryKey)));
 static_assert(rowFits(PROFILE_DATA_ROWS[2], sizeof(CogoState::pointBlock)));
 static_assert(PROFILE_DATA_ROWS[PROFILE_BLOCK_FIELD].type == TYPE_BLOCK);
+static_assert(CHAIN_ROWS[CHAIN_DESCRIPTION_FIELD].value == cogoState.chain.description);
 
 // What a line takes from its extension record fits its own members.
 static_assert(EXTENSION_ROWS[4].length <= SECONDARY_CODE_ROOM);
 static_assert(EXTENSION_ROWS[5].length <= EXTENSION_NOTE_ROOM);
 
+static void buildKeyedLayout(LayoutEntry* layout, const LayoutRow* rows, int rowCount)
+{
+    buildLayout(layout, rows, rowCount);
+    layout[KEY_FIELD].value = recordKeyBuffer();
+}
+
 void buildCogoLayouts()
 {
-    buildLayout(cogoState.chainLayout, CHAIN_ROWS, std::ssize(CHAIN_ROWS));
-    buildLayout(cogoState.olderChainLayout, OLDER_CHAIN_ROWS, std::ssize(OLDER_CHAIN_ROWS));
-    buildLayout(cogoState.curveLayout, CURVE_ROWS, std::ssize(CURVE_ROWS));
-    buildLayout(cogoState.lineLayout, LINE_ROWS, std::ssize(LINE_ROWS));
-    buildLayout(cogoState.spiralLayout, SPIRAL_ROWS, std::ssize(SPIRAL_ROWS));
-    buildLayout(cogoState.extensionLayout, EXTENSION_ROWS, std::ssize(EXTENSION_ROWS));
-    buildLayout(cogoState.versionLayout, VERSION_ROWS, std::ssize(VERSION_ROWS));
-    buildLayout(cogoState.profileDataLayout, PROFILE_DATA_ROWS, std::ssize(PROFILE_DATA_ROWS));
+    buildKeyedLayout(cogoState.chainLayout, CHAIN_ROWS, std::ssize(CHAIN_ROWS));
+    buildKeyedLayout(cogoState.olderChainLayout, OLDER_CHAIN_ROWS, std::ssize(OLDER_CHAIN_ROWS));
+    buildKeyedLayout(cogoState.curveLayout, CURVE_ROWS, std::ssize(CURVE_ROWS));
+    buildKeyedLayout(cogoState.lineLayout, LINE_ROWS, std::ssize(LINE_ROWS));
+    buildKeyedLayout(cogoState.spiralLayout, SPIRAL_ROWS, std::ssize(SPIRAL_ROWS));
+    buildKeyedLayout(cogoState.extensionLayout, EXTENSION_ROWS, std::ssize(EXTENSION_ROWS));
+    buildKeyedLayout(cogoState.versionLayout, VERSION_ROWS, std::ssize(VERSION_ROWS));
+    buildKeyedLayout(cogoState.profileDataLayout, PROFILE_DATA_ROWS, std::ssize(PROFILE_DATA_ROWS));
 }

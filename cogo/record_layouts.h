@@ -1,4 +1,4 @@
-// Layouts of the COGO records. For cogo/ and its tests.
+// Layouts of the COGO records. For cogo/, tools and tests.
 #pragma once
 
 #include "records/records.h"
@@ -11,8 +11,11 @@ constexpr int EXTENSION_FIELDS = 10;
 constexpr int VERSION_FIELDS = 2;
 constexpr int PROFILE_DATA_FIELDS = 3;
 
-// Field of the point block in the profile data layout. Its length tells the bytes of
-// the block after a read; its room stays PROFILE_BLOCK_ROOM.
+// Field of the description in both chain layouts.
+constexpr int CHAIN_DESCRIPTION_FIELD = 1;
+
+// Field of the point block in the profile data layout. After a read its length is that of the
+// block read; its room stays PROFILE_BLOCK_ROOM.
 constexpr int PROFILE_BLOCK_FIELD = 2;
 
 // A point block: up to 100 profile points of 24 bytes.

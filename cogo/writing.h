@@ -1,11 +1,12 @@
-// The bracket around what a reader writes. For cogo/ alone.
+// The bracket around what a reader has to write. For cogo/ alone.
 #pragma once
 
 #include "records/records.h"
 
-// IX_OK, or a failure code with nothing opened. Inside an outermost read it is refused,
-// before anything is written or said. On a file without write access nothing is
-// locked: the engine refuses each write by itself, and says so.
+// Begins an update. Returns IX_OK, or a failure code with nothing begun: inside an outermost
+// read an update is refused, before anything is written or printed. On a file without write
+// access nothing is locked, and the record layer refuses each write by itself, with a line on
+// standard output.
 inline int beginWriting(RecordFile* job)
 {
     OpenFile* file = fileOf(job);
@@ -15,7 +16,8 @@ inline int beginWriting(RecordFile* job)
     return IX_FILE_LOCK;
 }
 
-// Ends a write that was begun. IX_OK, or why it did not reach the file.
+// Ends an update that was begun. Returns IX_OK, or the code that tells why it did not reach the
+// file.
 inline int endWriting(RecordFile* job)
 {
     return isReadOnly(job) ? IX_OK : ixEndUpdate(fileOf(job));

@@ -2,8 +2,8 @@
 //
 // Boundary of file/, for the engine and for the floors that open brackets. From the bottom:
 // lock bytes and user slots, header and page I/O, the page cache, brackets, open and close.
-// It knows pages as format/ describes them, no search and no position. Its state, the page cache and
-// a few words more, is in file_state.h and serves all open files of the process.
+// It knows pages as format/ describes them, no search and no position. Its state, the page cache
+// and a few words more, is in file_state.h and serves all open files of the process.
 #pragma once
 
 #include "file/bracket.h"

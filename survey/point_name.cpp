@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-// Characters of a stored name among which blanks are looked for.
-constexpr int NAME_CHARACTERS = 16;
+// Blanks are removed from this many characters at the beginning of a name.
+constexpr int CHARACTERS_FREED_OF_BLANKS = 16;
 
-constexpr size_t POINT_NAME_ROOM = 32; // without blanks; longer ones are cut
+constexpr size_t LONGEST_KEY_READ = 31; // a longer key is cut before its name is taken
 
 static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -29,9 +29,9 @@ int trailingDigitsStart(const char* text)
 int splitPointName(const char* text, char* prefix, char* number)
 {
     if (text == nullptr || text[0] == '\0') return SPLIT_NO_NUMBER;
-    const size_t length = std::strlen(text);
+    size_t length = std::strlen(text);
     if (std::strspn(text, "0") == length) return SPLIT_NO_NUMBER;
-    const size_t start = static_cast<size_t>(trailingDigitsStart(text));
+    size_t start = static_cast<size_t>(trailingDigitsStart(text));
     if (start == length) return SPLIT_NO_NUMBER;
     for (size_t i = 0; i < start; ++i) {
         if (!isLetter(text[i])) return SPLIT_NO_PREFIX;
@@ -43,7 +43,7 @@ int splitPointName(const char* text, char* prefix, char* number)
     return SPLIT_OK;
 }
 
-// Writes at most SURVEY_NAME_LENGTH characters of the digits right-justified.
+// Writes the digits right-justified, cut to SURVEY_NAME_LENGTH characters.
 static void justifyDigits(char* key, const char* digits)
 {
     size_t length = std::strlen(digits);
@@ -61,7 +61,7 @@ int buildPointNameKey(char* key, const char* name)
     }
     char prefix[SPLIT_NAME_ROOM];
     char digits[SPLIT_NAME_ROOM];
-    const int failure = splitPointName(name, prefix, digits);
+    int failure = splitPointName(name, prefix, digits);
     if (failure != SPLIT_OK) return failure;
     justifyDigits(key, digits);
     std::copy_n(prefix, std::strlen(prefix), key);
@@ -73,7 +73,7 @@ void removeBlanks(char* name)
     if (std::strchr(name, ' ') == nullptr) return;
     size_t kept = 0;
     for (size_t i = 0; name[i] != '\0'; ++i) {
-        if (name[i] == ' ' && i < NAME_CHARACTERS) continue;
+        if (name[i] == ' ' && i < CHARACTERS_FREED_OF_BLANKS) continue;
         name[kept++] = name[i];
     }
     name[kept] = '\0';
@@ -85,8 +85,8 @@ size_t nameOfKey(char* name, size_t room, const char* key)
         ++key;
     }
     size_t length = 0;
-    for (size_t i = 0; key[i] != '\0' && i + 1 < POINT_NAME_ROOM; ++i) {
-        const bool counts = key[i] != ' ' || i >= NAME_CHARACTERS;
+    for (size_t i = 0; key[i] != '\0' && i < LONGEST_KEY_READ; ++i) {
+        bool counts = key[i] != ' ' || i >= CHARACTERS_FREED_OF_BLANKS;
         if (counts && length + 1 < room) name[length++] = key[i];
     }
     name[length] = '\0';

@@ -5,8 +5,8 @@
 
 #include <cstring>
 
-// Characters of two secondary keys that are compared to tell a run of equal keys.
-constexpr int RUN_KEY_CHARACTERS = 39;
+// A key counts as that of the selection when this many characters are equal.
+constexpr int COMPARED_CHARACTERS = 39;
 
 ElementName pointNameAtPosition(const RecordFile* job)
 {
@@ -15,14 +15,14 @@ ElementName pointNameAtPosition(const RecordFile* job)
     return name;
 }
 
-// The selection that restricts the walk over the points: its number, and its text
-// in a buffer of SELECTION_ROOM bytes. 0 when there is none.
+// Returns the number of the selection that restricts the walk over the points, with its text
+// in SELECTION_ROOM bytes, or NO_SELECTION.
 static int walkSelection(char* text)
 {
     int32_t count = 0;
-    int32_t number = 0;
+    int32_t number = NO_SELECTION;
     pointSelectionCount(&count);
-    if (count <= 0 || firstSelectedIndex(&number) != 0) return 0;
+    if (count <= 0 || firstSelectedIndex(&number) != SELECTION_DONE) return NO_SELECTION;
     getSurveyKey(number, text);
     return number;
 }
@@ -30,8 +30,8 @@ static int walkSelection(char* text)
 static int positionOnFirst(RecordFile* job)
 {
     char text[SELECTION_ROOM];
-    const int selection = walkSelection(text);
-    if (selection == 0) return firstInIndex(job, POINT_NAME_INDEX);
+    int selection = walkSelection(text);
+    if (selection == NO_SELECTION) return firstInIndex(job, POINT_NAME_INDEX);
     firstInIndex(job, selection);
     return findSurveyRecord(job, text, selection, MATCH_EXACT);
 }
@@ -39,12 +39,12 @@ static int positionOnFirst(RecordFile* job)
 static int positionOnNext(RecordFile* job)
 {
     char text[SELECTION_ROOM];
-    const int selection = walkSelection(text);
-    if (selection == 0) return nextInIndex(job, POINT_NAME_INDEX);
-    const int result = nextInIndex(job, selection);
+    int selection = walkSelection(text);
+    if (selection == NO_SELECTION) return nextInIndex(job, POINT_NAME_INDEX);
+    int result = nextInIndex(job, selection);
     if (result != SURVEY_OK) return result;
     const char* key = keyAtPosition(job, selection);
-    return std::strncmp(key, text, RUN_KEY_CHARACTERS) == 0 ? SURVEY_OK : IX_NOT_FOUND;
+    return std::strncmp(key, text, COMPARED_CHARACTERS) == 0 ? SURVEY_OK : IX_NOT_FOUND;
 }
 
 static int nameReached(const RecordFile* job, int result, ElementName* name)
@@ -74,7 +74,7 @@ void nextPoints(RecordFile* job, PointNames* names)
 {
     names->count = 0;
     char text[SELECTION_ROOM];
-    if (walkSelection(text) != 0) return;
+    if (walkSelection(text) != NO_SELECTION) return;
     KeyBlock keys;
     recordStepAlong(job, POINT_NAME_INDEX, &keys);
     static_assert(sizeof names->texts >= sizeof keys.texts); // no name is longer than its key

@@ -9,7 +9,8 @@ constexpr int FIRST_POINT_SELECTION = POINT_NAME_INDEX;
 constexpr int FIRST_CHAIN_SELECTION = SURVEY_CHAIN_INDEX;
 constexpr int RUN_SELECTION = 13;
 
-// The count to which a selection belongs, or null when the number can carry none.
+// Returns the count in which the selection is counted, or null when no selection with that
+// number can be set.
 static int32_t* countOfGroup(int number)
 {
     SelectionList& list = surveyState.selections;
@@ -26,44 +27,44 @@ static int resetSelections(const char* keyText)
     list.pointCount = 0;
     list.chainCount = 0;
     list.runCount = 0;
-    if (keyText != nullptr) return 1;
-    std::memset(list.texts, 0, sizeof(list.texts));
-    return 0;
+    if (keyText != nullptr) return SELECTION_TEXTS_KEPT;
+    std::memset(list.texts, 0, sizeof list.texts);
+    return SELECTION_DONE;
 }
 
 static int setSelection(int number, const char* keyText)
 {
     if (number == ALL_SELECTIONS) return resetSelections(keyText);
     int32_t* count = countOfGroup(number);
-    if (count == nullptr) return 0;
+    if (count == nullptr) return SELECTION_DONE;
 
     char* text = surveyState.selections.texts[number];
-    const bool wasSet = text[0] != '\0';
+    bool wasSet = text[0] != '\0';
     if (keyText != nullptr && !wasSet) *count += 1;
     if (keyText == nullptr && wasSet) *count -= 1;
     copyText(text, SELECTION_ROOM, keyText);
-    return 0;
+    return SELECTION_DONE;
 }
 
-// Sets the cursor on the first selection after it that is set.
+// Moves the cursor to the next selection that is set, and reports its number.
 static int advanceCursor(int32_t* number)
 {
     SelectionList& list = surveyState.selections;
-    *number = 0;
+    *number = NO_SELECTION;
     for (int k = list.cursor + 1; k <= SELECTIONS; ++k) {
         if (list.texts[k][0] == '\0') continue;
         list.cursor = k;
         *number = k;
-        return 0;
+        return SELECTION_DONE;
     }
-    return NO_SELECTION;
+    return SELECTION_NONE_LEFT;
 }
 
 static int reportText(int number, char* keyText)
 {
-    const bool exists = number >= 1 && number <= SELECTIONS;
+    bool exists = number >= 1 && number <= SELECTIONS;
     copyText(keyText, SELECTION_ROOM, exists ? surveyState.selections.texts[number] : "");
-    return 0;
+    return SELECTION_DONE;
 }
 
 int surveyIndexCommand(const char* command, int32_t* number, char* keyText)
@@ -85,14 +86,14 @@ int surveyIndexCommand(const char* command, int32_t* number, char* keyText)
     } else if (std::strcmp(command, "GETNEXTINDEX") == 0) {
         return advanceCursor(number);
     }
-    return 0;
+    return SELECTION_DONE;
 }
 
 int setSurveyKey(int number, const char* keyText)
 {
     int32_t selection = number;
     char text[SELECTION_ROOM];
-    copyText(text, sizeof(text), keyText);
+    copyText(text, sizeof text, keyText);
     return surveyIndexCommand("SETKEY", &selection, text[0] != '\0' ? text : nullptr);
 }
 

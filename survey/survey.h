@@ -2,22 +2,28 @@
 // selections that can restrict it, and feature texts.
 //
 // Boundary of survey/, for cogo/ and api/. Its state, in survey_state.h, is process-wide: the
-// selections, and layouts with the variables that every read fills; records are copied to the
-// caller.
+// selections, and the layouts with the variables that every read fills. Records are copied to
+// the caller, and nothing is allocated.
 #pragma once
 
 #include "records/records.h"
 
 #include <cstdint>
 
-// -- Start-up ----------------------------------------------------------------
+// -- Start-up (survey_layouts.cpp) -------------------------------------------
 
+// Builds the layouts. Nothing here can be read before.
 void buildSurveyLayouts();
 
-// -- Survey index ------------------------------------------------------------
+// -- Survey index (survey_index.cpp) -----------------------------------------
 
 constexpr int SURVEY_OK = 0;
 constexpr int SURVEY_FAILED = 1;
+// Why a record could not be read.
+constexpr int SURVEY_RECORD_MISSING = 1;
+constexpr int SURVEY_RECORD_OTHER_LAYOUT = 2;
+constexpr int SURVEY_RECORD_DAMAGED = 3;
+constexpr int SURVEY_RECORD_UNREADABLE = 4;
 
 // Index numbers of the survey records.
 constexpr int POINT_NAME_INDEX = 5;
@@ -77,29 +83,25 @@ struct PointListRecord {
     char pointList[POINT_LIST_ROOM]; // point names, separated by commas
 };
 
-// Lookups by name. SURVEY_OK, with the record as the current one, or non-zero: for
-// points why the name cannot be a point's (1, 2, 3) or the engine's answer, for all
-// others SURVEY_FAILED.
+// Look a record up, which is then the current one. Each returns SURVEY_OK, or a failure: for
+// points the result of recordFind, or SPLIT_... (point_name.h) for a name that no point can have;
+// for all others SURVEY_FAILED.
 int findPoint(RecordFile* job, const char* name);
 int findSurveyChain(RecordFile* job, const char* name);
 int findChainPointList(RecordFile* job, const char* name);
 int findSurveyRecord(RecordFile* job, const char* name, int index, int matchMode);
 
-// Steps along an index, the step being one of recordStep's. SURVEY_OK when
-// positioned, SURVEY_FAILED when there is no further entry, else the engine's code.
+// Step along an index, stepSurveyIndex by one of the steps of recordStep. Each returns SURVEY_OK
+// with the record reached as the current one, SURVEY_FAILED when there is none, or a failure
+// code of the engine.
 int stepSurveyIndex(RecordFile* job, int index, int step);
 int firstInIndex(RecordFile* job, int index);
 int nextInIndex(RecordFile* job, int index);
 
-// Read the current record; nothing is stored in record after a failure. SURVEY_OK
-// or SURVEY_FAILED.
+// Read the current record. Each returns SURVEY_OK, or a failure with *record as it was: for a
+// point list SURVEY_RECORD_..., for the others SURVEY_FAILED.
 int readPointRecord(RecordFile* job, PointRecord* record);
 int readSurveyChainRecord(RecordFile* job, SurveyChainRecord* record);
-// SURVEY_OK, or why not, with nothing stored in record.
-constexpr int POINT_LIST_MISSING = 1;
-constexpr int POINT_LIST_OTHER_LAYOUT = 2;
-constexpr int POINT_LIST_DAMAGED = 3;
-constexpr int POINT_LIST_UNREADABLE = 4;
 int readChainPointList(RecordFile* job, PointListRecord* record);
 
 // -- The walk over the points (point_walk.cpp) -------------------------------
@@ -109,62 +111,74 @@ struct ElementName {
     char text[ELEMENT_NAME_ROOM];
 };
 
-// Point at the position of POINT_NAME_INDEX: its name.
+// Returns the name of the point at the position of POINT_NAME_INDEX.
 ElementName pointNameAtPosition(const RecordFile* job);
 
-// SURVEY_OK with the name of the point reached, else non-zero. The first step empties the
-// selections; with one set since, the walk goes over the points that it asks for.
+// Step to the first or the next point. Each returns SURVEY_OK with the name of the point
+// reached, any other code when there is none. The first step empties the selections; when one
+// has been set since, the walk covers only the points that it asks for.
 int firstPoint(RecordFile* job, ElementName* name);
 int nextPoint(RecordFile* job, ElementName* name);
-// The point of that name; *reached becomes its name as its key gives it.
+// Looks up the point of that name; *reached becomes the name as the point's key gives it.
+// Returns as findPoint.
 int readPointByName(RecordFile* job, const char* name, ElementName* reached);
 
-// Names of points, terminated, one behind the other.
+// Names of points, each terminated, one behind the other.
 struct PointNames {
     int32_t count;
     char texts[NODE_PAGE_SIZE];
 };
 
-// Goes on with the walk as far as that needs no search, and fills in the names passed, the
-// last one being that at the position. There may be none: nextPoint goes on then.
+// Walks on as far as that needs no search, and stores the names of the points passed; the last
+// one is that at the position. When there are none, nextPoint has to go on.
 void nextPoints(RecordFile* job, PointNames* names);
 
-// -- Selections --------------------------------------------------------------
+// -- Selections (selections.cpp) ---------------------------------------------
 
 // Selection k, named by its index number, asks for the entries of index k whose
 // key is the selection's text.
 constexpr int SELECTIONS = 17;
 constexpr int SELECTION_ROOM = 41;
+constexpr int NO_SELECTION = 0;    // the number of none
 constexpr int ALL_SELECTIONS = 99; // "SETKEY": empty them all
-constexpr int NO_SELECTION = -1;   // "GETFIRSTINDEX", "GETNEXTINDEX": none left
+
+// Results of the commands.
+constexpr int SELECTION_DONE = 0;
+constexpr int SELECTION_NONE_LEFT = -1; // "GETFIRSTINDEX", "GETNEXTINDEX": no further one
+constexpr int SELECTION_TEXTS_KEPT = 1; // "SETKEY" of ALL_SELECTIONS with a key text
 
 // Carries out one of the commands
 //   "NUMPOINTINDEX", "NUMCHAININDEX", "NUMRUNINDEX"  number := selections in force
 //   "SETKEY"         sets selection number to keyText, or empties it without one
 //   "GETKEY"         keyText, of SELECTION_ROOM bytes := the selection's text
-//   "GETFIRSTINDEX"  number := the first selection in force, or 0
-//   "GETNEXTINDEX"   number := the next one, or 0
-// 0, except: NO_SELECTION, and 1 for ALL_SELECTIONS with a key text.
+//   "GETFIRSTINDEX"  number := the first selection in force, or NO_SELECTION
+//   "GETNEXTINDEX"   number := the next one, or NO_SELECTION
+// and returns its result. An unknown command does nothing and is done.
 int surveyIndexCommand(const char* command, int32_t* number, char* keyText);
 
 // "SETKEY", where an empty key text counts as none.
 int setSurveyKey(int number, const char* keyText);
+// "GETFIRSTINDEX".
 int firstSelectedIndex(int32_t* number);
+// "GETKEY".
 int getSurveyKey(int number, char* keyText);
+// "NUMPOINTINDEX".
 int pointSelectionCount(int32_t* number);
 
-// -- Feature records ---------------------------------------------------------
+// -- Feature records (feature_records.cpp) -----------------------------------
 
-// What a feature read answers: the element name, then from FEATURE_TEXT on the
-// feature text, terminated. The name is terminated when it is shorter than its room.
+// The FEATURE_ROOM bytes that a feature read fills: the element name, and from FEATURE_TEXT on
+// the feature text, terminated. The name is terminated when it is shorter than its room.
 constexpr int FEATURE_TEXT = 20;
-constexpr int FEATURE_ANSWER_ROOM = 58;
+constexpr int FEATURE_ROOM = 58;
 
-// Look up the feature record of a point or survey chain. SURVEY_OK or SURVEY_FAILED.
+// Look up the feature record of a point or survey chain. Each returns SURVEY_OK or
+// SURVEY_FAILED.
 int findPointFeature(RecordFile* job, const char* name);
 int findSurveyChainFeature(RecordFile* job, const char* name);
 
-// Read the current record as one. SURVEY_OK with the answer filled; non-zero when
-// it cannot be read or is of another kind, the answer is then not to be used.
-int readPointFeature(RecordFile* job, char* answer);
-int readSurveyChainFeature(RecordFile* job, char* answer);
+// Read the current record as the feature record of a point or survey chain. Each returns
+// SURVEY_OK, SURVEY_RECORD_..., or SURVEY_FAILED when the record is of another kind; after a
+// failure the feature is not to be used.
+int readPointFeature(RecordFile* job, char* feature);
+int readSurveyChainFeature(RecordFile* job, char* feature);

@@ -1,6 +1,7 @@
 // Points, survey chains and point lists by name, and their records.
 #include "survey/point_name.h"
 #include "survey/survey.h"
+#include "survey/survey_layouts.h"
 #include "survey/survey_state.h"
 
 #include <cstring>
@@ -11,11 +12,11 @@ int findSurveyRecord(RecordFile* job, const char* name, int index, int matchMode
 {
     if (name == nullptr) return SURVEY_FAILED;
     if (index != POINT_NAME_INDEX) {
-        const int result = recordFind(job, index, name, matchMode);
+        int result = recordFind(job, index, name, matchMode);
         return result == IX_OK ? SURVEY_OK : SURVEY_FAILED;
     }
     char key[SURVEY_NAME_ROOM];
-    const int failure = buildPointNameKey(key, name);
+    int failure = buildPointNameKey(key, name);
     if (failure != SURVEY_OK) return failure;
     return recordFind(job, index, key, matchMode);
 }
@@ -37,7 +38,7 @@ int findChainPointList(RecordFile* job, const char* name)
 
 int stepSurveyIndex(RecordFile* job, int index, int step)
 {
-    const int result = recordStep(job, index, step);
+    int result = recordStep(job, index, step);
     return result == IX_NOT_FOUND ? SURVEY_FAILED : result;
 }
 
@@ -47,12 +48,12 @@ int nextInIndex(RecordFile* job, int index) { return stepSurveyIndex(job, index,
 
 // -- Records -----------------------------------------------------------------
 
-// The integer at the beginning of a number text: blanks, a sign, digits. 0 without
-// digits; the nearest 32-bit integer when there are too many.
+// Returns the integer at the beginning of a number text, which may start with blanks and a
+// sign: 0 when there are no digits, the nearest 32-bit integer when there are too many.
 static int32_t numberOfText(const char* text)
 {
     text += std::strspn(text, " ");
-    const bool negative = *text == '-';
+    bool negative = *text == '-';
     if (*text == '-' || *text == '+') ++text;
     int64_t number = 0;
     for (; *text >= '0' && *text <= '9' && number <= INT32_MAX; ++text) {
@@ -64,13 +65,12 @@ static int32_t numberOfText(const char* text)
     return static_cast<int32_t>(number);
 }
 
-// A code text that is marked as going on in the long text: joins the two parts in
-// the caller's copy.
+// Completes the code text of the caller's copy when it is marked as going on in the long text.
 static void joinCodeText(PointRecord* record)
 {
     char* code = record->codeText;
     if (std::strlen(code) <= JOINED_CODE_HEAD || code[JOINED_CODE_HEAD] != '-') return;
-    const bool goesOn = std::strlen(record->longText) > JOINED_CODE_TAIL;
+    bool goesOn = std::strlen(record->longText) > JOINED_CODE_TAIL;
     copyText(code + JOINED_CODE_HEAD, JOINED_CODE_ROOM - JOINED_CODE_HEAD,
              goesOn ? record->longText + JOINED_CODE_TAIL : "");
 }
@@ -78,7 +78,8 @@ static void joinCodeText(PointRecord* record)
 int readPointRecord(RecordFile* job, PointRecord* record)
 {
     constexpr int NAME_FIELD = 1;
-    if (readRecordAtKey(job, surveyState.pointLayout, NAME_FIELD) != IX_OK) return SURVEY_FAILED;
+    int result = readThroughLayout(job, surveyState.pointLayout, NAME_FIELD);
+    if (result != SURVEY_OK) return SURVEY_FAILED;
     removeBlanks(surveyState.point.name);
     *record = surveyState.point;
     joinCodeText(record);
@@ -91,8 +92,8 @@ int readPointRecord(RecordFile* job, PointRecord* record)
 int readSurveyChainRecord(RecordFile* job, SurveyChainRecord* record)
 {
     constexpr int NAME_FIELD = 1;
-    const int result = readRecordAtKey(job, surveyState.surveyChainLayout, NAME_FIELD);
-    if (result != IX_OK) return SURVEY_FAILED;
+    int result = readThroughLayout(job, surveyState.surveyChainLayout, NAME_FIELD);
+    if (result != SURVEY_OK) return SURVEY_FAILED;
     *record = surveyState.surveyChain;
     for (int i = 0; i < 2; ++i) {
         record->numbers[i] = numberOfText(surveyState.numberTexts[i]);
@@ -103,11 +104,7 @@ int readSurveyChainRecord(RecordFile* job, SurveyChainRecord* record)
 int readChainPointList(RecordFile* job, PointListRecord* record)
 {
     constexpr int NAME_FIELD = 0;
-    const int result = readRecordAtKey(job, surveyState.pointListLayout, NAME_FIELD);
-    if (result == IX_NOT_FOUND) return POINT_LIST_MISSING;
-    if (result == IX_OTHER_LAYOUT) return POINT_LIST_OTHER_LAYOUT;
-    if (result == IX_DAMAGED_IMAGE) return POINT_LIST_DAMAGED;
-    if (result != IX_OK) return POINT_LIST_UNREADABLE;
-    *record = surveyState.pointList;
-    return SURVEY_OK;
+    int result = readThroughLayout(job, surveyState.pointListLayout, NAME_FIELD);
+    if (result == SURVEY_OK) *record = surveyState.pointList;
+    return result;
 }

@@ -78,6 +78,22 @@ static_assert(rowFits(POINT_LIST_ROWS[1], sizeof(PointListRecord::pointList)));
 static_assert(rowFits(FEATURE_ROWS[0], RECORD_KEY_ROOM));
 static_assert(rowFits(FEATURE_ROWS[1], sizeof(SurveyState::featureKey)));
 
+int readThroughLayout(RecordFile* job, LayoutEntry* layout, int keyField)
+{
+    switch (readRecordAtKey(job, layout, keyField)) {
+    case IX_OK:
+        return SURVEY_OK;
+    case IX_NOT_FOUND:
+        return SURVEY_RECORD_MISSING;
+    case IX_OTHER_LAYOUT:
+        return SURVEY_RECORD_OTHER_LAYOUT;
+    case IX_DAMAGED_IMAGE:
+        return SURVEY_RECORD_DAMAGED;
+    default:
+        return SURVEY_RECORD_UNREADABLE;
+    }
+}
+
 void buildSurveyLayouts()
 {
     buildLayout(surveyState.pointLayout, POINT_ROWS, std::ssize(POINT_ROWS));

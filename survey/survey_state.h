@@ -1,5 +1,5 @@
-// The writable state of survey/, all of it. Zero when the process starts. For survey/ and its
-// tests.
+// The writable state of survey/, all of it. Zero when the process starts. For survey/, tools
+// and tests.
 #pragma once
 
 #include "survey/survey.h"
@@ -17,14 +17,14 @@ struct SurveyState {
     // Process: commands and walks change it.
     SelectionList selections;
 
-    // Built by every start-up, constant in between.
+    // Built by every start-up, and constant until the next one.
     LayoutEntry pointLayout[POINT_FIELDS + 1];
     LayoutEntry surveyChainLayout[SURVEY_CHAIN_FIELDS + 1];
     LayoutEntry pointListLayout[POINT_LIST_FIELDS + 1];
     LayoutEntry featureLayout[FEATURE_FIELDS + 1];
 
-    // Variables of the layouts: each holds the record read last through its layout.
-    // The number texts belong to points and survey chains both.
+    // Variables of the layouts: each holds the record read last through its layout. Points
+    // and survey chains share the number texts.
     PointRecord point;
     SurveyChainRecord surveyChain;
     PointListRecord pointList;

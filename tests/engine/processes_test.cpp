@@ -35,14 +35,14 @@ static std::string textOf(const std::string& name, int version)
 static int findRecord(JobWriter* job, const std::string& name, const char* tag = TAG_CHAIN)
 {
     const KeyComponents key = keyComponents(tag, name.c_str(), "", "");
-    return findByKey(&job->file, &key);
+    return findByKey(&job->records, &key);
 }
 
 // The engine's answer; IX_DAMAGED_IMAGE for another text than that of the version.
 static int readRecord(JobWriter* job, const std::string& name, int version)
 {
     int result = findRecord(job, name);
-    if (result == IX_OK) result = recordReadCurrent(&job->file, cogoState.chainLayout);
+    if (result == IX_OK) result = recordReadCurrent(&job->records, cogoState.chainLayout);
     bool other = result == IX_OK && cogoState.chain.description != textOf(name, version);
     return other ? IX_DAMAGED_IMAGE : result;
 }
@@ -55,22 +55,22 @@ static int change(JobWriter* job, const std::string& name, int from, int to)
     if (from == 0) return addChainMember(job, name.c_str(), 0, textOf(name, to), attributes);
     int result = readRecord(job, name, from);
     if (result != IX_OK) return result;
-    if (to == 0) return recordDeleteCurrent(&job->file, cogoState.chainLayout);
+    if (to == 0) return recordDeleteCurrent(&job->records, cogoState.chainLayout);
     std::string text = textOf(name, to);
     copyText(cogoState.chain.description, sizeof cogoState.chain.description, text.c_str());
-    return recordUpdateCurrent(&job->file, cogoState.chainLayout);
+    return recordUpdateCurrent(&job->records, cogoState.chainLayout);
 }
 
 // Locks the data entry of a record. One update over all steps, for a record that is
 // rewritten moves to another number.
 static int lockData(JobWriter* job, const std::string& name)
 {
-    must(ixBeginUpdate(&job->file.tree.file) == IX_OK, "file lock");
+    must(ixBeginUpdate(&job->records.tree.file) == IX_OK, "file lock");
     int result = findRecord(job, name);
-    int32_t number = job->file.currentRecordNumber;
-    if (result == IX_OK) result = ixFind(&job->file.tree, DATA_INDEX, "", number, nullptr, 0);
-    if (result == IX_OK) result = ixLockRecord(&job->file.tree, DATA_INDEX);
-    must(ixEndUpdate(&job->file.tree.file) == IX_OK, "end of update");
+    int32_t number = job->records.currentRecordNumber;
+    if (result == IX_OK) result = ixFind(&job->records.tree, DATA_INDEX, "", number, nullptr, 0);
+    if (result == IX_OK) result = ixLockRecord(&job->records.tree, DATA_INDEX);
+    must(ixEndUpdate(&job->records.tree.file) == IX_OK, "end of update");
     return result;
 }
 
@@ -81,11 +81,11 @@ static bool countUp(JobWriter* job)
     int locked = lockData(job, COUNTER);
     must(locked == IX_OK || locked == IX_LOCKED_BY_OTHER, "counter lock");
     if (locked != IX_OK) return false;
-    job->file.lockedRecordNumber = job->file.currentRecordNumber;
-    must(recordReadCurrent(&job->file, cogoState.chainLayout) == IX_OK, "counter read");
+    job->records.lockedRecordNumber = job->records.currentRecordNumber;
+    must(recordReadCurrent(&job->records, cogoState.chainLayout) == IX_OK, "counter read");
     ++cogoState.chain.elementNumber;
-    must(recordUpdateCurrent(&job->file, cogoState.chainLayout) == IX_OK, "counter update");
-    job->file.lockedRecordNumber = NO_RECORD;
+    must(recordUpdateCurrent(&job->records, cogoState.chainLayout) == IX_OK, "counter update");
+    job->records.lockedRecordNumber = NO_RECORD;
     return true;
 }
 
@@ -152,7 +152,7 @@ static void doEverything(const Peer& test, const std::string& path, int process)
         records += won == IX_OK;
         counted += countUp(&job);
         int32_t number = 0;
-        must(ixNextSequence(&job.file.tree, &number) == IX_OK, "next sequence");
+        must(ixNextSequence(&job.records.tree, &number) == IX_OK, "next sequence");
         drawn += " " + std::to_string(number);
     }
     for (size_t at = 0; at < versions.size(); ++at) {
@@ -177,11 +177,11 @@ TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
         counted += told[1];
         for (size_t at = 2; at < told.size(); ++at) {
             EXPECT_TRUE(drawn.insert(told[at]).second) << "drawn twice: " << told[at];
-            EXPECT_NE(ixFind(&job.file.tree, DATA_INDEX, "", told[at], nullptr, 0), IX_OK);
+            EXPECT_NE(ixFind(&job.records.tree, DATA_INDEX, "", told[at], nullptr, 0), IX_OK);
         }
     }
     EXPECT_EQ(lockData(&job, COUNTER), IX_OK);
-    EXPECT_EQ(recordReadCurrent(&job.file, cogoState.chainLayout), IX_OK);
+    EXPECT_EQ(recordReadCurrent(&job.records, cogoState.chainLayout), IX_OK);
     EXPECT_EQ(cogoState.chain.elementNumber, counted);
     EXPECT_EQ(closeJobWriter(&job), IX_OK);
     CheckReport report = checkJobFile(path);
@@ -277,8 +277,8 @@ static void holdLocks(const Peer& test, const std::string& path, int)
     JobWriter job;
     openShared(&job, path);
     must(lockData(&job, "B") == IX_OK && findRecord(&job, "A") == IX_OK, "lock B");
-    must(ixLockRecord(&job.file.tree, RECORD_KEY_INDEX) == IX_OK, "lock A");
-    say(test, std::to_string(job.file.tree.file.sharing.userSlot));
+    must(ixLockRecord(&job.records.tree, RECORD_KEY_INDEX) == IX_OK, "lock A");
+    say(test, std::to_string(job.records.tree.file.sharing.userSlot));
     hear(test);
 }
 
@@ -301,23 +301,24 @@ TEST(Processes, TakeOverTheLocksOfAKilledOne)
     EXPECT_EQ(held.complaints, CLEAN);
     EXPECT_EQ(held.locks, 2);
     ASSERT_EQ(findRecord(&job, "A"), IX_OK);
-    EXPECT_EQ(ixLockRecord(&job.file.tree, RECORD_KEY_INDEX), IX_LOCKED_BY_OTHER);
+    EXPECT_EQ(ixLockRecord(&job.records.tree, RECORD_KEY_INDEX), IX_LOCKED_BY_OTHER);
     EXPECT_EQ(change(&job, "B", 1, 2), IX_LOCK_REQUIRED);
     EXPECT_EQ(change(&job, "B", 1, 0), IX_LOCK_REQUIRED);
 
     // Nobody has the slot: whoever wants a lock replaces it.
     endPeer(holder, KILL);
     ASSERT_EQ(findRecord(&job, "A"), IX_OK);
-    EXPECT_TRUE(comesTrue([&] { return ixLockRecord(&job.file.tree, RECORD_KEY_INDEX) == IX_OK; }));
+    EXPECT_TRUE(
+        comesTrue([&] { return ixLockRecord(&job.records.tree, RECORD_KEY_INDEX) == IX_OK; }));
     EXPECT_EQ(checkJobFile(path).locks, 2);
-    EXPECT_EQ(ixUnlockRecord(&job.file.tree, RECORD_KEY_INDEX), IX_OK);
+    EXPECT_EQ(ixUnlockRecord(&job.records.tree, RECORD_KEY_INDEX), IX_OK);
     EXPECT_EQ(checkJobFile(path).locks, 1);
 
     // The next opener gets the slot and removes the lock that is left; the counter goes
     // on from what the file says, which the opener has never seen.
     int32_t before = changeCounter(path);
     openShared(&next, path);
-    EXPECT_EQ(next.file.tree.file.sharing.userSlot, 1);
+    EXPECT_EQ(next.records.tree.file.sharing.userSlot, 1);
     EXPECT_EQ(checkJobFile(path).locks, 0);
     EXPECT_GT(changeCounter(path), before);
     EXPECT_EQ(change(&job, "B", 1, 2), IX_OK);
@@ -374,7 +375,7 @@ TEST(Processes, GiveEachLineOneExtensionAndNoNumberTwice)
         EXPECT_EQ(number, ++expected);
     }
     EXPECT_EQ(findRecord(&job, "             VERSION", TAG_VERSION), IX_OK);
-    EXPECT_EQ(recordReadCurrent(&job.file, cogoState.versionLayout), IX_OK);
+    EXPECT_EQ(recordReadCurrent(&job.records, cogoState.versionLayout), IX_OK);
     EXPECT_EQ(cogoState.versionCounter, (1 + PROCESSES * DRAWS) * LINES);
     EXPECT_EQ(closeJobWriter(&job), IX_OK);
     CheckReport report = checkJobFile(path);

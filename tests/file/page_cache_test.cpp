@@ -44,8 +44,11 @@ struct Model {
         auto holds = [&](const Block& block) { return block.page == page; };
         auto block = std::find_if(blocks.begin(), blocks.end(), holds);
         bool found = block != blocks.end();
-        while (!found && (block == blocks.end() || block->firstChange != 0))
+        auto isFree = [](const Block& block) { return block.page.first == -1; };
+        if (!found) block = std::find_if(blocks.begin(), blocks.end(), isFree);
+        while (block == blocks.end() || (!found && block->firstChange != 0)) {
             --block;
+        }
         blocks.splice(blocks.begin(), blocks, block);
         if (found) return *block;
         if (reads) transfers.push_back({OS_CALL_READ, page.first, pageAt(page.second)});

@@ -8,6 +8,7 @@
 // are compared with what the compiler makes of the header.
 #include "orvIdx.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -18,17 +19,19 @@
 struct Member {
     std::string name;
     std::string type;
-    size_t width; // of a pointer: 0
-    size_t alignment;
+    size_t width;     // 0 for a pointer
+    size_t alignment; // 0 for a pointer
     size_t compiledOffset;
     size_t compiledWidth;
 };
 
-struct Record {
+struct RecordTable {
     std::string name;
     size_t compiledSize;
     std::vector<Member> members;
 };
+
+// -- The header --------------------------------------------------------------
 
 template <typename Type> static std::string typeName()
 {
@@ -56,7 +59,7 @@ template <typename Type> constexpr size_t widthOf()
     }
 }
 
-// A double and what contains one lies on a multiple of 8 on every platform.
+// A double, and a record that contains one, lies on a multiple of 8 on every platform.
 template <typename Type> constexpr size_t alignmentOf()
 {
     if (std::is_same_v<Type, double> || std::is_class_v<Type> || std::is_union_v<Type>) return 8;
@@ -78,119 +81,110 @@ static Member member(const char* name, Type RecordType::*pointer)
             widthOf<Type>()};
 }
 
-// clang-format off
-static std::vector<Record> allRecords()
+// A row of the table of Type, which the function that uses it defines.
+#define MEMBER(name) member(#name, &Type::name)
+
+static RecordTable connectionTable()
 {
-    return {
-        {"IdxConnection", sizeof(IdxConnection), {
-            member("fileNumber", &IdxConnection::fileNumber),
-            member("path", &IdxConnection::path),
-            member("userValue", &IdxConnection::userValue)}},
-        {"PointElement", sizeof(PointElement), {
-            member("setText", &PointElement::setText),
-            member("name", &PointElement::name),
-            member("featureText", &PointElement::featureText),
-            member("firstNote", &PointElement::firstNote),
-            member("longText", &PointElement::longText),
-            member("real4", &PointElement::real4),
-            member("integer1", &PointElement::integer1),
-            member("real1", &PointElement::real1),
-            member("real2", &PointElement::real2),
-            member("real3", &PointElement::real3),
-            member("number1", &PointElement::number1),
-            member("integer7", &PointElement::integer7),
-            member("text1", &PointElement::text1),
-            member("text2", &PointElement::text2),
-            member("text3", &PointElement::text3),
-            member("text4", &PointElement::text4)}},
-        {"LineElement", sizeof(LineElement), {
-            member("name", &LineElement::name),
-            member("beginPointName", &LineElement::beginPointName),
-            member("endPointName", &LineElement::endPointName),
-            member("beginPoint", &LineElement::beginPoint),
-            member("endPoint", &LineElement::endPoint),
-            member("secondaryCode", &LineElement::secondaryCode),
-            member("noteText", &LineElement::noteText)}},
-        {"CurveElement", sizeof(CurveElement), {
-            member("name", &CurveElement::name),
-            member("curve1", &CurveElement::curve1),
-            member("curve2", &CurveElement::curve2),
-            member("curve3", &CurveElement::curve3),
-            member("curve4", &CurveElement::curve4),
-            member("curve5", &CurveElement::curve5),
-            member("curve6", &CurveElement::curve6),
-            member("curve7", &CurveElement::curve7),
-            member("curve8", &CurveElement::curve8),
-            member("curve9", &CurveElement::curve9),
-            member("curve10", &CurveElement::curve10),
-            member("curve11", &CurveElement::curve11),
-            member("curve12", &CurveElement::curve12),
-            member("curve13", &CurveElement::curve13),
-            member("curve14", &CurveElement::curve14),
-            member("textA", &CurveElement::textA),
-            member("textB", &CurveElement::textB),
-            member("secondaryCode", &CurveElement::secondaryCode),
-            member("noteText", &CurveElement::noteText)}},
-        {"SpiralElement", sizeof(SpiralElement), {
-            member("name", &SpiralElement::name),
-            member("spiralType", &SpiralElement::spiralType),
-            member("spiral1", &SpiralElement::spiral1),
-            member("spiral2", &SpiralElement::spiral2),
-            member("spiral3", &SpiralElement::spiral3),
-            member("spiral4", &SpiralElement::spiral4),
-            member("spiral5", &SpiralElement::spiral5),
-            member("spiral6", &SpiralElement::spiral6),
-            member("spiral7", &SpiralElement::spiral7),
-            member("spiral8", &SpiralElement::spiral8),
-            member("spiral9", &SpiralElement::spiral9),
-            member("spiral10", &SpiralElement::spiral10),
-            member("spiral11", &SpiralElement::spiral11),
-            member("spiral12", &SpiralElement::spiral12),
-            member("spiral13", &SpiralElement::spiral13),
-            member("spiral14", &SpiralElement::spiral14),
-            member("spiral15", &SpiralElement::spiral15),
-            member("spiral16", &SpiralElement::spiral16),
-            member("spiral17", &SpiralElement::spiral17),
-            member("spiral18", &SpiralElement::spiral18),
-            member("textA", &SpiralElement::textA),
-            member("secondaryCode", &SpiralElement::secondaryCode),
-            member("noteText", &SpiralElement::noteText)}},
-        {"ChainElement", sizeof(ChainElement), {
-            member("name", &ChainElement::name),
-            member("secondaryCode", &ChainElement::secondaryCode),
-            member("noteText", &ChainElement::noteText),
-            member("unresolvedMembers", &ChainElement::unresolvedMembers),
-            member("firstMember", &ChainElement::firstMember)}},
-        {"ChainMember", sizeof(ChainMember), {
-            member("next", &ChainMember::next),
-            member("memberKind", &ChainMember::memberKind),
-            member("payload", &ChainMember::payload)}},
-        {"ProfileElement", sizeof(ProfileElement), {
-            member("name", &ProfileElement::name),
-            member("secondaryCode", &ProfileElement::secondaryCode),
-            member("noteText", &ProfileElement::noteText),
-            member("vertexCount", &ProfileElement::vertexCount),
-            member("vertices", &ProfileElement::vertices)}},
-        {"ProfileVertex", sizeof(ProfileVertex), {
-            member("vertexCode", &ProfileVertex::vertexCode),
-            member("station", &ProfileVertex::station),
-            member("segmentNumber", &ProfileVertex::segmentNumber),
-            member("elevation", &ProfileVertex::elevation),
-            member("backLength", &ProfileVertex::backLength),
-            member("aheadLength", &ProfileVertex::aheadLength)}},
-        {"SurveyChainElement", sizeof(SurveyChainElement), {
-            member("setText", &SurveyChainElement::setText),
-            member("name", &SurveyChainElement::name),
-            member("featureText", &SurveyChainElement::featureText),
-            member("note", &SurveyChainElement::note),
-            member("number1", &SurveyChainElement::number1),
-            member("integer4", &SurveyChainElement::integer4),
-            member("unresolvedPoints", &SurveyChainElement::unresolvedPoints),
-            member("pointCount", &SurveyChainElement::pointCount),
-            member("points", &SurveyChainElement::points)}},
-    };
+    using Type = IdxConnection;
+    return {"IdxConnection", sizeof(Type), {MEMBER(fileNumber), MEMBER(path), MEMBER(userValue)}};
 }
-// clang-format on
+
+static RecordTable pointElementTable()
+{
+    using Type = PointElement;
+    return {"PointElement",
+            sizeof(Type),
+            {MEMBER(setText), MEMBER(name), MEMBER(featureText), MEMBER(firstNote),
+             MEMBER(longText), MEMBER(real4), MEMBER(integer1), MEMBER(real1), MEMBER(real2),
+             MEMBER(real3), MEMBER(number1), MEMBER(integer7), MEMBER(text1), MEMBER(text2),
+             MEMBER(text3), MEMBER(text4)}};
+}
+
+static RecordTable lineElementTable()
+{
+    using Type = LineElement;
+    return {"LineElement",
+            sizeof(Type),
+            {MEMBER(name), MEMBER(beginPointName), MEMBER(endPointName), MEMBER(beginPoint),
+             MEMBER(endPoint), MEMBER(secondaryCode), MEMBER(noteText)}};
+}
+
+static RecordTable curveElementTable()
+{
+    using Type = CurveElement;
+    return {"CurveElement",
+            sizeof(Type),
+            {MEMBER(name), MEMBER(curve1), MEMBER(curve2), MEMBER(curve3), MEMBER(curve4),
+             MEMBER(curve5), MEMBER(curve6), MEMBER(curve7), MEMBER(curve8), MEMBER(curve9),
+             MEMBER(curve10), MEMBER(curve11), MEMBER(curve12), MEMBER(curve13), MEMBER(curve14),
+             MEMBER(textA), MEMBER(textB), MEMBER(secondaryCode), MEMBER(noteText)}};
+}
+
+static RecordTable spiralElementTable()
+{
+    using Type = SpiralElement;
+    return {"SpiralElement",
+            sizeof(Type),
+            {MEMBER(name),     MEMBER(spiralType),    MEMBER(spiral1),  MEMBER(spiral2),
+             MEMBER(spiral3),  MEMBER(spiral4),       MEMBER(spiral5),  MEMBER(spiral6),
+             MEMBER(spiral7),  MEMBER(spiral8),       MEMBER(spiral9),  MEMBER(spiral10),
+             MEMBER(spiral11), MEMBER(spiral12),      MEMBER(spiral13), MEMBER(spiral14),
+             MEMBER(spiral15), MEMBER(spiral16),      MEMBER(spiral17), MEMBER(spiral18),
+             MEMBER(textA),    MEMBER(secondaryCode), MEMBER(noteText)}};
+}
+
+static RecordTable chainElementTable()
+{
+    using Type = ChainElement;
+    return {"ChainElement",
+            sizeof(Type),
+            {MEMBER(name), MEMBER(secondaryCode), MEMBER(noteText), MEMBER(unresolvedMembers),
+             MEMBER(firstMember)}};
+}
+
+static RecordTable chainMemberTable()
+{
+    using Type = ChainMember;
+    return {"ChainMember", sizeof(Type), {MEMBER(next), MEMBER(memberKind), MEMBER(payload)}};
+}
+
+static RecordTable profileElementTable()
+{
+    using Type = ProfileElement;
+    return {"ProfileElement",
+            sizeof(Type),
+            {MEMBER(name), MEMBER(secondaryCode), MEMBER(noteText), MEMBER(vertexCount),
+             MEMBER(vertices)}};
+}
+
+static RecordTable profileVertexTable()
+{
+    using Type = ProfileVertex;
+    return {"ProfileVertex",
+            sizeof(Type),
+            {MEMBER(vertexCode), MEMBER(station), MEMBER(segmentNumber), MEMBER(elevation),
+             MEMBER(backLength), MEMBER(aheadLength)}};
+}
+
+static RecordTable surveyChainElementTable()
+{
+    using Type = SurveyChainElement;
+    return {"SurveyChainElement",
+            sizeof(Type),
+            {MEMBER(setText), MEMBER(name), MEMBER(featureText), MEMBER(note), MEMBER(number1),
+             MEMBER(integer4), MEMBER(unresolvedPoints), MEMBER(pointCount), MEMBER(points)}};
+}
+
+#undef MEMBER
+
+static std::vector<RecordTable> allTables()
+{
+    return {connectionTable(),        pointElementTable(),   lineElementTable(),
+            curveElementTable(),      spiralElementTable(),  chainElementTable(),
+            chainMemberTable(),       profileElementTable(), profileVertexTable(),
+            surveyChainElementTable()};
+}
 
 // -- Layout ------------------------------------------------------------------
 
@@ -199,8 +193,9 @@ static size_t roundedUp(size_t offset, size_t alignment)
     return (offset + alignment - 1) / alignment * alignment;
 }
 
-// The offset of each member with pointers of that size, and last the record's size.
-static std::vector<size_t> layout(const Record& record, size_t pointerSize)
+// Returns the offset of each member with pointers of that size, and behind them the record's
+// size.
+static std::vector<size_t> layout(const RecordTable& record, size_t pointerSize)
 {
     std::vector<size_t> offsets;
     size_t end = 0;
@@ -216,25 +211,28 @@ static std::vector<size_t> layout(const Record& record, size_t pointerSize)
     return offsets;
 }
 
-// Compares the layout for this build's pointers with the compiler's. Returns the
-// number of differences, each told on standard error.
-static int compareWithHeader(const Record& record)
+// Returns 1 when the numbers differ, with a line on standard error, else 0.
+static int difference(const std::string& what, size_t computed, size_t compiled)
 {
-    int differences = 0;
-    auto expectEqual = [&](const std::string& what, size_t computed, size_t compiled) {
-        if (computed == compiled) return;
-        std::fprintf(stderr, "%s %s: %u computed, %u compiled\n", record.name.c_str(), what.c_str(),
-                     static_cast<unsigned>(computed), static_cast<unsigned>(compiled));
-        ++differences;
-    };
+    if (computed == compiled) return 0;
+    std::fprintf(stderr, "%s: %u computed, %u compiled\n", what.c_str(),
+                 static_cast<unsigned>(computed), static_cast<unsigned>(compiled));
+    return 1;
+}
+
+// Compares the layout for this build's pointers with the compiler's. Returns the number of
+// differences.
+static int compareWithHeader(const RecordTable& record)
+{
     std::vector<size_t> offsets = layout(record, sizeof(void*));
+    int differences = difference(record.name + " size", offsets.back(), record.compiledSize);
     for (size_t i = 0; i < record.members.size(); ++i) {
         const Member& item = record.members[i];
         size_t width = item.width == 0 ? sizeof(void*) : item.width;
-        expectEqual("offset of " + item.name, offsets[i], item.compiledOffset);
-        expectEqual("width of " + item.name, width, item.compiledWidth);
+        std::string name = record.name + "." + item.name;
+        differences += difference("offset of " + name, offsets[i], item.compiledOffset);
+        differences += difference("width of " + name, width, item.compiledWidth);
     }
-    expectEqual("size", offsets.back(), record.compiledSize);
     return differences;
 }
 
@@ -246,7 +244,7 @@ static std::string inBothWidths(size_t with4, size_t with8)
     return with4 == with8 ? text : text + " / " + std::to_string(with8);
 }
 
-static std::string tableOf(const Record& record)
+static std::string tableOf(const RecordTable& record)
 {
     std::vector<size_t> with4 = layout(record, 4);
     std::vector<size_t> with8 = layout(record, 8);
@@ -268,7 +266,7 @@ static std::string textOf(const std::string& path)
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// True when the guide shows the text; tells the difference on standard error.
+// True when the guide shows the text; otherwise a line on standard error says what it lacks.
 static bool expectShown(const std::string& guide, const std::string& text, const std::string& what)
 {
     bool shown = guide.find(text) != std::string::npos;
@@ -278,9 +276,9 @@ static bool expectShown(const std::string& guide, const std::string& text, const
 
 static bool checkGuide(const std::string& guidePath, const std::string& examples)
 {
-    const std::string guide = textOf(guidePath);
+    std::string guide = textOf(guidePath);
     bool right = true;
-    for (const Record& record : allRecords()) {
+    for (const RecordTable& record : allTables()) {
         right = compareWithHeader(record) == 0 && right;
         right = expectShown(guide, "\n\n" + tableOf(record) + "\n", record.name) && right;
     }
@@ -295,8 +293,9 @@ static bool checkGuide(const std::string& guidePath, const std::string& examples
 int main(int argumentCount, char** arguments)
 {
     if (argumentCount == 2 && std::string(arguments[1]) == "--tables") {
-        for (const Record& record : allRecords())
+        for (const RecordTable& record : allTables()) {
             std::printf("%s\n", tableOf(record).c_str());
+        }
         return 0;
     }
     if (argumentCount != 3) {

@@ -7,10 +7,10 @@
 
 // -- File and header ---------------------------------------------------------
 
-// Reads the file, but no more than the largest job database has, and of the header area
-// only its record and the busy marker: the user slots lie in between, and where locks
-// bind readers they cannot be read as long as somebody has the file open. False, with
-// the complaint made, when it cannot be read.
+// Reads the file, but no more than the largest job database has. Of the header area it reads
+// only the header record and the busy marker: the user slots lie in between, and on systems
+// where a lock keeps readers out they cannot be read while somebody has the file open. False,
+// with a complaint, when the file cannot be read.
 static bool readFile(CheckedFile* file, const std::string& path)
 {
     constexpr size_t LARGEST =
@@ -27,53 +27,61 @@ static bool readFile(CheckedFile* file, const std::string& path)
         stream.read(chunk, sizeof chunk);
         file->bytes.insert(file->bytes.end(), chunk, chunk + stream.gcount());
     }
-    // A directory, for one, opens and then goes bad.
+    // A directory opens as well, and fails when it is read.
     file->report.readable = stream.is_open() && !stream.bad();
-    if (!file->report.readable) complain(file, "the file cannot be read");
+    if (!file->report.readable) complain(&file->report, "the file cannot be read");
     return file->report.readable;
 }
 
-// Checks the header against itself and the file's length. False when the pages
-// cannot be looked at.
+// Checks the header's fields against each other and against the file's length. False when the
+// pages cannot be looked at.
+static bool checkFields(CheckedFile* file)
+{
+    const FileHeader& header = file->header;
+    int wholePages = static_cast<int>((file->bytes.size() - FIRST_PAGE_OFFSET) / NODE_PAGE_SIZE);
+    bool accepted = true;
+    if (header.pagesInFile < 1 || header.pagesInFile > wholePages) {
+        complain(&file->report, "header: %d pages in file, but the file has room for %d",
+                 header.pagesInFile, wholePages);
+        accepted = false;
+    }
+    if (header.nextFreePage < 1 || header.nextFreePage > header.pagesInFile) {
+        complain(&file->report, "header: next free page %d of %d pages in file",
+                 header.nextFreePage, header.pagesInFile);
+        accepted = false;
+    }
+    if (!pageHandedOut(file, header.rootPage)) {
+        complain(&file->report, "header: root page %d is not below next free page %d",
+                 header.rootPage, header.nextFreePage);
+        accepted = false;
+    }
+    if (header.height < 1 || header.height > MAX_HEIGHT) {
+        complain(&file->report, "header: height %d", header.height);
+        accepted = false;
+    }
+    return accepted;
+}
+
+// Decodes and checks the header. False when the pages cannot be looked at.
 static bool checkHeader(CheckedFile* file)
 {
     const uint8_t* header = file->bytes.data();
     if (file->bytes.size() < FIRST_PAGE_OFFSET) {
-        complain(file, "header: the file ends within it");
+        complain(&file->report, "header: the file ends within it");
         return false;
     }
     if (!headerHasMagic(header, CURRENT_MAGIC)) {
-        complain(file, "header: the magic characters are not %s", CURRENT_MAGIC);
+        complain(&file->report, "header: the magic characters are not %s", CURRENT_MAGIC);
         return false;
     }
     file->header = decodeHeader(header);
-
-    int wholePages = static_cast<int>((file->bytes.size() - FIRST_PAGE_OFFSET) / NODE_PAGE_SIZE);
-    bool possible = true;
-    if (file->header.pagesInFile < 1 || file->header.pagesInFile > wholePages) {
-        complain(file, "header: %d pages in file, but the file has room for %d",
-                 file->header.pagesInFile, wholePages);
-        possible = false;
-    }
-    if (file->header.nextFreePage < 1 || file->header.nextFreePage > file->header.pagesInFile) {
-        complain(file, "header: next free page %d of %d pages in file", file->header.nextFreePage,
-                 file->header.pagesInFile);
-        possible = false;
-    }
-    if (!pageHandedOut(file, file->header.rootPage)) {
-        complain(file, "header: root page %d is not below next free page %d", file->header.rootPage,
-                 file->header.nextFreePage);
-        possible = false;
-    }
-    if (file->header.height < 1 || file->header.height > MAX_HEIGHT) {
-        complain(file, "header: height %d", file->header.height);
-        possible = false;
-    }
-    return possible;
+    return checkFields(file);
 }
 
-// Reads the file and checks its tree and segments. False when there is no tree to
-// look at.
+// -- The whole file ----------------------------------------------------------
+
+// Reads the file and checks its tree and segments. False when it has no tree that could be
+// looked at.
 static bool checkPages(CheckedFile* file, const std::string& path)
 {
     if (!readFile(file, path) || !checkHeader(file)) return false;

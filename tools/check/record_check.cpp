@@ -4,34 +4,34 @@
 #include "records/record_image.h"
 #include "survey/survey_state.h"
 
+#include <cstring>
 #include <map>
 #include <set>
 
-// A layout of ours and the entries that lead to its records. Layouts may share a
-// signature, so the primary key decides: its index, and in the index of the record
-// keys also the record tag.
+// A layout of ours and the entries that lead to its records. Layouts may share a signature, so
+// the primary key decides: its index, and in the index of the record keys also its tag.
 struct KnownLayout {
     const char* name;
     const LayoutEntry* layout;
     int primaryIndex;
-    const char* tags[2]; // unused ones nullptr
+    const char* tags[2]; // null: no tag, or no second one
 };
 
 // clang-format off
 constexpr KnownLayout KNOWN_LAYOUTS[] = {
-    // name               layout                         primary index       tags
-    {"chain",             cogoState.chainLayout,         RECORD_KEY_INDEX,   {TAG_CHAIN, TAG_NUMBERED}},
-    {"older chain",       cogoState.olderChainLayout,    RECORD_KEY_INDEX,   {TAG_CHAIN, nullptr}},
-    {"curve",             cogoState.curveLayout,         RECORD_KEY_INDEX,   {TAG_CURVE, nullptr}},
-    {"line",              cogoState.lineLayout,          RECORD_KEY_INDEX,   {TAG_LINE, nullptr}},
-    {"spiral",            cogoState.spiralLayout,        RECORD_KEY_INDEX,   {TAG_SPIRAL, nullptr}},
-    {"extension",         cogoState.extensionLayout,     RECORD_KEY_INDEX,   {TAG_EXTENSION, nullptr}},
-    {"version counter",   cogoState.versionLayout,       RECORD_KEY_INDEX,   {TAG_VERSION, nullptr}},
-    {"profile data",      cogoState.profileDataLayout,   RECORD_KEY_INDEX,   {TAG_PROFILE_DATA, nullptr}},
-    {"feature",           surveyState.featureLayout,      RECORD_KEY_INDEX,   {TAG_POINT_FEATURE, TAG_SURVEY_CHAIN_FEATURE}},
-    {"point",             surveyState.pointLayout,        POINT_NAME_INDEX,   {nullptr, nullptr}},
-    {"survey chain",      surveyState.surveyChainLayout,  SURVEY_CHAIN_INDEX, {nullptr, nullptr}},
-    {"point list",        surveyState.pointListLayout,    POINT_LIST_INDEX,   {nullptr, nullptr}},
+    // name             layout                         primary index       tags
+    {"chain",           cogoState.chainLayout,         RECORD_KEY_INDEX,   {TAG_CHAIN, TAG_NUMBERED}},
+    {"older chain",     cogoState.olderChainLayout,    RECORD_KEY_INDEX,   {TAG_CHAIN, nullptr}},
+    {"curve",           cogoState.curveLayout,         RECORD_KEY_INDEX,   {TAG_CURVE, nullptr}},
+    {"line",            cogoState.lineLayout,          RECORD_KEY_INDEX,   {TAG_LINE, nullptr}},
+    {"spiral",          cogoState.spiralLayout,        RECORD_KEY_INDEX,   {TAG_SPIRAL, nullptr}},
+    {"extension",       cogoState.extensionLayout,     RECORD_KEY_INDEX,   {TAG_EXTENSION, nullptr}},
+    {"version counter", cogoState.versionLayout,       RECORD_KEY_INDEX,   {TAG_VERSION, nullptr}},
+    {"profile data",    cogoState.profileDataLayout,   RECORD_KEY_INDEX,   {TAG_PROFILE_DATA, nullptr}},
+    {"feature",         surveyState.featureLayout,     RECORD_KEY_INDEX,   {TAG_POINT_FEATURE, TAG_SURVEY_CHAIN_FEATURE}},
+    {"point",           surveyState.pointLayout,       POINT_NAME_INDEX,   {nullptr, nullptr}},
+    {"survey chain",    surveyState.surveyChainLayout, SURVEY_CHAIN_INDEX, {nullptr, nullptr}},
+    {"point list",      surveyState.pointListLayout,   POINT_LIST_INDEX,   {nullptr, nullptr}},
 };
 // clang-format on
 
@@ -51,27 +51,27 @@ static bool isLastSegment(const uint8_t* entry) { return entrySegment(entry) >= 
 
 static bool sameRecord(const uint8_t* entry, const uint8_t* other)
 {
-    return strcmp(entryKey(entry), entryKey(other)) == 0 &&
+    return std::strcmp(entryKey(entry), entryKey(other)) == 0 &&
            entryNumber(entry) == entryNumber(other);
 }
 
-// Checks the place of an entry behind the one before it, which may be of another
-// record or nullptr.
+// Checks the place of an entry behind the one before it, which may be of another record, or
+// null.
 static void checkOrdinal(CheckedFile* file, const uint8_t* before, const uint8_t* entry)
 {
     bool continues = before != nullptr && sameRecord(before, entry);
     if (before != nullptr && !continues && !isLastSegment(before)) {
-        complain(file, "%s: ends without a last segment", describeEntry(before).c_str());
+        complain(&file->report, "%s: ends without a last segment", describeEntry(before).c_str());
     }
     if (!continues && ordinalOf(entry) != 0) {
-        complain(file, "%s: begins with segment %d", describeEntry(entry).c_str(),
+        complain(&file->report, "%s: begins with segment %d", describeEntry(entry).c_str(),
                  ordinalOf(entry));
     }
     if (continues && isLastSegment(before)) {
-        complain(file, "%s: segment %d behind the last one", describeEntry(entry).c_str(),
+        complain(&file->report, "%s: segment %d behind the last one", describeEntry(entry).c_str(),
                  ordinalOf(entry));
     } else if (continues && ordinalOf(entry) != ordinalOf(before) + 1) {
-        complain(file, "%s: segment %d behind segment %d", describeEntry(entry).c_str(),
+        complain(&file->report, "%s: segment %d behind segment %d", describeEntry(entry).c_str(),
                  ordinalOf(entry), ordinalOf(before));
     }
 }
@@ -84,33 +84,39 @@ void checkSegments(CheckedFile* file)
         checkOrdinal(file, before, entry);
         int length = entryDataLength(entry);
         if (length > SEGMENT_ROOM - entryKeyLength(entry)) {
-            complain(file, "%s: a segment of %d bytes", describeEntry(entry).c_str(), length);
+            complain(&file->report, "%s: a segment of %d bytes", describeEntry(entry).c_str(),
+                     length);
         }
         bool continues = before != nullptr && sameRecord(before, entry);
         int totalBefore = continues ? total : 0;
         total = totalBefore + length;
         if (total >= RECORD_LIMIT && totalBefore < RECORD_LIMIT) {
-            complain(file, "%s: a record that is too long", describeEntry(entry).c_str());
+            complain(&file->report, "%s: a record that is too long", describeEntry(entry).c_str());
         }
         before = entry;
     }
     if (before != nullptr && !isLastSegment(before)) {
-        complain(file, "%s: ends without a last segment", describeEntry(before).c_str());
+        complain(&file->report, "%s: ends without a last segment", describeEntry(before).c_str());
     }
 }
 
 // -- Entries by index --------------------------------------------------------
 
-// Adds an entry to the collection and checks what every entry of its index has.
+static void checkKeyEmpty(CheckedFile* file, const uint8_t* entry)
+{
+    if (entryKeyLength(entry) == 1) return;
+    complain(&file->report, "%s: the key is not empty", describeEntry(entry).c_str());
+}
+
+// Adds an entry to those that are stored, and checks what every entry of its index has.
 static void collectEntry(CheckedFile* file, const uint8_t* entry, StoredRecords* stored)
 {
     int index = entryIndex(entry);
     int32_t number = entryNumber(entry);
-    bool emptyKey = entryKeyLength(entry) == 1;
     if (index == DATA_INDEX) {
         std::vector<uint8_t>* image = &stored->images[number];
         image->insert(image->end(), entryData(entry), nextEntry(entry));
-        if (!emptyKey) complain(file, "%s: the key is not empty", describeEntry(entry).c_str());
+        checkKeyEmpty(file, entry);
         return;
     }
     if (index == LOCK_INDEX) {
@@ -118,11 +124,11 @@ static void collectEntry(CheckedFile* file, const uint8_t* entry, StoredRecords*
         return;
     }
     if (entrySegment(entry) != LAST_SEGMENT || entryDataLength(entry) != 0) {
-        complain(file, "%s: a key with data", describeEntry(entry).c_str());
+        complain(&file->report, "%s: a key with data", describeEntry(entry).c_str());
     }
     if (index == FREE_NUMBER_INDEX) {
         stored->freeNumbers.push_back(entry);
-        if (!emptyKey) complain(file, "%s: the key is not empty", describeEntry(entry).c_str());
+        checkKeyEmpty(file, entry);
         return;
     }
     stored->keys[number].push_back(entry);
@@ -133,39 +139,53 @@ static bool numberHandedOut(const CheckedFile* file, int32_t number)
     return number > 0 && number < file->header.sequenceCounter;
 }
 
-// Record numbers come from the counter, and a free one has no record.
+// Checks that record numbers come from the counter, and that no record has a free one.
 static void checkNumbers(CheckedFile* file, const StoredRecords& stored)
 {
     for (const auto& [number, image] : stored.images) {
         if (!numberHandedOut(file, number)) {
-            complain(file, "record %d: sequence counter %d never handed out its number", number,
-                     file->header.sequenceCounter);
+            complain(&file->report, "record %d: sequence counter %d never handed out its number",
+                     number, file->header.sequenceCounter);
         }
     }
     for (const uint8_t* entry : stored.freeNumbers) {
         int32_t number = entryNumber(entry);
         if (!numberHandedOut(file, number)) {
-            complain(file, "free number %d: sequence counter %d never handed it out", number,
-                     file->header.sequenceCounter);
+            complain(&file->report, "free number %d: sequence counter %d never handed it out",
+                     number, file->header.sequenceCounter);
         }
         if (stored.images.contains(number)) {
-            complain(file, "free number %d: a record has it", number);
+            complain(&file->report, "free number %d: a record has it", number);
         }
     }
 }
 
-// Every key leads to a record.
+// Checks that every key leads to a record.
 static void checkKeyTargets(CheckedFile* file, const StoredRecords& stored)
 {
     for (const auto& [number, entries] : stored.keys) {
         if (stored.images.contains(number)) continue;
         for (const uint8_t* entry : entries) {
-            complain(file, "%s: there is no such record", describeEntry(entry).c_str());
+            complain(&file->report, "%s: there is no such record", describeEntry(entry).c_str());
         }
     }
 }
 
-// A lock names its holder and an entry that exists.
+// Checks that a lock names its holder.
+static void checkHolder(CheckedFile* file, const uint8_t* lock)
+{
+    if (entryDataLength(lock) != LOCK_DATA_SIZE) {
+        complain(&file->report, "%s: a lock with %d bytes", describeEntry(lock).c_str(),
+                 entryDataLength(lock));
+        return;
+    }
+    int32_t slot = loadInt32(entryData(lock));
+    if (slot < 0 || slot >= USER_SLOTS) {
+        complain(&file->report, "%s: a lock of user slot %d", describeEntry(lock).c_str(), slot);
+    }
+}
+
+// Checks that each lock names its holder and an entry that exists.
 static void checkLocks(CheckedFile* file, const StoredRecords& stored)
 {
     if (stored.locks.empty()) return;
@@ -173,18 +193,11 @@ static void checkLocks(CheckedFile* file, const StoredRecords& stored)
     for (const uint8_t* entry : file->leafEntries) {
         existing.emplace(entryKey(entry), entryNumber(entry));
     }
-    for (const uint8_t* entry : stored.locks) {
-        std::string lock = describeEntry(entry);
-        if (entryDataLength(entry) != LOCK_DATA_SIZE) {
-            complain(file, "%s: a lock with %d bytes", lock.c_str(), entryDataLength(entry));
-        } else {
-            int32_t slot = loadInt32(entryData(entry));
-            if (slot < 0 || slot >= USER_SLOTS) {
-                complain(file, "%s: a lock of user slot %d", lock.c_str(), slot);
-            }
-        }
-        if (!existing.contains({entryKey(entry) + 1, entryNumber(entry)})) {
-            complain(file, "%s: a lock of an entry that is not there", lock.c_str());
+    for (const uint8_t* lock : stored.locks) {
+        checkHolder(file, lock);
+        if (!existing.contains({entryKey(lock) + 1, entryNumber(lock)})) {
+            complain(&file->report, "%s: a lock of an entry that is not there",
+                     describeEntry(lock).c_str());
         }
     }
 }
@@ -197,16 +210,16 @@ static bool leadsAsPrimary(const KnownLayout& known, const uint8_t* entry)
     if (known.tags[0] == nullptr) return true;
 
     const char* key = entryKey(entry) + 1;
-    if (strlen(key) < KEY_TAG + TAG_LENGTH) return false;
+    if (std::strlen(key) < KEY_TAG + TAG_LENGTH) return false;
     for (const char* tag : known.tags) {
-        if (tag != nullptr && memcmp(key + KEY_TAG, tag, TAG_LENGTH) == 0) return true;
+        if (tag != nullptr && std::memcmp(key + KEY_TAG, tag, TAG_LENGTH) == 0) return true;
     }
     return false;
 }
 
-// The layout of a record by its signature and the keys that lead to it. nullptr for
-// a layout that is not ours, and with *orphan for one of ours whose primary key is
-// missing.
+// Returns the layout of a record by its signature and the keys that lead to it, or null.
+// *orphan tells two reasons for null apart: true when the layout is ours but the primary key
+// is missing, false when the layout is not ours.
 static const KnownLayout* layoutOf(const std::vector<uint8_t>& image,
                                    const std::vector<const uint8_t*>& keys, bool* orphan)
 {
@@ -219,7 +232,7 @@ static const KnownLayout* layoutOf(const std::vector<uint8_t>& image,
             if (leadsAsPrimary(known, entry)) return &known;
         }
     }
-    // A record key with a tag that none of ours has: another program's record.
+    // A record key with another tag is that of another program's record.
     for (const uint8_t* entry : keys) {
         if (entryIndex(entry) == RECORD_KEY_INDEX) return nullptr;
     }
@@ -227,7 +240,7 @@ static const KnownLayout* layoutOf(const std::vector<uint8_t>& image,
     return nullptr;
 }
 
-// Strikes the first entry out that has this key; false when there is none.
+// Makes the first entry that has this key null. False when there is none.
 static bool strikeOut(std::vector<const uint8_t*>* keys, const std::string& key)
 {
     for (const uint8_t*& entry : *keys) {
@@ -239,40 +252,58 @@ static bool strikeOut(std::vector<const uint8_t*>* keys, const std::string& key)
     return false;
 }
 
-// Compares the key fields of a sound image with the keys that lead to the record.
-static void checkKeys(CheckedFile* file, const KnownLayout& known, int32_t number,
-                      const std::vector<uint8_t>& image, std::vector<const uint8_t*> keys,
-                      StoredRecords* stored)
+static std::set<int> keyFieldsOf(const LayoutEntry* layout)
 {
-    std::set<int> missingFields;
-    for (int field = 0; known.layout[field].type != TYPE_END; ++field) {
-        if (known.layout[field].keyFlag != NOT_A_KEY) missingFields.insert(field);
+    std::set<int> fields;
+    for (int field = 0; layout[field].type != TYPE_END; ++field) {
+        if (layout[field].keyFlag != NOT_A_KEY) fields.insert(field);
     }
+    return fields;
+}
 
+// A record while its keys are compared with its image.
+struct KeyedRecord {
+    int32_t number;
+    const char* layoutName;
+    std::vector<const uint8_t*> keys; // entries that lead to the record, null once accounted for
+};
+
+// Checks that one of the record's keys is the value of a key field.
+static void checkKeyField(CheckedFile* file, const LayoutEntry& field, const ImageItem& item,
+                          KeyedRecord* record, StoredRecords* stored)
+{
+    std::string key(1, static_cast<char>(field.indexNumber));
+    key.append(reinterpret_cast<const char*>(item.value), static_cast<size_t>(item.length));
+    if (!strikeOut(&record->keys, key)) {
+        complain(&file->report, "record %d (%s): its key in index %d is missing", record->number,
+                 record->layoutName, field.indexNumber);
+    }
+    if (field.duplicates == UNIQUE_KEY && !stored->uniqueKeys.insert(key).second) {
+        complain(&file->report, "record %d (%s): another record has its key in index %d",
+                 record->number, record->layoutName, field.indexNumber);
+    }
+}
+
+// Compares the key fields of a sound image with the keys that lead to the record.
+static void checkKeys(CheckedFile* file, const LayoutEntry* layout,
+                      const std::vector<uint8_t>& image, KeyedRecord* record, StoredRecords* stored)
+{
+    std::set<int> missingFields = keyFieldsOf(layout);
     ImageItem item = {};
-    ImageWalk walk = startImageWalk(image.data(), known.layout, static_cast<int>(image.size()));
+    ImageWalk walk = startImageWalk(image.data(), layout, static_cast<int>(image.size()));
     while (nextImageItem(&walk, &item)) {
-        const LayoutEntry& field = known.layout[item.field];
-        if (field.keyFlag == NOT_A_KEY) continue;
+        if (layout[item.field].keyFlag == NOT_A_KEY) continue;
         missingFields.erase(item.field);
-        std::string key(1, static_cast<char>(field.indexNumber));
-        key.append(reinterpret_cast<const char*>(item.value), static_cast<size_t>(item.length));
-        if (!strikeOut(&keys, key)) {
-            complain(file, "record %d (%s): its key in index %d is missing", number, known.name,
-                     field.indexNumber);
-        }
-        if (field.duplicates == UNIQUE_KEY && !stored->uniqueKeys.insert(key).second) {
-            complain(file, "record %d (%s): another record has its key in index %d", number,
-                     known.name, field.indexNumber);
-        }
+        checkKeyField(file, layout[item.field], item, record, stored);
     }
     for (int field : missingFields) {
-        complain(file, "record %d (%s): no value of key field %d", number, known.name, field);
+        complain(&file->report, "record %d (%s): no value of key field %d", record->number,
+                 record->layoutName, field);
     }
-    for (const uint8_t* entry : keys) {
+    for (const uint8_t* entry : record->keys) {
         if (entry == nullptr) continue;
-        complain(file, "%s: leads to a record (%s) without this key", describeEntry(entry).c_str(),
-                 known.name);
+        complain(&file->report, "%s: leads to a record (%s) without this key",
+                 describeEntry(entry).c_str(), record->layoutName);
     }
 }
 
@@ -280,7 +311,8 @@ static void checkRecord(CheckedFile* file, int32_t number, const std::vector<uin
                         StoredRecords* stored)
 {
     if (image.size() < IMAGE_MIN_SIZE) {
-        complain(file, "record %d: an image of %d bytes", number, static_cast<int>(image.size()));
+        complain(&file->report, "record %d: an image of %d bytes", number,
+                 static_cast<int>(image.size()));
         return;
     }
     const std::vector<const uint8_t*>& keys = stored->keys[number]; // none for an orphan
@@ -288,22 +320,29 @@ static void checkRecord(CheckedFile* file, int32_t number, const std::vector<uin
     bool orphan = false;
     const KnownLayout* known = layoutOf(image, keys, &orphan);
     if (orphan) {
-        complain(file, "record %d: no primary key leads to it", number);
+        complain(&file->report, "record %d: no primary key leads to it", number);
     } else if (known == nullptr) {
         ++file->report.unknownRecords;
-    } else if (checkImage(image.data(), known->layout, static_cast<int>(image.size())) != 0) {
-        complain(file, "record %d (%s): damaged image", number, known->name);
+    } else if (checkImage(image.data(), known->layout, static_cast<int>(image.size())) != IX_OK) {
+        complain(&file->report, "record %d (%s): damaged image", number, known->name);
     } else {
-        checkKeys(file, *known, number, image, keys, stored);
+        KeyedRecord record = {number, known->name, keys};
+        checkKeys(file, known->layout, image, &record, stored);
     }
+}
+
+// Layouts do not depend on any file. Those of a process that has a connection are left alone:
+// building them again would disturb the length of the point block.
+static void buildMissingLayouts()
+{
+    constexpr char NOT_BUILT = 0; // type of the first field in a layout
+    if (cogoState.chainLayout[0].type == NOT_BUILT) buildCogoLayouts();
+    if (surveyState.pointLayout[0].type == NOT_BUILT) buildSurveyLayouts();
 }
 
 void checkRecords(CheckedFile* file)
 {
-    // Layouts do not depend on any file; rebuilding them under a connection would
-    // only disturb the length of its point block.
-    if (cogoState.chainLayout[0].type == 0) buildCogoLayouts();
-    if (surveyState.pointLayout[0].type == 0) buildSurveyLayouts();
+    buildMissingLayouts();
 
     StoredRecords stored;
     for (const uint8_t* entry : file->leafEntries) {

@@ -1,10 +1,12 @@
 // The records in the leaves of a job database file. For tools/check/.
 #pragma once
 
-#include "tools/check/report.h"
+#include "tools/check/checked_file.h"
 
-// Ordinals and sizes of the segments of every record in every index.
+// Both expect the entries that checkTree has collected.
+
+// Checks ordinals and sizes of the segments of every record in every index.
 void checkSegments(CheckedFile* file);
 
-// Records, their keys, free numbers, the sequence counter, lock entries.
+// Checks records, their keys, free numbers, the sequence counter and lock entries.
 void checkRecords(CheckedFile* file);

@@ -1,25 +1,33 @@
-// A file under inspection and what is found in it. For tools/check/; check.h is the boundary.
+// What a check found, complaint by complaint. Part of the boundary check.h.
 #pragma once
 
-#include "format/format.h"
-#include "tools/check/check.h"
-
 #include <cstdint>
+#include <string>
+#include <vector>
 
-struct CheckedFile {
-    std::vector<uint8_t> bytes;              // the file, up to the largest size it may have
-    FileHeader header = {};                  // once it has been found possible
-    std::vector<bool> pageSeen;              // per page handed out: found in a level
-    std::vector<const uint8_t*> leafEntries; // well formed ones, as the leaves follow each other
-    CheckReport report;
+struct CheckReport {
+    bool readable = false;               // false: the one complaint tells why not
+    std::vector<std::string> complaints; // one line each, at most MAX_COMPLAINTS + 1
+    // Counts of what could be reached:
+    int pages = 0; // node pages handed out
+    int levels = 0;
+    int entries = 0;        // of all leaves
+    int records = 0;        // in DATA_INDEX
+    int unknownRecords = 0; // of these, records of a layout that is not ours
+    int freeNumbers = 0;
+    int locks = 0;
 };
 
+// A file that is damaged all over is not listed page by page.
+constexpr int MAX_COMPLAINTS = 1000;
+
+// Every complaint about a page that was handed out and then lost, as a process
+// that ends in the middle of an operation may leave it, begins like this.
+constexpr char UNREACHABLE_COMPLAINT[] = "unreachable: ";
+
 // Adds a complaint, unless there are too many.
-[[gnu::format(printf, 2, 3)]] void complain(CheckedFile* file, const char* format, ...);
+[[gnu::format(printf, 2, 3)]] void complain(CheckReport* report, const char* format, ...);
 
-// The entry for a complaint: index, key with unprintable bytes as \xx, number.
+// Describes an entry for a complaint: its index, its key with unprintable bytes as \xx, its
+// number.
 std::string describeEntry(const uint8_t* entry);
-
-bool pageHandedOut(const CheckedFile* file, int page);
-const uint8_t* pageAt(const CheckedFile* file, int page);
-bool isZero(const uint8_t* bytes, const uint8_t* end);

@@ -1,23 +1,34 @@
 #include "tools/check/tree_check.h"
 
 #include <algorithm>
+#include <utility>
 
-// A child that a branch refers to, with the separators on both sides of it: its
-// keys are greater than `low` and not greater than `high`. None at the outer ends.
+// A child that a branch refers to, with the separators on both sides of it: its keys are
+// greater than that of low and not greater than that of high.
 struct ChildReference {
     int page;
-    const uint8_t* low;
-    const uint8_t* high;
+    const uint8_t* low;  // null at the lower end of the level
+    const uint8_t* high; // null at its upper end
 };
 
-// One node of the level being checked. Entries are looked at only when walkable.
+// One node of the level being checked.
 struct LevelNode {
     int page;
     const uint8_t* node;
-    bool walkable;
+    bool walkable;                   // its entries may be looked at
     bool linked;                     // the node before it in the list names it as its next page
-    const ChildReference* reference; // nullptr: no branch refers to it
+    const ChildReference* reference; // null: no branch refers to it
 };
+
+// The nodes of a level while they are being found.
+struct Level {
+    int level;
+    std::vector<LevelNode> nodes;
+    std::vector<int> placeOfPage; // for each page handed out: its place in nodes, or NOT_MET
+};
+
+constexpr int NOT_MET = -1;
+constexpr int NOT_WALKABLE = -1; // in place of the bytes of a page's entries
 
 static SoughtKey keyOf(const uint8_t* entry)
 {
@@ -26,21 +37,21 @@ static SoughtKey keyOf(const uint8_t* entry)
 
 // -- Pages that are in no tree ------------------------------------------------
 
-// Pages that were not handed out yet are zero.
+// Checks that the pages that were not handed out yet are zero.
 static void checkSparePages(CheckedFile* file)
 {
     for (int page = file->header.nextFreePage; page < file->header.pagesInFile; ++page) {
         const uint8_t* bytes = pageAt(file, page);
         if (!isZero(bytes, bytes + NODE_PAGE_SIZE)) {
-            complain(file, "page %d: not zero, though never handed out", page);
+            complain(&file->report, "page %d: not zero, though never handed out", page);
         }
     }
 }
 
 // -- One node ----------------------------------------------------------------
 
-// What is wrong with the form of an entry of which `room` bytes lie in the entry
-// area, or nullptr.
+// Returns what is wrong with the form of an entry, or null. room bytes lie between it and the
+// end of the entry area.
 static const char* entryFault(const uint8_t* entry, int room, bool branch)
 {
     if (room < 1 || isEndMarker(entry)) return "missing: fewer entries than the count says";
@@ -56,66 +67,83 @@ static const char* entryFault(const uint8_t* entry, int room, bool branch)
     return nullptr;
 }
 
+// Checks the form of as many entries as the count of the page says. Returns the bytes that they
+// take, or NOT_WALKABLE.
+static int checkEntries(CheckedFile* file, int page, bool branch)
+{
+    const uint8_t* node = pageAt(file, page);
+    int used = 0;
+    for (int i = 0; i < nodeCount(node); ++i) {
+        const uint8_t* entry = node + NODE_ENTRIES + used;
+        const char* fault = entryFault(entry, NODE_ENTRY_AREA - used, branch);
+        if (fault != nullptr) {
+            complain(&file->report, "page %d: entry %d: %s", page, i, fault);
+            return NOT_WALKABLE;
+        }
+        used += entrySize(entry);
+    }
+    return used;
+}
+
+// Checks what a page whose entries take so many bytes has around them.
+static void checkFrame(CheckedFile* file, int page, int used)
+{
+    const uint8_t* node = pageAt(file, page);
+    bool agrees = nodeFree(node) == NODE_ENTRY_AREA - used;
+    if (!agrees) {
+        complain(&file->report, "page %d: free bytes %d where %d belong", page, nodeFree(node),
+                 NODE_ENTRY_AREA - used);
+    }
+    bool zeroTail = isZero(node + NODE_ENTRIES + used, node + NODE_PAGE_SIZE);
+    if (!zeroTail) complain(&file->report, "page %d: not zero behind its last entry", page);
+    if (nodeLevel(node) == 0 && nodeLeftmostChild(node) != 0) {
+        complain(&file->report, "page %d: a leaf with leftmost child %d", page,
+                 nodeLeftmostChild(node));
+    }
+    // The engine must not refuse what passed here.
+    if (agrees && zeroTail && !nodeIsSound(node)) {
+        complain(&file->report, "page %d: not sound", page);
+    }
+}
+
 // Checks the page as a node of the level, apart from order and references. True
 // when its entries can be walked.
 static bool checkNode(CheckedFile* file, int page, int level)
 {
     const uint8_t* node = pageAt(file, page);
     if (nodeLevel(node) != level) {
-        complain(file, "page %d: level %d where %d belongs", page, nodeLevel(node), level);
+        complain(&file->report, "page %d: level %d where %d belongs", page, nodeLevel(node), level);
         return false;
     }
-    int count = nodeCount(node);
-    if (count < 0 || count > MAX_ENTRY_COUNT) {
-        complain(file, "page %d: entry count %d", page, count);
+    if (nodeCount(node) < 0 || nodeCount(node) > MAX_ENTRY_COUNT) {
+        complain(&file->report, "page %d: entry count %d", page, nodeCount(node));
         return false;
     }
-    int used = 0;
-    for (int i = 0; i < count; ++i) {
-        const uint8_t* entry = node + NODE_ENTRIES + used;
-        const char* fault = entryFault(entry, NODE_ENTRY_AREA - used, level > 0);
-        if (fault != nullptr) {
-            complain(file, "page %d: entry %d: %s", page, i, fault);
-            return false;
-        }
-        used += entrySize(entry);
-    }
-
-    bool agrees = nodeFree(node) == NODE_ENTRY_AREA - used;
-    if (!agrees) {
-        complain(file, "page %d: free bytes %d where %d belong", page, nodeFree(node),
-                 NODE_ENTRY_AREA - used);
-    }
-    bool zeroTail = isZero(node + NODE_ENTRIES + used, node + NODE_PAGE_SIZE);
-    if (!zeroTail) complain(file, "page %d: not zero behind its last entry", page);
-    if (level == 0 && nodeLeftmostChild(node) != 0) {
-        complain(file, "page %d: a leaf with leftmost child %d", page, nodeLeftmostChild(node));
-    }
-    // The engine must not refuse what passed here.
-    if (agrees && zeroTail && !nodeIsSound(node)) complain(file, "page %d: not sound", page);
+    int used = checkEntries(file, page, level > 0);
+    if (used == NOT_WALKABLE) return false;
+    checkFrame(file, page, used);
     return true;
 }
 
-// Checks that the entries of the node ascend, also against the entry before them
-// in the level. Answers the last entry there is by now.
+// Checks that the entries of the node ascend from the entry that is before them in the level.
+// Returns the last entry of the level so far.
 static const uint8_t* checkOrder(CheckedFile* file, const LevelNode& item, const uint8_t* before)
 {
     const uint8_t* entry = firstEntry(item.node);
     for (int i = 0; i < nodeCount(item.node); ++i, entry = nextEntry(entry)) {
         SoughtKey key = keyOf(entry);
         if (before != nullptr && compareWithSegments(before, &key) >= 0) {
-            complain(file, "page %d: entry %d is not greater than the one before it: %s", item.page,
-                     i, describeEntry(entry).c_str());
+            complain(&file->report, "page %d: entry %d is not greater than the one before it: %s",
+                     item.page, i, describeEntry(entry).c_str());
         }
         before = entry;
     }
     return before;
 }
 
-// Checks the entries against the separators on both sides of the node. A search
-// must come by to each entry of a leaf, and it takes the first segment of a record
-// as equal to a separator that names any other; separators themselves are ordered
-// down to the segment.
+// Checks the entries against the separators on both sides of the node. A search must get to
+// each entry of a leaf, and it takes the first segment of a record as equal to a separator that
+// names any other segment; separators themselves are ordered down to the segment.
 static void checkBounds(CheckedFile* file, const LevelNode& item)
 {
     bool leaf = nodeLevel(item.node) == 0;
@@ -126,11 +154,12 @@ static void checkBounds(CheckedFile* file, const LevelNode& item)
         SoughtKey key = keyOf(entry);
         auto compare = leaf ? compareEntry : compareWithSegments;
         if (low != nullptr && compare(low, &key) >= 0) {
-            complain(file, "page %d: entry %d is not above the separator before its page: %s",
-                     item.page, i, describeEntry(entry).c_str());
+            complain(&file->report,
+                     "page %d: entry %d is not above the separator before its page: %s", item.page,
+                     i, describeEntry(entry).c_str());
         }
         if (high != nullptr && compare(high, &key) < 0) {
-            complain(file, "page %d: entry %d is above the separator behind its page: %s",
+            complain(&file->report, "page %d: entry %d is above the separator behind its page: %s",
                      item.page, i, describeEntry(entry).c_str());
         }
     }
@@ -138,30 +167,33 @@ static void checkBounds(CheckedFile* file, const LevelNode& item)
 
 // -- One level ---------------------------------------------------------------
 
+// Returns why a page cannot be the next one in the chain of a level, or null.
+static const char* nextPageFault(const CheckedFile* file, int page)
+{
+    if (!pageHandedOut(file, page)) return "is not a page of the file";
+    if (file->pageSeen[static_cast<size_t>(page)]) return "has its place already";
+    return nullptr;
+}
+
 // Follows the chain of a level from a page that was not seen yet; appends its nodes
-// and marks their pages as seen. Checks each node and the links both ways, but for
-// the first page's link back unless it is the first of the level. Ends at a page of
-// another level, whose chain is another one.
+// and marks their pages as seen. Checks each node and the links both ways, but the first page's
+// link back only when it is the first page of the level. Stops at a page of another level,
+// which belongs to another chain.
 static void walkChain(CheckedFile* file, int first, int level, std::vector<LevelNode>* nodes)
 {
     bool linked = false;
     int previous = NO_PAGE;
     for (int page = first; page != NO_PAGE;) {
-        const char* fault = nullptr;
-        if (!pageHandedOut(file, page)) {
-            fault = "is not a page of the file";
-        } else if (file->pageSeen[static_cast<size_t>(page)]) {
-            fault = "has its place already";
-        }
+        const char* fault = nextPageFault(file, page);
         if (fault != nullptr) {
-            complain(file, "page %d: next page %d %s", previous, page, fault);
+            complain(&file->report, "page %d: next page %d %s", previous, page, fault);
             return;
         }
         file->pageSeen[static_cast<size_t>(page)] = true;
 
         const uint8_t* node = pageAt(file, page);
         if ((linked || nodes->empty()) && nodePreviousPage(node) != previous) {
-            complain(file, "page %d: previous page %d where %d belongs", page,
+            complain(&file->report, "page %d: previous page %d where %d belongs", page,
                      nodePreviousPage(node), previous);
         }
         bool walkable = checkNode(file, page, level);
@@ -173,64 +205,74 @@ static void walkChain(CheckedFile* file, int first, int level, std::vector<Level
     }
 }
 
-// Finds the nodes of a level: along its chain, and where that is broken again from
-// the next page that a branch refers to. Gives each node its reference.
+// Returns the place of a child among the nodes of its level, or NOT_MET. A child that was not
+// met yet begins a chain, whose nodes are then found.
+static int placeOfChild(CheckedFile* file, int child, Level* level)
+{
+    if (!pageHandedOut(file, child)) {
+        complain(&file->report, "page %d: a child, but not a page of the file", child);
+        return NOT_MET;
+    }
+    size_t page = static_cast<size_t>(child);
+    if (level->placeOfPage[page] != NOT_MET) return level->placeOfPage[page];
+    if (file->pageSeen[page]) {
+        complain(&file->report, "page %d: a child, but of a level above %d", child, level->level);
+        return NOT_MET;
+    }
+    if (!level->nodes.empty()) {
+        complain(&file->report, "page %d: a child, but not in the chain of level %d", child,
+                 level->level);
+    }
+    size_t place = level->nodes.size();
+    walkChain(file, child, level->level, &level->nodes);
+    for (; place < level->nodes.size(); ++place) {
+        size_t found = static_cast<size_t>(level->nodes[place].page);
+        level->placeOfPage[found] = static_cast<int>(place);
+    }
+    return level->placeOfPage[page];
+}
+
+// Finds the nodes of a level: along its chain, and where that is broken once more from
+// the next page to which a branch refers. Gives each node its reference.
 static std::vector<LevelNode> findNodes(CheckedFile* file, int level,
                                         const std::vector<ChildReference>& references)
 {
-    constexpr int NOT_MET = -1;
-    std::vector<LevelNode> nodes;
-    std::vector<int> placeOfPage(static_cast<size_t>(file->header.nextFreePage), NOT_MET);
-    size_t placed = 0;
+    size_t pages = static_cast<size_t>(file->header.nextFreePage);
+    Level found = {level, {}, std::vector<int>(pages, NOT_MET)};
     int placeBefore = NOT_MET;
     for (const ChildReference& reference : references) {
-        if (!pageHandedOut(file, reference.page)) {
-            complain(file, "page %d: a child, but not a page of the file", reference.page);
-            continue;
-        }
-        size_t page = static_cast<size_t>(reference.page);
-        if (placeOfPage[page] == NOT_MET && file->pageSeen[page]) {
-            complain(file, "page %d: a child, but of a level above %d", reference.page, level);
-            continue;
-        }
-        if (placeOfPage[page] == NOT_MET) {
-            if (!nodes.empty()) {
-                complain(file, "page %d: a child, but not in the chain of level %d", reference.page,
-                         level);
-            }
-            walkChain(file, reference.page, level, &nodes);
-            for (; placed < nodes.size(); ++placed) {
-                placeOfPage[static_cast<size_t>(nodes[placed].page)] = static_cast<int>(placed);
-            }
-        }
-        int place = placeOfPage[page];
-        LevelNode* item = &nodes[static_cast<size_t>(place)];
+        int place = placeOfChild(file, reference.page, &found);
+        if (place == NOT_MET) continue;
+        LevelNode* item = &found.nodes[static_cast<size_t>(place)];
         if (item->reference != nullptr) {
-            complain(file, "page %d: a child more than once", reference.page);
+            complain(&file->report, "page %d: a child more than once", reference.page);
             continue;
         }
         item->reference = &reference;
-        if (place < placeBefore) complain(file, "page %d: a child out of order", reference.page);
+        if (place < placeBefore) {
+            complain(&file->report, "page %d: a child out of order", reference.page);
+        }
         placeBefore = place;
     }
-    for (const LevelNode& item : nodes) {
-        if (item.reference == nullptr) complain(file, "page %d: no branch refers to it", item.page);
+    for (const LevelNode& item : found.nodes) {
+        if (item.reference != nullptr) continue;
+        complain(&file->report, "page %d: no branch refers to it", item.page);
     }
-    return nodes;
+    return std::move(found.nodes);
 }
 
-// The last entry of a branch with a right neighbour is no separator of its own:
-// it bounds the node, and its child is the neighbour's leftmost.
+// Checks the last entry of a branch with a right neighbour. It separates no children of the
+// branch: it bounds the node, and its child is the neighbour's leftmost.
 static void checkUpperBound(CheckedFile* file, const LevelNode& item, const LevelNode& neighbour)
 {
     int count = nodeCount(item.node);
     if (count == 0) {
-        complain(file, "page %d: a branch with a right neighbour and no entry", item.page);
+        complain(&file->report, "page %d: a branch with a right neighbour and no entry", item.page);
         return;
     }
     int child = entryChild(entryAt(item.node, count - 1));
     if (child != nodeLeftmostChild(neighbour.node)) {
-        complain(file, "page %d: its bound has child %d, its neighbour leftmost child %d",
+        complain(&file->report, "page %d: its bound has child %d, its neighbour leftmost child %d",
                  item.page, child, nodeLeftmostChild(neighbour.node));
     }
 }
@@ -252,8 +294,16 @@ static void collectChildren(const LevelNode& item, std::vector<ChildReference>* 
     if (!bounded || nodeCount(item.node) == 0) children->push_back({child, low, end});
 }
 
-// Checks one level from the references of the one above. Answers the references
-// of this level to the next; a level of leaves adds its entries to the file's.
+static void collectLeafEntries(CheckedFile* file, const LevelNode& item)
+{
+    const uint8_t* entry = firstEntry(item.node);
+    for (int i = 0; i < nodeCount(item.node); ++i, entry = nextEntry(entry)) {
+        file->leafEntries.push_back(entry);
+    }
+}
+
+// Checks one level from the references of the one above. Returns the references to the level
+// below; a level of leaves has none, and adds its entries to those of the file.
 static std::vector<ChildReference> checkLevel(CheckedFile* file, int level,
                                               const std::vector<ChildReference>& references)
 {
@@ -265,21 +315,30 @@ static std::vector<ChildReference> checkLevel(CheckedFile* file, int level,
         if (!item.walkable) continue;
         before = checkOrder(file, item, item.linked ? before : nullptr);
         if (item.reference != nullptr) checkBounds(file, item);
-        if (level > 0) {
-            bool neighbour = i + 1 < nodes.size() && nodes[i + 1].linked;
-            if (neighbour && nodes[i + 1].walkable) checkUpperBound(file, item, nodes[i + 1]);
-            collectChildren(item, &children);
+        if (level == 0) {
+            collectLeafEntries(file, item);
             continue;
         }
-        const uint8_t* entry = firstEntry(item.node);
-        for (int k = 0; k < nodeCount(item.node); ++k, entry = nextEntry(entry)) {
-            file->leafEntries.push_back(entry);
-        }
+        bool neighbour = i + 1 < nodes.size() && nodes[i + 1].linked;
+        if (neighbour && nodes[i + 1].walkable) checkUpperBound(file, item, nodes[i + 1]);
+        collectChildren(item, &children);
     }
     return children;
 }
 
 // -- The tree ----------------------------------------------------------------
+
+// Checks that every page that was handed out has its place in a level.
+static void checkEveryPageSeen(CheckedFile* file)
+{
+    for (int page = 0; page < file->header.nextFreePage; ++page) {
+        if (file->pageSeen[static_cast<size_t>(page)]) continue;
+        const uint8_t* bytes = pageAt(file, page);
+        complain(&file->report, "%spage %d was handed out%s", UNREACHABLE_COMPLAINT, page,
+                 isZero(bytes, bytes + NODE_PAGE_SIZE) ? " and never written"
+                                                       : ", but no level has it");
+    }
+}
 
 void checkTree(CheckedFile* file)
 {
@@ -293,12 +352,5 @@ void checkTree(CheckedFile* file)
         ++file->report.levels;
     }
     file->report.entries = static_cast<int>(file->leafEntries.size());
-
-    for (int page = 0; page < file->header.nextFreePage; ++page) {
-        if (file->pageSeen[static_cast<size_t>(page)]) continue;
-        const uint8_t* bytes = pageAt(file, page);
-        complain(file, "%spage %d was handed out%s", UNREACHABLE_COMPLAINT, page,
-                 isZero(bytes, bytes + NODE_PAGE_SIZE) ? " and never written"
-                                                       : ", but no level has it");
-    }
+    checkEveryPageSeen(file);
 }

@@ -2,7 +2,8 @@
 // none. For tools/check/.
 #pragma once
 
-#include "tools/check/report.h"
+#include "tools/check/checked_file.h"
 
-// Expects a header that is possible; collects the entries of the leaves.
+// Checks the tree and collects the entries of its leaves. Expects a header that checkHeader has
+// accepted.
 void checkTree(CheckedFile* file);

@@ -92,8 +92,9 @@ static ordered_json memberJson(const ChainMember& member)
 static ordered_json chainJson(const ChainElement& chain)
 {
     ordered_json members = ordered_json::array();
-    for (const ChainMember* member = chain.firstMember; member != nullptr; member = member->next)
+    for (const ChainMember* member = chain.firstMember; member != nullptr; member = member->next) {
         members.push_back(memberJson(*member));
+    }
     return {{"name", text(chain.name)},
             {"secondaryCode", text(chain.secondaryCode)},
             {"noteText", text(chain.noteText)},
@@ -111,8 +112,9 @@ static ordered_json vertexJson(const ProfileVertex& vertex)
 static ordered_json profileJson(const ProfileElement& profile)
 {
     ordered_json vertices = ordered_json::array();
-    for (int32_t at = 0; at < profile.vertexCount; ++at)
+    for (int32_t at = 0; at < profile.vertexCount; ++at) {
         vertices.push_back(vertexJson(profile.vertices[at]));
+    }
     return {{"name", text(profile.name)},
             {"secondaryCode", text(profile.secondaryCode)},
             {"noteText", text(profile.noteText)},
@@ -123,8 +125,9 @@ static ordered_json profileJson(const ProfileElement& profile)
 static ordered_json surveyChainJson(const SurveyChainElement& chain)
 {
     ordered_json points = ordered_json::array();
-    for (int32_t at = 0; at < chain.pointCount; ++at)
+    for (int32_t at = 0; at < chain.pointCount; ++at) {
         points.push_back(pointJson(chain.points[at]));
+    }
     return {{"setText", text(chain.setText)},
             {"name", text(chain.name)},
             {"featureText", text(chain.featureText)},

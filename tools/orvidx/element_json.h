@@ -1,4 +1,4 @@
-// Elements as JSON: the member names of the element records, in their order.
+// Elements as JSON objects: the members of the element records under their names, in order.
 //
 // For orvidx.
 #pragma once
@@ -9,17 +9,17 @@
 #include <string>
 #include <string_view>
 
-// A text member of an element record, without its terminator.
+// Returns a text member of an element record, without its terminator.
 template <size_t WIDTH> std::string_view memberText(const char (&member)[WIDTH])
 {
     std::string_view whole(member, WIDTH);
     return whole.substr(0, whole.find('\0'));
 }
 
-// Expects an element that was read with this kind. Nested points, members and
+// Returns an element, which was read with this kind, as an object. Nested points, members and
 // vertices are nested objects; texts are UTF-8; a double that is no number becomes
 // null when it is printed.
 nlohmann::ordered_json elementJson(uint32_t kind, const void* element);
 
-// The value on one line, with a blank after each comma and colon, in ASCII.
+// Returns the value on one line in ASCII, with a blank after each comma and colon.
 std::string jsonLine(const nlohmann::ordered_json& value);

@@ -20,9 +20,9 @@ using Clock = std::chrono::steady_clock;
 constexpr auto PROGRESS_INTERVAL = std::chrono::milliseconds(200);
 
 struct Progress {
-    std::FILE* stream; // null: nobody watches
-    Clock::time_point nextLine;
-    size_t shown; // characters on the line
+    std::FILE* stream;          // null: nobody watches
+    Clock::time_point nextLine; // not before then
+    size_t shown;               // characters on the line
 };
 
 static void showProgress(Progress& progress, uint32_t kind, size_t done, size_t count)
@@ -46,18 +46,23 @@ static void eraseProgress(Progress& progress)
     progress.shown = 0;
 }
 
+[[noreturn]] static void failToWrite()
+{
+    throw std::system_error(errno, std::generic_category(), "the export cannot be written");
+}
+
 static void put(std::FILE* out, const std::string& text)
 {
-    if (std::fwrite(text.data(), 1, text.size(), out) != text.size())
-        throw std::system_error(errno, std::generic_category(), "the export cannot be written");
+    if (std::fwrite(text.data(), 1, text.size(), out) != text.size()) failToWrite();
 }
 
 static void exportKind(IdxConnection* job, uint32_t kind, std::FILE* out, Progress& progress)
 {
     std::vector<std::string> names = elementNames(job, kind);
     ordered_json utf8Names = ordered_json::array();
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         utf8Names.push_back(utf8FromLatin1(name));
+    }
     put(out, std::string("\"") + ELEMENT_KINDS[kind].jsonKey +
                  "\": {\"count\": " + std::to_string(names.size()) +
                  ", \"names\": " + jsonLine(utf8Names) + ", \"elements\": [\n");
@@ -78,8 +83,7 @@ static void exportKinds(IdxConnection* job, std::FILE* out, Progress& progress)
         put(out, kind < ELEMENT_SURVEY_CHAIN ? ",\n" : "\n");
     }
     put(out, "}\n");
-    if (std::fflush(out) != 0)
-        throw std::system_error(errno, std::generic_category(), "the export cannot be written");
+    if (std::fflush(out) != 0) failToWrite();
 }
 
 void exportToStream(IdxConnection* job, std::FILE* out, std::FILE* progressStream)
@@ -113,8 +117,9 @@ void exportToFile(IdxConnection* job, const std::string& path, std::FILE* progre
 {
     std::error_code error;
     fs::path target = path;
-    if (fs::equivalent(target, job->path, error))
+    if (fs::equivalent(target, job->path, error)) {
         throw std::runtime_error(path + ": is the job itself");
+    }
 
     // A device or a pipe is written as it is; a link leads to the file to replace.
     fs::file_type type = fs::status(target, error).type();
@@ -127,8 +132,7 @@ void exportToFile(IdxConnection* job, const std::string& path, std::FILE* progre
     try {
         exportToStream(job, out, progress);
         std::FILE* closing = std::exchange(out, nullptr);
-        if (std::fclose(closing) != 0)
-            throw std::system_error(errno, std::generic_category(), "the export cannot be written");
+        if (std::fclose(closing) != 0) failToWrite();
         if (replaces) moveIntoPlace(written, target);
     } catch (...) {
         if (out != nullptr) std::fclose(out);

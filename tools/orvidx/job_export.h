@@ -9,8 +9,8 @@
 //   }
 //
 // The kinds follow in the order of their numbers, the elements in that of their
-// names, one a line; null stands for an element that cannot be read. Nothing but the
-// element at hand and the names of its kind are held in memory.
+// names, one a line; null stands for an element that cannot be read. Only the element at hand
+// and the names of its kind are held in memory.
 //
 // For orvidx.
 #pragma once
@@ -20,11 +20,12 @@
 #include <cstdio>
 #include <string>
 
-// Writes the job to a stream that belongs to the caller, and how far it is to the
-// progress stream unless that is null; the progress line is erased at the end.
-// Throws std::runtime_error when the job cannot be read or the stream not be written.
+// Writes the job to a stream that belongs to the caller. Unless the progress stream is null, it
+// is shown there how far the export has come, on a line that is erased at the end. Throws
+// std::runtime_error when the job cannot be read or the stream cannot be written.
 void exportToStream(IdxConnection* job, std::FILE* out, std::FILE* progress);
 
-// The same into a file. Throws std::runtime_error, and then the file is what it was
-// before: the export grows under another name beside it.
+// Exports the job to a file, which the export replaces when it is complete: until then it grows
+// under another name beside it. Throws std::runtime_error as exportToStream, with the file as
+// it was before.
 void exportToFile(IdxConnection* job, const std::string& path, std::FILE* progress);

@@ -19,12 +19,13 @@ IdxConnection* openJob(const std::string& path)
 void closeJob(IdxConnection* job)
 {
     std::string path = job->path;
-    if (orvIdx_disconnectFromOrvaneOrvFile(&job) != IDX_OK)
+    if (orvIdx_disconnectFromOrvaneOrvFile(&job) != IDX_OK) {
         throw std::runtime_error(path + ": the job could not be written and closed");
+    }
 }
 
-// Counts the elements of a kind; stores their names, joined by commas, unless the
-// text is null.
+// Counts the elements of a kind and, unless names is null, stores their names there, joined by
+// commas.
 static uint32_t countAndList(IdxConnection* job, uint32_t kind, std::string* names)
 {
     uint32_t count = 0;
@@ -65,9 +66,9 @@ static std::string_view nameInElement(uint32_t kind, const void* element)
     }
 }
 
-// Returns where the name ends that begins at begin in a list of names with commas of
-// their own: at the first comma behind what the element itself carries of its name,
-// at the first comma of all when the element cannot be read (null).
+// Returns where the name ends that begins at begin, in a list whose names may contain commas:
+// at the first comma behind as much of the name as the element itself carries, or at the first
+// comma of all when the element could not be read (null).
 static size_t nameEnd(const std::string& list, size_t begin, uint32_t kind, const void* element)
 {
     size_t sure = begin;
@@ -78,7 +79,8 @@ static size_t nameEnd(const std::string& list, size_t begin, uint32_t kind, cons
     return std::min(list.find(',', sure), list.size());
 }
 
-// Cuts such a list into count names with the help of a walk over the elements.
+// Cuts a list whose names contain commas into count names, with the help of a walk over the
+// elements.
 static std::vector<std::string> namesByWalk(IdxConnection* job, uint32_t kind, uint32_t count,
                                             const std::string& list)
 {

@@ -1,5 +1,5 @@
-// A job as the commands of orvidx use it: opening with a reason when that fails,
-// names, elements by name. Each throws std::runtime_error with a text for the user.
+// A job as the commands of orvidx use it: opened, counted, listed and read. Each function throws
+// std::runtime_error with a text for the user when it fails.
 //
 // For orvidx.
 #pragma once
@@ -16,7 +16,7 @@ struct ElementKind {
     const char* jsonKey; // its list in an export
 };
 
-// One row a kind, in the order of their numbers.
+// One row for each kind, in the order of their numbers.
 constexpr ElementKind ELEMENT_KINDS[] = {
     {"point", "points", "points"},
     {"line", "lines", "lines"},
@@ -28,14 +28,13 @@ constexpr ElementKind ELEMENT_KINDS[] = {
 };
 
 IdxConnection* openJob(const std::string& path);
-
 void closeJob(IdxConnection* job);
 
 uint32_t countElements(IdxConnection* job, uint32_t kind);
 
-// The names of all elements of a kind in the order of the walk, as stored.
+// Returns the names of all elements of a kind in the order of the walk, as they are stored.
 std::vector<std::string> elementNames(IdxConnection* job, uint32_t kind);
 
-// The element as JSON, or null when there is none of that name or its records
+// Returns the element as JSON, or null when there is none of that name or its records
 // cannot be read.
 nlohmann::ordered_json readElement(IdxConnection* job, uint32_t kind, const std::string& name);

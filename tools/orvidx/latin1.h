@@ -9,6 +9,6 @@
 
 std::string utf8FromLatin1(std::string_view text);
 
-// Returns the text as Latin-1 when it is UTF-8 of such characters, else unchanged:
-// it then holds single bytes already.
+// Returns the text as Latin-1 when it is UTF-8 of such characters. Any other text is returned
+// unchanged: it consists of single bytes already.
 std::string latin1FromUtf8(std::string_view text);

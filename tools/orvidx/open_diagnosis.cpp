@@ -29,8 +29,8 @@ constexpr int MAX_LEVELS = 20;
 
 // A page of the tree: six numbers of 2 bytes, then the entries, each
 //   [L][index number][key..][0][number:4][segment:1][data..]
-// with L bytes behind the first; an L of 0 ends them. The data of a page above the
-// leaves are the number of a page below.
+// with L bytes behind the first; an L of 0 ends them. Above the leaves the data of an entry are
+// the number of a page below.
 constexpr size_t PAGE_SIZE = 1024;
 constexpr size_t PAGE_LEVEL = 0;
 constexpr size_t PAGE_ENTRY_COUNT = 2;
@@ -43,8 +43,8 @@ constexpr size_t CHILD_LENGTH = 2;
 constexpr int NO_PAGE = -1;
 constexpr int MAX_INDEX = 20;
 
-// Every open looks for the locks that an earlier user left behind, under this index
-// number, and fails when it cannot get there.
+// Every open looks under this index number for the locks that an earlier user left behind, and
+// fails when it cannot get there.
 constexpr int LOCK_INDEX = 17;
 
 // The longest path that a connection handle holds.
@@ -57,7 +57,7 @@ static int int16At(const Bytes& bytes, size_t offset)
     return static_cast<int16_t>(bytes[offset] | bytes[offset + 1] << 8);
 }
 
-// Returns the bytes from offset on, fewer than length at the end of the file.
+// Returns length bytes from offset on, or as many as the file has there.
 static Bytes readBytes(std::ifstream& file, size_t offset, size_t length)
 {
     Bytes bytes(length);
@@ -72,8 +72,9 @@ static bool isJobDatabase(const Bytes& header)
 {
     std::string magic;
     if (header.size() < HEADER_LENGTH) return false;
-    for (size_t offset : MAGIC_OFFSETS)
+    for (size_t offset : MAGIC_OFFSETS) {
         magic += static_cast<char>(header[offset]);
+    }
     return magic == CURRENT_MAGIC || magic == OLDER_MAGIC;
 }
 
@@ -84,15 +85,15 @@ static size_t entryEnd(const Bytes& page, size_t entry, bool leaf)
     if (end > page.size() || page[entry] < 1 + BEHIND_KEY) return 0;
     if (page[entry + 1] < 1 || page[entry + 1] > MAX_INDEX) return 0;
     size_t keyEnd = entry + 2;
-    while (keyEnd < end && page[keyEnd] != 0)
+    while (keyEnd < end && page[keyEnd] != 0) {
         ++keyEnd;
+    }
     size_t dataBegin = keyEnd + BEHIND_KEY;
     if (dataBegin > end || (!leaf && end - dataBegin != CHILD_LENGTH)) return 0;
     return end;
 }
 
-// True when the page stands on the level and its entries lie in it as its free
-// bytes and its count say.
+// True when the page is of the level and its entries agree with its free bytes and its count.
 static bool isSoundPage(const Bytes& page, int level)
 {
     if (page.size() < PAGE_SIZE || int16At(page, PAGE_LEVEL) != level) return false;
@@ -155,40 +156,56 @@ static std::string damage(std::ifstream& file, const Bytes& header, uintmax_t fi
     if (height < 1 || height > MAX_LEVELS) return "its tree has an impossible height";
     if (nextFree < 1 || nextFree > pages) return "its page counts contradict each other";
     if (root < 0 || root >= nextFree) return "its root page is not one of its pages";
-    if (fileLength < PAGE_SIZE * (static_cast<uintmax_t>(pages) + 1))
+    if (fileLength < PAGE_SIZE * (static_cast<uintmax_t>(pages) + 1)) {
         return "the file is shorter than its page count says";
+    }
 
     if (!isWayToLocksSound(file, root, height, nextFree)) return "a page of its tree is damaged";
     return {};
 }
 
-std::string openDiagnosis(const std::string& path, int32_t connectResult)
+// Returns why the path is not that of a file to be opened, or an empty text.
+static std::string pathFault(const std::string& path)
 {
-    if (connectResult == IDX_OLDER_FORMAT)
-        return "a job database of the older format, which is not read";
-    if (path.size() > MAX_PATH_LENGTH)
-        return "the path is longer than " + std::to_string(MAX_PATH_LENGTH) + " characters";
-
     std::error_code error;
     fs::file_status status = fs::status(path, error);
     if (status.type() == fs::file_type::not_found) return "there is no such file";
     if (status.type() == fs::file_type::none) return "no access: " + error.message();
     if (status.type() == fs::file_type::directory) return "a directory, not a job database";
     if (status.type() != fs::file_type::regular) return "not a regular file, not a job database";
+    return {};
+}
 
-    // Nothing is read ahead: the user slots, which other users have locked, cannot be
-    // read where locks bind readers.
+// Returns what is wrong with what the file holds, or an empty text.
+static std::string contentFault(const std::string& path)
+{
+    // Nothing is read ahead: on systems where a lock keeps readers out, the user slots that
+    // other users have locked cannot be read.
     std::ifstream file;
     file.rdbuf()->pubsetbuf(nullptr, 0);
     file.open(path, std::ios::binary);
     if (!file) return "no access: the file may not be read";
+    std::error_code error;
     uintmax_t length = fs::file_size(path, error);
     Bytes header = readBytes(file, 0, HEADER_LENGTH);
     if (file.bad()) return "no access: the file cannot be read";
     if (!isJobDatabase(header)) return "not a job database";
 
     std::string found = damage(file, header, length);
-    if (!found.empty()) return "damaged job database: " + found;
+    return found.empty() ? found : "damaged job database: " + found;
+}
+
+std::string openDiagnosis(const std::string& path, int32_t connectResult)
+{
+    if (connectResult == IDX_OLDER_FORMAT) {
+        return "a job database of the older format, which is not read";
+    }
+    if (path.size() > MAX_PATH_LENGTH) {
+        return "the path is longer than " + std::to_string(MAX_PATH_LENGTH) + " characters";
+    }
+    std::string fault = pathFault(path);
+    if (fault.empty()) fault = contentFault(path);
+    if (!fault.empty()) return fault;
     return "too many users: all 128 user slots are taken, or another program has the file to "
            "itself";
 }

@@ -1,4 +1,4 @@
-// Why a job could not be opened. The library answers one result for all reasons;
+// Why a job could not be opened. The library returns the same result for almost all reasons, so
 // this looks at the file afterwards, with the C++ standard library only.
 //
 // For orvidx.
@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string>
 
-// Returns the reason in a few words, to stand behind the path and a colon.
+// Returns the reason in a few words, to be printed behind the path and a colon.
 //
-// Expects the answer of a connect that failed. What the file holds may have changed
-// since then; a file that now looks sound had no room for another user.
+// Expects the result of a connect that failed. The file may have changed since then; when it
+// now looks sound, the reason given is that it had no room for another user.
 std::string openDiagnosis(const std::string& path, int32_t connectResult);

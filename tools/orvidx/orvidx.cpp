@@ -36,11 +36,15 @@ struct Arguments {
     std::string outFile;
 };
 
+[[noreturn]] static void failOutput()
+{
+    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
+}
+
 // Prints a line; throws when that fails.
 static void printLine(std::FILE* out, const std::string& line)
 {
-    if (std::fprintf(out, "%s\n", line.c_str()) < 0)
-        throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
+    if (std::fprintf(out, "%s\n", line.c_str()) < 0) failOutput();
 }
 
 static void printInfo(IdxConnection* job, std::FILE* out)
@@ -52,7 +56,8 @@ static void printInfo(IdxConnection* job, std::FILE* out)
     }
 }
 
-// Replaces the control characters of a UTF-8 text, which must not steer a terminal.
+// Returns a UTF-8 text with a question mark in place of each control character, which must not
+// steer a terminal.
 static std::string harmless(std::string_view text)
 {
     std::string shown;
@@ -81,7 +86,7 @@ static void printNames(IdxConnection* job, uint32_t kind, std::FILE* out)
     }
 }
 
-// True for an object that fits on a line: only numbers, as in a vertex.
+// True for an object that fits on a line because it holds only numbers, as a vertex does.
 static bool isRow(const ordered_json& value)
 {
     return value.is_object() && std::all_of(value.begin(), value.end(),
@@ -122,12 +127,13 @@ static void printMembers(std::FILE* out, const ordered_json& object, const std::
     }
 }
 
-// Returns the number of a kind that the command line was checked to name.
+// Returns the number of a kind. Expects a name that the command line has accepted.
 static uint32_t kindNumber(const std::string& name)
 {
     uint32_t kind = ELEMENT_POINT;
-    while (name != ELEMENT_KINDS[kind].name)
+    while (name != ELEMENT_KINDS[kind].name) {
         ++kind;
+    }
     return kind;
 }
 
@@ -139,8 +145,9 @@ static void printElement(IdxConnection* job, const Arguments& arguments, std::FI
     if (element.is_null()) {
         std::string what = arguments.kind + " " + arguments.name;
         std::vector<std::string> names = elementNames(job, kind);
-        if (std::find(names.begin(), names.end(), name) == names.end())
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
             throw std::runtime_error(arguments.job + ": no such element: " + what);
+        }
         throw std::runtime_error(
             arguments.job + ": cannot be read: " + what +
             ": a record that it needs is missing, damaged or cannot be written");
@@ -175,8 +182,7 @@ static void runCommand(const std::string& command, const Arguments& arguments)
         throw;
     }
     closeJob(job);
-    if (std::fclose(out) != 0)
-        throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
+    if (std::fclose(out) != 0) failOutput();
 }
 
 static void declareCommands(CLI::App& app, Arguments& arguments)
@@ -188,16 +194,18 @@ static void declareCommands(CLI::App& app, Arguments& arguments)
     CLI::App* whole = app.add_subcommand("export", "Print everything as JSON");
 
     std::vector<std::string> kinds;
-    for (const ElementKind& kind : ELEMENT_KINDS)
+    for (const ElementKind& kind : ELEMENT_KINDS) {
         kinds.push_back(kind.name);
+    }
     for (CLI::App* command : {list, show}) {
         command->add_option("KIND", arguments.kind, "Kind of element")
             ->required()
             ->check(CLI::IsMember(kinds));
     }
     show->add_option("NAME", arguments.name, "Name of the element")->required();
-    for (CLI::App* command : {info, list, show, whole})
+    for (CLI::App* command : {info, list, show, whole}) {
         command->add_option("JOB", arguments.job, "Job database file")->required();
+    }
     whole->add_option("-o,--output", arguments.outFile, "File to write instead of standard output")
         ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
     app.require_subcommand(1);

@@ -26,11 +26,12 @@ std::FILE* takeStandardOutput()
     int copy = fcntl(STDOUT_FILENO, F_DUPFD, STDERR_FILENO + 1);
     if (copy < 0) return nullptr;
 
-    // A standard stream that was closed leads nowhere: its descriptor would else be
-    // given to the job file, and what is printed for a person would be written there.
+    // A standard stream that was closed is made to lead nowhere: otherwise its descriptor would
+    // be given to the job file, and what is printed for a person would be written there.
     int nowhere = open("/dev/null", O_RDWR);
-    while (nowhere >= 0 && nowhere <= STDERR_FILENO)
+    while (nowhere >= 0 && nowhere <= STDERR_FILENO) {
         nowhere = open("/dev/null", O_RDWR);
+    }
     if (nowhere >= 0) close(nowhere);
 
     dup2(STDERR_FILENO, STDOUT_FILENO);

@@ -10,8 +10,8 @@ bool isTerminal(std::FILE* stream);
 
 // Returns a stream to where standard output led when the program started, or null
 // when it led nowhere. From then on standard output itself leads to standard error:
-// the library prints a line there when it may not write to a read-only job, which
-// has no place between the names or the JSON of this program.
+// the library prints a line on standard output when it may not write to a read-only job, and
+// that line has no place between the names or the JSON of this program.
 //
-// Expects to be called once, before anything is printed.
+// To be called once, before anything is printed.
 std::FILE* takeStandardOutput();

@@ -5,8 +5,8 @@
 //
 // Exit status 0: done, or clean; 1: complaints, one a line on standard output, or a
 // file that cannot be read or written, one line on standard error; 2: wrong usage.
-// A sample whose points do not all fit is such a failure too; the line tells how many
-// fit, and the file holds these.
+// It is 1 also when not all points of a sample fit; the line on standard error then tells how
+// many do, and the file holds these.
 #include "tools/check/check.h"
 #include "tools/sample/sample_job.h"
 
@@ -25,18 +25,18 @@ static int runCheck(const std::string& path)
 {
     CheckReport report = checkJobFile(path);
     if (!report.readable) {
-        fprintf(stderr, "orvjob: %s: %s\n", path.c_str(), report.complaints.front().c_str());
+        std::fprintf(stderr, "orvjob: %s: %s\n", path.c_str(), report.complaints.front().c_str());
         return STATUS_FAILED;
     }
     for (const std::string& complaint : report.complaints) {
-        puts(complaint.c_str());
+        std::puts(complaint.c_str());
     }
     if (!report.complaints.empty()) return STATUS_FAILED;
 
-    printf("clean: %d pages in %d levels, %d entries, %d records (%d of unknown layout), "
-           "%d free numbers, %d locks\n",
-           report.pages, report.levels, report.entries, report.records, report.unknownRecords,
-           report.freeNumbers, report.locks);
+    std::printf("clean: %d pages in %d levels, %d entries, %d records (%d of unknown layout), "
+                "%d free numbers, %d locks\n",
+                report.pages, report.levels, report.entries, report.records, report.unknownRecords,
+                report.freeNumbers, report.locks);
     return STATUS_DONE;
 }
 
@@ -53,16 +53,17 @@ static int runCreateSample(const SampleRequest& request)
     int result = createSampleJob(request.path, request.points, request.seed, &written);
     switch (result) {
     case SAMPLE_OK:
-        printf("%s: a sample job, points: %d\n", path, written);
+        std::printf("%s: a sample job, points: %d\n", path, written);
         return STATUS_DONE;
     case SAMPLE_FULL:
-        fprintf(stderr, "orvjob: %s: full with %d of %d points\n", path, written, request.points);
+        std::fprintf(stderr, "orvjob: %s: full with %d of %d points\n", path, written,
+                     request.points);
         return STATUS_FAILED;
     case SAMPLE_NOT_CREATED:
-        fprintf(stderr, "orvjob: %s: %s\n", path, strerror(errno));
+        std::fprintf(stderr, "orvjob: %s: %s\n", path, std::strerror(errno));
         return STATUS_FAILED;
     default:
-        fprintf(stderr, "orvjob: %s: cannot be written (code %d)\n", path, result);
+        std::fprintf(stderr, "orvjob: %s: cannot be written (code %d)\n", path, result);
         return STATUS_FAILED;
     }
 }
@@ -103,7 +104,7 @@ int main(int argc, char** argv)
     try {
         return parseAndRun(argc, argv);
     } catch (const std::exception& error) {
-        fprintf(stderr, "orvjob: %s\n", error.what());
+        std::fprintf(stderr, "orvjob: %s\n", error.what());
         return STATUS_FAILED;
     }
 }

@@ -11,8 +11,8 @@ constexpr double MAX_RADIUS = 600.0;
 constexpr double MIN_TURN = 0.5;
 constexpr double MAX_TURN = 0.9;
 constexpr double SPIRAL_LENGTH = 40.0;
-constexpr double SHARPER_RADIUS = 0.6; // of two curves in one bend, to the flatter one
-static_assert(SPIRAL_LENGTH / MIN_RADIUS / SHARPER_RADIUS < MIN_TURN);
+constexpr double RADIUS_RATIO = 0.6; // of two curves in one bend, the sharper to the flatter
+static_assert(SPIRAL_LENGTH / MIN_RADIUS / RADIUS_RATIO < MIN_TURN);
 
 constexpr Place ROAD_BEGIN = {0.0, 5000.0, 10000.0, PI / 2};
 
@@ -36,7 +36,7 @@ SineCosine sineCosine(double radians)
 
 double randomBetween(std::mt19937* random, double low, double high)
 {
-    constexpr double VALUES = 4294967296.0; // of the generator
+    constexpr double VALUES = 4294967296.0; // as many as the generator has
     return low + (high - low) * (static_cast<double>((*random)()) / VALUES);
 }
 
@@ -58,8 +58,8 @@ static double directionAt(const AlignmentPiece& piece, double distance)
            change * distance * distance / 2;
 }
 
-// The way is summed up with the five-point rule of Gauss over parts so short that
-// its error is lost in the last digits.
+// The way is integrated with the five-point rule of Gauss over parts so short that its error is
+// lost in the last digits.
 Place placeOnPiece(const AlignmentPiece& piece, double distance)
 {
     constexpr double NODES[] = {-0.9061798459386640, -0.5384693101056831, 0.0, 0.5384693101056831,
@@ -83,13 +83,13 @@ Place placeOnPiece(const AlignmentPiece& piece, double distance)
     return place;
 }
 
-Place placeOnAlignment(const Alignment& alignment, double station, size_t* hint)
+Place placeOnAlignment(const Alignment& alignment, double station, size_t* piece)
 {
-    while (*hint + 1 < alignment.pieces.size() && station > alignment.pieces[*hint].end.station) {
-        ++*hint;
+    const std::vector<AlignmentPiece>& pieces = alignment.pieces;
+    while (*piece + 1 < pieces.size() && station > pieces[*piece].end.station) {
+        ++*piece;
     }
-    const AlignmentPiece& piece = alignment.pieces[*hint];
-    return placeOnPiece(piece, station - piece.begin.station);
+    return placeOnPiece(pieces[*piece], station - pieces[*piece].begin.station);
 }
 
 Place placeBeside(const Place& place, double offset)
@@ -123,7 +123,7 @@ static void appendStraight(Alignment* alignment, std::mt19937* random)
     appendPiece(alignment, "", randomBetween(random, MIN_STRAIGHT, MAX_STRAIGHT), 0.0, 0.0);
 }
 
-// A curve between spirals.
+// Appends a curve between spirals.
 static void appendSpiralCurve(Alignment* alignment, Bend* bend, int number, double turn,
                               double curvature)
 {
@@ -135,12 +135,12 @@ static void appendSpiralCurve(Alignment* alignment, Bend* bend, int number, doub
     bend->members = "SCS " + name;
 }
 
-// Two curves with a spiral from the radius of one to that of the other.
+// Appends two curves with a spiral from the radius of one to that of the other.
 static void appendTwoCurves(Alignment* alignment, Bend* bend, int number, double turn,
                             double curvature, bool sharperFirst)
 {
-    double first = sharperFirst ? curvature / SHARPER_RADIUS : curvature;
-    double second = sharperFirst ? curvature : curvature / SHARPER_RADIUS;
+    double first = sharperFirst ? curvature / RADIUS_RATIO : curvature;
+    double second = sharperFirst ? curvature : curvature / RADIUS_RATIO;
     double curveTurn = (turn - (first + second) / 2 * SPIRAL_LENGTH) / 2;
     appendPiece(alignment, numberedName("C", number), curveTurn / first, first, first);
     appendPiece(alignment, numberedName("S", number), SPIRAL_LENGTH, first, second);
@@ -152,7 +152,7 @@ static void appendTwoCurves(Alignment* alignment, Bend* bend, int number, double
 
 static void appendBend(Alignment* alignment, int ordinal, std::mt19937* random)
 {
-    // Back towards the direction in which the road began.
+    // The bend turns back towards the direction in which the road began.
     bool right = alignment->pieces.back().end.direction <= ROAD_BEGIN.direction;
     double sign = right ? 1.0 : -1.0;
     double turn = sign * randomBetween(random, MIN_TURN, MAX_TURN);

@@ -1,9 +1,9 @@
 // The geometry of the sample road: a horizontal alignment of straights, circular
-// curves and clothoid spirals, and the values of its curve and spiral records.
+// curves and clothoid spirals, and the values of its curve and spiral records. For
+// tools/sample/.
 //
-// Computed with the four operations and square roots alone, whose results are the
-// same on every platform; a library's sine may differ in the last digit. For
-// tools/sample_*.cpp.
+// It is computed with the four operations and square roots alone, whose results are the
+// same on every platform; a library's sine may differ in the last digit.
 #pragma once
 
 #include "cogo/cogo.h"
@@ -20,10 +20,10 @@ struct SineCosine {
 };
 SineCosine sineCosine(double radians);
 
-// A name that is letters and a number.
+// Returns a name that consists of letters and a number.
 std::string numberedName(const char* letters, int number);
 
-// Uniform between low and high.
+// Returns a number between low and high, each as likely as any other.
 double randomBetween(std::mt19937* random, double low, double high);
 
 // A place on the alignment. Directions are in radians, clockwise from north.
@@ -34,8 +34,8 @@ struct Place {
     double direction;
 };
 
-// A stretch along which the curvature, positive to the right, changes evenly: none
-// on a straight, the same throughout on a curve.
+// A stretch along which the curvature, positive to the right, changes evenly. On a straight it
+// is 0, on a curve it stays the same.
 struct AlignmentPiece {
     std::string name; // of its record; a straight has none
     Place begin;
@@ -45,8 +45,7 @@ struct AlignmentPiece {
     double endCurvature;
 };
 
-// A change of direction: pieces begin at the first one's begin and end at the last
-// one's end, with a straight before and behind.
+// A change of direction: some pieces in a row, with a straight before and behind.
 struct Bend {
     size_t firstPiece;
     size_t lastPiece;
@@ -54,12 +53,12 @@ struct Bend {
 };
 
 struct Alignment {
-    std::vector<AlignmentPiece> pieces; // in order of stations, without a break
+    std::vector<AlignmentPiece> pieces; // in order of stations, each where the last one ends
     std::vector<Bend> bends;
     double length; // stations run from 0 to this
 };
 
-// A road that swings about the direction east. Bends are in turn a curve between
+// Builds a road that swings about the direction east. Its bends are in turn a curve between
 // spirals, a lone curve, and two curves of different radius with a spiral between.
 Alignment buildAlignment(int bends, std::mt19937* random);
 
@@ -72,15 +71,16 @@ inline bool isSpiral(const AlignmentPiece& piece)
     return piece.beginCurvature != piece.endCurvature;
 }
 
-// The place at a distance behind the begin of a piece.
+// Returns the place at a distance behind the begin of a piece.
 Place placeOnPiece(const AlignmentPiece& piece, double distance);
-// The place at a station from 0 to the alignment's length. *hint, 0 to begin with,
-// makes stations in ascending order quick to find.
-Place placeOnAlignment(const Alignment& alignment, double station, size_t* hint);
-// The place beside it, to the right for a positive offset.
+// Returns the place at a station from 0 to the alignment's length. *piece is the piece at which
+// the search begins, and becomes the one that was found; it begins with 0, and the stations of
+// further calls must ascend.
+Place placeOnAlignment(const Alignment& alignment, double station, size_t* piece);
+// Returns the place beside another one, to the right for a positive offset.
 Place placeBeside(const Place& place, double offset);
 double distanceBetween(const Place& one, const Place& other);
 
-// The records of a curve or spiral piece; texts, number and code are left empty.
+// Return the record of a curve or spiral piece; texts, number and code are left empty.
 CurveResult curveRecord(const AlignmentPiece& piece);
 SpiralResult spiralRecord(const AlignmentPiece& piece);

@@ -8,17 +8,17 @@ constexpr int EDGE_COLUMNS[] = {LEFT_EDGE_COLUMN, RIGHT_EDGE_COLUMN, CROWN_COLUM
 constexpr int EDGE_MEMBERS = 100;
 constexpr int EDGE_CURVE_EVERY = 10; // members
 
-// The chain MAIN goes on in so many continuations, unless it is very short.
+// The chain MAIN has this many continuations, unless it is very short.
 constexpr size_t MAIN_CONTINUATIONS = 2;
-constexpr size_t MIN_SHARE = 20; // characters of one of its records
+constexpr size_t MIN_SHARE = 20; // characters of the description in one of its records
 
 constexpr int GROUND_POINTS = 500;
 constexpr int MIN_GROUND_POINTS = 10;
-constexpr int GROUND_SHARE = 4; // in a smaller job one for so many points
+constexpr int POINTS_PER_GROUND_POINT = 4; // in a job that is no full sample
 
 constexpr int MAX_SURVEY_CHAINS = 30;
 constexpr int SURVEY_CHAIN_SECTIONS = 20;
-constexpr int32_t SURVEY_NUMBER = 400; // and the ordinal
+constexpr int32_t FIRST_SURVEY_NUMBER = 400;
 
 // -- Curves, spirals ---------------------------------------------------------
 
@@ -74,7 +74,7 @@ static ExtensionResult nextExtension(Sample* sample, const char* code, const cha
     return extension;
 }
 
-// The straights of the alignment: L1, L2, ...
+// Adds the straights of the alignment as the lines L1, L2, ...
 static int addStraights(Sample* sample)
 {
     int lines = std::min(sample->alignmentPoints / 2, MAX_LINES);
@@ -103,8 +103,8 @@ static int addBaseLine(Sample* sample)
     return addLine(&sample->job, "BASE", line, &extension);
 }
 
-// From shot to shot: NX1, NX2, ... Their extension records are left to whoever reads
-// them first.
+// Adds the lines NX1, NX2, ... from shot to shot. Their extension records are left to whoever
+// reads them first.
 static int addBareLines(Sample* sample)
 {
     int lines = std::min(sample->shots / 3 * 2, SAMPLE_BARE_LINES);
@@ -137,7 +137,7 @@ static std::string alignmentMember(const Sample* sample, int ordinal)
     return member;
 }
 
-// The whole alignment: its points, between them what each bend consists of, and in
+// Describes the whole alignment: its points, between them what each bend consists of, and in
 // the middle the chain RAMP.
 static std::string mainDescription(const Sample* sample)
 {
@@ -172,8 +172,8 @@ static int addMainChain(Sample* sample)
     return result;
 }
 
-// Begins with a blank: where another chain refers to this one, nothing is put between
-// the member before and the description.
+// Describes the ramp. The text begins with a blank: where another chain refers to this one,
+// nothing is put between the member before and the description.
 static std::string rampDescription(const Sample* sample)
 {
     constexpr int MAX_RAMP_POINTS = 8;
@@ -184,8 +184,8 @@ static std::string rampDescription(const Sample* sample)
     return text.empty() ? alignmentMember(sample, 0) : text;
 }
 
-// Along the edges of the pavement and its crown, with a curve now and then; as far as
-// there are shots.
+// Describes the edges of the pavement and its crown, with a curve now and then, as far as there
+// are shots.
 static std::string edgeDescription(const Sample* sample)
 {
     int sections = completeSections(sample);
@@ -226,8 +226,8 @@ static int addEntries(Sample* sample, const char* name, const std::vector<Profil
                       extension);
 }
 
-// The grade line, and the ground below it and on both sides; without extension records
-// on the sides.
+// Adds the grade line, the ground below it, and the ground on both sides, which has no extension
+// records.
 static int addProfiles(Sample* sample)
 {
     constexpr double BELOW = -0.5;
@@ -235,14 +235,16 @@ static int addProfiles(Sample* sample)
     constexpr double RIGHT = 0.5;
     int count = GROUND_POINTS;
     if (sample->points < FULL_SAMPLE_POINTS) {
-        count = std::max(sample->points / GROUND_SHARE, MIN_GROUND_POINTS);
+        count = std::max(sample->points / POINTS_PER_GROUND_POINT, MIN_GROUND_POINTS);
     }
-    std::vector<ProfileEntry> below = groundEntries(sample->line, count, BELOW, &sample->random);
-    std::vector<ProfileEntry> left = groundEntries(sample->line, count, LEFT, &sample->random);
-    std::vector<ProfileEntry> right = groundEntries(sample->line, count, RIGHT, &sample->random);
+    std::vector<ProfileEntry> below =
+        groundEntries(sample->gradeLine, count, BELOW, &sample->random);
+    std::vector<ProfileEntry> left = groundEntries(sample->gradeLine, count, LEFT, &sample->random);
+    std::vector<ProfileEntry> right =
+        groundEntries(sample->gradeLine, count, RIGHT, &sample->random);
 
     ExtensionResult extension = nextExtension(sample, "GRADE", "grade line of the main alignment");
-    int result = addEntries(sample, "MAIN", gradeLineEntries(sample->line), &extension);
+    int result = addEntries(sample, "MAIN", gradeLineEntries(sample->gradeLine), &extension);
     if (result != IX_OK) return result;
     extension = nextExtension(sample, "GROUND", "measured at the main alignment");
     result = addEntries(sample, "GROUND", below, &extension);
@@ -265,12 +267,12 @@ static SurveyChainRecord surveyChainRecord(int ordinal, const char* note)
     SurveyChainRecord record = {};
     copyText(record.setText, SET_TEXT_ROOM, "TOPO");
     copyText(record.note, NOTE_ROOM, note);
-    record.numbers[0] = SURVEY_NUMBER + ordinal;
+    record.numbers[0] = FIRST_SURVEY_NUMBER + ordinal;
     record.integers[3] = 1;
     return record;
 }
 
-// All alignment points, with a gap in the middle.
+// Adds a survey chain of all alignment points, with a gap in the middle.
 static int addStakedChain(Sample* sample)
 {
     std::string list;
@@ -282,7 +284,7 @@ static int addStakedChain(Sample* sample)
                           "CENTERLINE");
 }
 
-// Lines along the columns of shots, over some sections each, every other one with a
+// Adds survey chains along the columns of shots, each over some sections, every other one with a
 // gap and every third one with a feature.
 static int addColumnChains(Sample* sample)
 {

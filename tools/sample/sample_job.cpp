@@ -6,27 +6,27 @@
 #include <cstdio>
 #include <memory>
 
-constexpr int CONTROL_SHARE = 25; // one control point for so many points
-constexpr int MAX_CONTROL = 20;
-constexpr int BEND_SHARE = 40; // one bend for so many points
+constexpr int POINTS_PER_CONTROL_POINT = 25;
+constexpr int MAX_CONTROL_POINTS = 20;
+constexpr int POINTS_PER_BEND = 40;
 constexpr int MAX_BENDS = 40;
 
 // Lays out the road and decides how many points of each sort there will be.
 static void planSample(Sample* sample, int points, unsigned seed)
 {
     sample->random.seed(seed);
-    int bends = std::clamp(points / BEND_SHARE, 1, MAX_BENDS);
+    int bends = std::clamp(points / POINTS_PER_BEND, 1, MAX_BENDS);
     sample->alignment = buildAlignment(bends, &sample->random);
-    sample->line = buildGradeLine(sample->alignment.length, &sample->random);
+    sample->gradeLine = buildGradeLine(sample->alignment.length, &sample->random);
     sample->points = points;
-    sample->controlPoints = std::min(points / CONTROL_SHARE, MAX_CONTROL);
+    sample->controlPoints = std::min(points / POINTS_PER_CONTROL_POINT, MAX_CONTROL_POINTS);
     sample->alignmentPoints = std::min(points - sample->controlPoints, 2 * bends + 2);
     sample->shots = points - sample->controlPoints - sample->alignmentPoints;
     takeShots(sample, 0);
 }
 
-// Fills the empty job at the path. The points come last: when they do not all fit,
-// nothing else is missing.
+// Fills the empty job at the path. The points come last, so that nothing else is missing when
+// they do not all fit. Returns as addPoints.
 static int fillJob(Sample* sample, const std::string& path)
 {
     int result = openJobWriter(&sample->job, path, OPEN_EXCLUSIVE);
@@ -35,7 +35,7 @@ static int fillJob(Sample* sample, const std::string& path)
     if (result == IX_OK) result = addPoints(sample);
     int closed = closeJobWriter(&sample->job);
     if (closed == IX_OK) return result;
-    ixAbandon(&sample->job.file.tree);
+    ixAbandon(&sample->job.records.tree);
     return closed;
 }
 

@@ -1,4 +1,4 @@
-// What the parts of the sample job share. For tools/sample_*.cpp.
+// What the parts of the sample job share. For tools/sample/.
 #pragma once
 
 #include "tools/sample/sample_alignment.h"
@@ -19,15 +19,15 @@ struct Sample {
     JobWriter job;
     std::mt19937 random;
     Alignment alignment;
-    GradeLine line;
-    int points; // asked for, and of each sort:
-    int controlPoints;
-    int alignmentPoints;
-    int shots;
-    std::vector<Shot> batch; // shots that are written next; while elements are, the first
-    size_t batchPiece;       // of the alignment, at which the last shot was taken
+    GradeLine gradeLine;
+    int points;              // asked for, of all sorts
+    int controlPoints;       // of these
+    int alignmentPoints;     // of these
+    int shots;               // of these
+    std::vector<Shot> batch; // the shots that are written next, at first those from number 1 on
+    size_t batchPiece;       // piece of the alignment at which the last shot was taken
     int32_t elementNumber;   // handed out last
-    int written;             // points
+    int written;             // points in the file
 };
 
 constexpr int SHOT_COLUMNS = 11;
@@ -41,24 +41,22 @@ inline std::string shotName(int section, int column)
     return std::to_string(section * SHOT_COLUMNS + column + 1);
 }
 
-// Two control points, of a job that is not very small, have names that are too long
-// for a line record: the line's extension holds what is behind LINE_NAME_LENGTH.
+// In a job that is not very small two control points have names that are too long for a line
+// record. The line's extension record holds what follows behind LINE_NAME_LENGTH characters.
 constexpr const char* MONUMENTS[] = {"MONUMENTNORTH1", "MONUMENTSOUTH2"};
 constexpr int LINE_NAME_LENGTH = 11;
 bool hasMonuments(const Sample* sample);
 Place controlPlace(const Sample* sample, int ordinal);
 
-// Point 0 begins the road, the next two begin and end its first bend, and so on; the
+// Alignment point 0 begins the road, the next two begin and end its first bend, and so on; the
 // last one ends the road.
 std::string alignmentPointName(int ordinal);
 const Place& alignmentPlace(const Sample* sample, int ordinal);
 
-// Takes the shots from the given one on, as many as are written together. Expects the
-// ones before to have been taken.
+// Takes a batch of shots, from the given one on. Expects all the shots before to have been taken.
 void takeShots(Sample* sample, int first);
 
-// Write all points, respectively everything else. IX_OK or the failing operation's
-// code; the points also SAMPLE_FULL. addPoints expects the first shots in the batch,
-// addElements too.
+// Write the points, and everything else. Each returns IX_OK or the failing operation's code,
+// addPoints also SAMPLE_FULL. Both expect the first shots in the batch.
 int addPoints(Sample* sample);
 int addElements(Sample* sample);

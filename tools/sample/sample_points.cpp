@@ -27,31 +27,32 @@ constexpr ShotColumn COLUMNS[] = {
 // clang-format on
 static_assert(std::size(COLUMNS) == SHOT_COLUMNS);
 
-// First numbers, by which other programs tell points apart.
+// Number 1 of points, by which other programs tell their sorts apart.
 constexpr int32_t CONTROL_NUMBER = 1;
 constexpr int32_t ALIGNMENT_NUMBER = 2;
-constexpr int32_t SHOT_NUMBER = 100; // and the column
+constexpr int32_t FIRST_COLUMN_NUMBER = 100;
 
-constexpr int NET_ORDER = 5; // among integers 2 to 7: integer 7
+constexpr int NET_ORDER = 7 - 2; // integer 7, among the integers 2 to 7
 
-constexpr int MIN_MONUMENT_CONTROL = 4;
+constexpr int MIN_CONTROL_POINTS_WITH_MONUMENTS = 4;
 
 // The shots of a batch are written in two passes, every second one first. When a page
 // in the middle of the tree splits, half of its keys stay behind, and ascending keys
-// add nothing to them any more: the second pass fills these pages. The names of 44
-// shots fill a page, those of a batch a hundred pages.
+// never reach them again: the second pass fills these pages. The names of 44 shots fill a page,
+// those of a batch a hundred pages.
 constexpr int SHOTS_IN_BATCH = 4400;
 static_assert(SHOTS_IN_BATCH > SAMPLE_BARE_LINES);
 
-// Pages that are left over in a full job: reading a line without extension record
-// adds one, and whoever uses the job adds records of his own.
+// So many pages are left over in a full job: reading a line without extension record adds one,
+// and whoever uses the job adds records too.
 constexpr int SPARE_PAGES = 256;
 
 static int addSamplePoint(Sample* sample, const std::string& name, const PointRecord& record,
                           const char* feature)
 {
-    if (fileOf(&sample->job.file)->header.nextFreePage >= MAX_PAGES_IN_FILE - SPARE_PAGES)
+    if (fileOf(&sample->job.records)->header.nextFreePage >= MAX_PAGES_IN_FILE - SPARE_PAGES) {
         return SAMPLE_FULL;
+    }
     int result = addPoint(&sample->job, name.c_str(), record, feature);
     if (result == IX_OK) ++sample->written;
     return result;
@@ -73,7 +74,10 @@ static PointRecord pointRecord(const Place& place, double elevation, int32_t num
 
 // -- Control points ----------------------------------------------------------
 
-bool hasMonuments(const Sample* sample) { return sample->controlPoints >= MIN_MONUMENT_CONTROL; }
+bool hasMonuments(const Sample* sample)
+{
+    return sample->controlPoints >= MIN_CONTROL_POINTS_WITH_MONUMENTS;
+}
 
 static std::string controlPointName(const Sample* sample, int ordinal)
 {
@@ -81,7 +85,7 @@ static std::string controlPointName(const Sample* sample, int ordinal)
     return monument ? MONUMENTS[ordinal] : numberedName("BM", ordinal + 1);
 }
 
-// They stand beside the road, left and right in turn.
+// Control points stand beside the road, left and right in turn.
 Place controlPlace(const Sample* sample, int ordinal)
 {
     constexpr double OFFSET = 35.0;
@@ -99,7 +103,7 @@ static int addControlPoints(Sample* sample)
     int result = IX_OK;
     for (int ordinal = 0; ordinal < sample->controlPoints && result == IX_OK; ++ordinal) {
         Place place = controlPlace(sample, ordinal);
-        double elevation = elevationOnLine(sample->line, place.station) +
+        double elevation = elevationOnLine(sample->gradeLine, place.station) +
                            randomBetween(&sample->random, LOWEST, HIGHEST);
         PointRecord record =
             pointRecord(place, elevation, CONTROL_NUMBER, "CONTROL", "levelled twice");
@@ -134,7 +138,7 @@ static int addAlignmentPoints(Sample* sample)
     for (int ordinal = 0; ordinal < sample->alignmentPoints && result == IX_OK; ++ordinal) {
         const Place& place = alignmentPlace(sample, ordinal);
         PointRecord record =
-            pointRecord(place, elevationOnLine(sample->line, place.station), ALIGNMENT_NUMBER,
+            pointRecord(place, elevationOnLine(sample->gradeLine, place.station), ALIGNMENT_NUMBER,
                         "ALIGNMENT", ordinal % 2 == 0 ? "straight begins" : "straight ends");
         result = addSamplePoint(sample, alignmentPointName(ordinal), record, "CENTERLINE");
     }
@@ -145,7 +149,7 @@ static int addAlignmentPoints(Sample* sample)
 
 static Shot takeShot(Sample* sample, int shot)
 {
-    constexpr double SWAY = 0.3; // nobody meets the offset exactly
+    constexpr double SWAY = 0.3; // how far a shot may miss the offset of its column
     constexpr double CROSSFALL = 0.025;
     constexpr double ROUGHNESS = 0.05;
     int sections = (sample->shots + SHOT_COLUMNS - 1) / SHOT_COLUMNS;
@@ -154,7 +158,7 @@ static Shot takeShot(Sample* sample, int shot)
     double offset = COLUMNS[shot % SHOT_COLUMNS].offset;
     Place centre = placeOnAlignment(sample->alignment, station, &sample->batchPiece);
     Place place = placeBeside(centre, offset + randomBetween(&sample->random, -SWAY, SWAY));
-    double elevation = elevationOnLine(sample->line, station) - CROSSFALL * std::fabs(offset) +
+    double elevation = elevationOnLine(sample->gradeLine, station) - CROSSFALL * std::fabs(offset) +
                        randomBetween(&sample->random, -ROUGHNESS, ROUGHNESS);
     return {place, elevation};
 }
@@ -171,9 +175,19 @@ void takeShots(Sample* sample, int first)
 static int addShot(Sample* sample, int shot, const Shot& taken)
 {
     int column = shot % SHOT_COLUMNS;
-    PointRecord record = pointRecord(taken.place, taken.elevation, SHOT_NUMBER + column, "TOPO",
-                                     COLUMNS[column].note);
+    PointRecord record = pointRecord(taken.place, taken.elevation, FIRST_COLUMN_NUMBER + column,
+                                     "TOPO", COLUMNS[column].note);
     return addSamplePoint(sample, std::to_string(shot + 1), record, COLUMNS[column].feature);
+}
+
+// Adds every second shot of the batch, from the start-th on; first is the batch's first shot.
+static int addEverySecond(Sample* sample, int first, size_t start)
+{
+    int result = IX_OK;
+    for (size_t at = start; at < sample->batch.size() && result == IX_OK; at += 2) {
+        result = addShot(sample, first + static_cast<int>(at), sample->batch[at]);
+    }
+    return result;
 }
 
 static int addShots(Sample* sample)
@@ -181,11 +195,8 @@ static int addShots(Sample* sample)
     int result = IX_OK;
     for (int first = 0; first < sample->shots && result == IX_OK; first += SHOTS_IN_BATCH) {
         if (first > 0) takeShots(sample, first);
-        for (size_t start : {size_t{1}, size_t{0}}) {
-            for (size_t at = start; at < sample->batch.size() && result == IX_OK; at += 2) {
-                result = addShot(sample, first + static_cast<int>(at), sample->batch[at]);
-            }
-        }
+        result = addEverySecond(sample, first, 1);
+        if (result == IX_OK) result = addEverySecond(sample, first, 0);
     }
     return result;
 }

@@ -4,18 +4,18 @@
 
 #include <algorithm>
 
-constexpr double BREAK_DISTANCE = 250.0; // at least, but for short lines
-constexpr int MIN_BREAKS = 3;            // one of each form of curve
+constexpr double MIN_BREAK_DISTANCE = 250.0; // shorter on a line that has no room for MIN_BREAKS
+constexpr int MIN_BREAKS = 3;                // one with each form of curve
 constexpr int MAX_BREAKS = 12;
 constexpr double CURVE_SHARE = 0.3; // of the way between two breaks, on each side of them
 constexpr double MIN_GRADE = 0.01;
 constexpr double MAX_GRADE = 0.05;
 constexpr double BEGIN_ELEVATION = 120.0;
 constexpr double GROUND_ROUGHNESS = 0.4;
-constexpr double LINK_LENGTH = 12.0; // of a bridge behind the line
-constexpr double LAST_LENGTH = 60.0; // of the road behind the bridge
+constexpr double BRIDGE_LENGTH = 12.0; // of the link behind the line
+constexpr double LAST_LENGTH = 60.0;   // of the road behind the bridge
 
-// Entry codes; positive ones tell points apart and mean nothing else.
+// Codes of profile entries. Those of points may be any positive numbers.
 constexpr int32_t POINT = 1;
 constexpr int32_t INTERSECTION = 5;
 constexpr int32_t GRADES = 0;
@@ -29,14 +29,15 @@ constexpr int32_t LENGTHS = -9;
 constexpr int32_t TURNING_POINT = -12;
 constexpr double HEADER_VALUE = 2.0;
 
-// Header, begin, the longest curve group at each break, end, link and last point.
+// One data record has room for the header, the begin, the longest curve group at each break, the
+// end, the link and the last point.
 static_assert(2 + MAX_BREAKS * 6 + 4 <= MAX_PROFILE_ENTRIES);
 
 // -- The line ----------------------------------------------------------------
 
 GradeLine buildGradeLine(double length, std::mt19937* random)
 {
-    int breaks = std::clamp(static_cast<int>(length / BREAK_DISTANCE), MIN_BREAKS, MAX_BREAKS);
+    int breaks = std::clamp(static_cast<int>(length / MIN_BREAK_DISTANCE), MIN_BREAKS, MAX_BREAKS);
     double distance = length / (breaks + 1);
 
     GradeLine line = {};
@@ -45,7 +46,7 @@ GradeLine buildGradeLine(double length, std::mt19937* random)
     line.breaks.push_back({0.0, elevation, 0.0, grade, grade});
     for (int ordinal = 1; ordinal <= breaks; ++ordinal) {
         elevation += grade * distance;
-        // Mostly a crest or a sag, at times only a change from steep to flat.
+        // Most breaks are a crest or a sag, a few only a change from steep to flat.
         double next = randomBetween(random, MIN_GRADE, MAX_GRADE);
         if ((grade > 0.0) == (ordinal % 4 != 0)) next = -next;
         line.breaks.push_back({distance * ordinal, elevation, CURVE_SHARE * distance, grade, next});
@@ -72,7 +73,7 @@ double elevationOnLine(const GradeLine& line, double station)
 
 // -- Entries -----------------------------------------------------------------
 
-// Tells whether the curve at a break has a highest or lowest point, and where.
+// True when the curve at a break has a highest or lowest point, which the entry then becomes.
 static bool turningPoint(const GradeLine& line, const GradeBreak& point, ProfileEntry* entry)
 {
     if (point.gradeIn * point.gradeOut >= 0.0) return false;
@@ -89,7 +90,8 @@ static void appendByIntersection(std::vector<ProfileEntry>* entries, const Grade
     entries->push_back({GRADES, point.gradeIn, point.gradeOut});
 }
 
-// The explicit form, flagged with its lengths and intersection, or bare.
+// Appends the explicit form of the curve at a break: flagged and with its lengths and
+// intersection point, or without any of these.
 static void appendExplicit(std::vector<ProfileEntry>* entries, const GradeLine& line,
                            const GradeBreak& point, bool flagged)
 {
@@ -120,7 +122,7 @@ std::vector<ProfileEntry> gradeLineEntries(const GradeLine& line)
             appendExplicit(&entries, line, line.breaks[at], at % 3 == 2);
         }
     }
-    double linkEnd = end.station + LINK_LENGTH;
+    double linkEnd = end.station + BRIDGE_LENGTH;
     entries.push_back({POINT, end.station, end.elevation});
     entries.push_back({LINK, end.station, end.elevation});
     entries.push_back({POINT, linkEnd, end.elevation});

@@ -15,18 +15,14 @@ constexpr int FIRST_RECORD_NUMBER = 1;
 constexpr uint8_t POINT_TYPE_BYTE = 5;  // what other programs store with points
 constexpr uint8_t SURVEY_TYPE_BYTE = 0; // and with survey chains and point lists
 constexpr char FEATURE_CODE[] = "F01";
+static_assert(sizeof FEATURE_CODE == FEATURE_CODE_LENGTH + 1);
 constexpr char PROFILE_SECONDARY_KEY[] = "1";
-
-constexpr char VERSION_NAME[] = "             VERSION"; // right-aligned in its field
-static_assert(sizeof VERSION_NAME == ELEMENT_NAME_ROOM);
-
-constexpr int CHAIN_DESCRIPTION_FIELD = 1;
 
 // Parts of an entry of a point block, behind its code.
 constexpr int ENTRY_FIRST = 8;
 constexpr int ENTRY_SECOND = 16;
 
-// A profile header is only looked up: the key alone.
+// A profile header is only ever looked up, and holds its key alone.
 constexpr LayoutRow PROFILE_HEADER_ROWS[] = {
     {"record key", TYPE_TEXT, TYPE_TEXT, UNIQUE_KEY, RECORD_KEY_INDEX, RECORD_KEY_ROOM, 1,
      recordsState.recordKey.text},
@@ -65,29 +61,30 @@ int openJobWriter(JobWriter* job, const std::string& path, char mode)
     buildCogoLayouts();
     buildSurveyLayouts();
     setFormatVersion(true, CURRENT_FORMAT_VERSION);
-    return recordOpen(&job->file, path.c_str(), job->recordBuffer, sizeof job->recordBuffer, mode);
+    return recordOpen(&job->records, path.c_str(), job->recordBuffer, sizeof job->recordBuffer,
+                      mode);
 }
 
-int closeJobWriter(JobWriter* job) { return recordClose(&job->file); }
+int closeJobWriter(JobWriter* job) { return recordClose(&job->records); }
 
 // -- Helpers -----------------------------------------------------------------
 
 // Adds what the layout's variables hold as a record of the type.
 static int addRecord(JobWriter* job, LayoutEntry* layout, int typeByte)
 {
-    job->file.recordTypeByte = static_cast<uint8_t>(typeByte);
-    return recordAdd(&job->file, layout);
+    job->records.recordTypeByte = static_cast<uint8_t>(typeByte);
+    return recordAdd(&job->records, layout);
 }
 
-// Makes tag and name the record key of the record to come.
-static void setRecordKey(const char* tag, const char* name, const char* qualifierA = "",
-                         const char* qualifierC = "")
+// Sets the record key under which the next record is added.
+static void setNextKey(const char* tag, const char* name, const char* qualifierA = "",
+                       const char* qualifierC = "")
 {
-    const KeyComponents parts = keyComponents(tag, name, qualifierA, qualifierC);
+    KeyComponents parts = keyComponents(tag, name, qualifierA, qualifierC);
     setRecordKey(buildKey(&parts).text);
 }
 
-// Stores the text with its terminator. IX_OK, or IX_TEXT_TOO_LONG.
+// Stores the text with its terminator. Returns IX_OK or IX_TEXT_TOO_LONG.
 static int setText(char* to, size_t room, const std::string& text)
 {
     if (text.size() >= room) return IX_TEXT_TOO_LONG;
@@ -95,7 +92,8 @@ static int setText(char* to, size_t room, const std::string& text)
     return IX_OK;
 }
 
-// Stores the numbers as the number texts of points and survey chains.
+// Stores the numbers as number texts, which points and survey chains share. Returns IX_OK or
+// IX_TEXT_TOO_LONG.
 static int setNumberTexts(const int32_t* numbers, int count)
 {
     for (int i = 0; i < count; ++i) {
@@ -106,12 +104,12 @@ static int setNumberTexts(const int32_t* numbers, int count)
     return IX_OK;
 }
 
-// Adds the feature record of a point or survey chain; without a text there is none.
+// Adds the feature record of a point or survey chain, if there is a feature text.
 static int addFeature(JobWriter* job, const char* tag, int kind, const char* name,
                       const char* featureText)
 {
     if (featureText == nullptr) return IX_OK;
-    setRecordKey(tag, name);
+    setNextKey(tag, name);
     int result =
         setText(surveyState.featureKey, FEATURE_KEY_ROOM, std::string(FEATURE_CODE) + featureText);
     if (result != IX_OK) return result;
@@ -124,7 +122,7 @@ static int addExtension(JobWriter* job, const char* name, const char* extends,
 {
     if (extension == nullptr) return IX_OK;
     cogoState.extension = *extension;
-    setRecordKey(TAG_EXTENSION, name, EXTENSION_MEMBER, extends);
+    setNextKey(TAG_EXTENSION, name, EXTENSION_MEMBER, extends);
     return addRecord(job, cogoState.extensionLayout, KIND_EXTENSION);
 }
 
@@ -161,14 +159,14 @@ int addSurveyChain(JobWriter* job, const char* name, const SurveyChainRecord& re
 int addCurve(JobWriter* job, const char* name, const CurveResult& curve)
 {
     cogoState.curve = curve;
-    setRecordKey(TAG_CURVE, name);
+    setNextKey(TAG_CURVE, name);
     return addRecord(job, cogoState.curveLayout, KIND_CURVE);
 }
 
 int addSpiral(JobWriter* job, const char* name, const SpiralResult& spiral)
 {
     cogoState.spiral = spiral;
-    setRecordKey(TAG_SPIRAL, name);
+    setNextKey(TAG_SPIRAL, name);
     return addRecord(job, cogoState.spiralLayout, KIND_SPIRAL);
 }
 
@@ -176,7 +174,7 @@ int addLine(JobWriter* job, const char* name, const LineResult& line,
             const ExtensionResult* extension)
 {
     cogoState.line = line;
-    setRecordKey(TAG_LINE, name);
+    setNextKey(TAG_LINE, name);
     int result = addRecord(job, cogoState.lineLayout, KIND_LINE);
     if (result != IX_OK) return result;
     return addExtension(job, name, EXTENDS_LINE, extension);
@@ -185,16 +183,10 @@ int addLine(JobWriter* job, const char* name, const LineResult& line,
 int addChainMember(JobWriter* job, const char* name, int member, const std::string& share,
                    const ChainResult& attributes)
 {
-    std::string memberName = name;
-    if (member > 0) {
-        char suffix[16];
-        snprintf(suffix, sizeof suffix, "{%02d}", member);
-        memberName = (memberName + suffix).substr(0, CONTINUATION_NAME_LENGTH);
-    }
     cogoState.chain = attributes;
     int result = setText(cogoState.chain.description, sizeof cogoState.chain.description, share);
     if (result != IX_OK) return result;
-    setRecordKey(TAG_CHAIN, memberName.c_str());
+    setNextKey(TAG_CHAIN, member > 0 ? continuationName(name, member).text : name);
     return addRecord(job, cogoState.chainLayout, KIND_CHAIN);
 }
 
@@ -218,8 +210,25 @@ int addOlderChain(JobWriter* job, const char* name, const std::string& descripti
     cogoState.olderChain = attributes;
     int result = setText(cogoState.olderChain.description, CHAIN_DESCRIPTION_ROOM, description);
     if (result != IX_OK) return result;
-    setRecordKey(TAG_CHAIN, name);
+    setNextKey(TAG_CHAIN, name);
     return addRecord(job, cogoState.olderChainLayout, KIND_CHAIN);
+}
+
+// Adds a data record of the profile, with at most MAX_PROFILE_ENTRIES entries.
+static int addProfileData(JobWriter* job, const char* name, const ProfileEntry* entries, int count)
+{
+    std::fill(std::begin(cogoState.pointBlock), std::end(cogoState.pointBlock), uint8_t{0});
+    uint8_t* point = cogoState.pointBlock;
+    for (int i = 0; i < count; ++i, point += PROFILE_POINT_SIZE) {
+        storeInt32(point, entries[i].code);
+        storeDouble(point + ENTRY_FIRST, entries[i].first);
+        storeDouble(point + ENTRY_SECOND, entries[i].second);
+    }
+    cogoState.profileDataLayout[PROFILE_BLOCK_FIELD].length =
+        static_cast<int16_t>(count * PROFILE_POINT_SIZE);
+    copyText(cogoState.profileSecondaryKey, PROFILE_SECONDARY_KEY_ROOM, PROFILE_SECONDARY_KEY);
+    setNextKey(TAG_PROFILE_DATA, name);
+    return addRecord(job, cogoState.profileDataLayout, KIND_PROFILE_DATA);
 }
 
 int addProfile(JobWriter* job, const char* name, const ProfileEntry* entries, int entryCount,
@@ -227,23 +236,11 @@ int addProfile(JobWriter* job, const char* name, const ProfileEntry* entries, in
 {
     LayoutEntry headerLayout[2];
     buildLayout(headerLayout, PROFILE_HEADER_ROWS, std::ssize(PROFILE_HEADER_ROWS));
-    setRecordKey(TAG_PROFILE, name);
+    setNextKey(TAG_PROFILE, name);
     int result = addRecord(job, headerLayout, KIND_PROFILE);
-
-    copyText(cogoState.profileSecondaryKey, PROFILE_SECONDARY_KEY_ROOM, PROFILE_SECONDARY_KEY);
     for (int at = 0; at < entryCount && result == IX_OK; at += MAX_PROFILE_ENTRIES) {
         int count = std::min(entryCount - at, MAX_PROFILE_ENTRIES);
-        std::fill(std::begin(cogoState.pointBlock), std::end(cogoState.pointBlock), uint8_t{0});
-        uint8_t* point = cogoState.pointBlock;
-        for (int i = 0; i < count; ++i, point += PROFILE_POINT_SIZE) {
-            storeInt32(point, entries[at + i].code);
-            storeDouble(point + ENTRY_FIRST, entries[at + i].first);
-            storeDouble(point + ENTRY_SECOND, entries[at + i].second);
-        }
-        cogoState.profileDataLayout[PROFILE_BLOCK_FIELD].length =
-            static_cast<int16_t>(count * PROFILE_POINT_SIZE);
-        setRecordKey(TAG_PROFILE_DATA, name);
-        result = addRecord(job, cogoState.profileDataLayout, KIND_PROFILE_DATA);
+        result = addProfileData(job, name, entries + at, count);
     }
     if (result != IX_OK) return result;
     return addExtension(job, name, EXTENDS_PROFILE, extension);
@@ -252,6 +249,6 @@ int addProfile(JobWriter* job, const char* name, const ProfileEntry* entries, in
 int addVersionCounter(JobWriter* job, int32_t counter)
 {
     cogoState.versionCounter = counter;
-    setRecordKey(TAG_VERSION, VERSION_NAME);
+    setNextKey(TAG_VERSION, VERSION_NAME);
     return addRecord(job, cogoState.versionLayout, KIND_VERSION);
 }
