@@ -59,7 +59,8 @@ void releaseUserSlot(OpenFile* file);
 // Counts the change counter up, also when the write then fails. 0, IX_PAGE_IO or
 // IX_SHORT_WRITE.
 int writeHeader(OpenFile* file);
-// In shared mode nothing but the exclusive file lock permits a change of the file.
+// In shared mode nothing but the exclusive file lock permits a change of the file, and for one
+// that was opened read-only nothing does.
 bool mayWrite(const OpenFile* file);
 
 // 0, IX_PAGE_IO or IX_SHORT_WRITE; not through the cache: for growing the file.

@@ -44,7 +44,7 @@ struct Model {
         auto holds = [&](const Block& block) { return block.page == page; };
         auto block = std::find_if(blocks.begin(), blocks.end(), holds);
         bool found = block != blocks.end();
-        auto isFree = [](const Block& block) { return block.page.first == -1; };
+        auto isFree = [](const Block& each) { return each.page.first == -1; };
         if (!found) block = std::find_if(blocks.begin(), blocks.end(), isFree);
         while (block == blocks.end() || (!found && block->firstChange != 0)) {
             --block;
