@@ -72,6 +72,16 @@ static int leafToGoOnIn(OpenFile* file, const uint8_t* leaf, const SoughtKey* so
     return NO_PAGE;
 }
 
+// Notes the highest level at which the search went aside.
+static void goAside(Descent* way, int level, int page)
+{
+    way->current = false;
+    if (way->unfinishedLevel == NO_LEVEL) {
+        way->unfinishedLevel = level;
+        way->unfinishedPage = page;
+    }
+}
+
 // Follows the branches down to a leaf, whose page and view are then those of the way, and
 // leaves in the engine's path the branches passed.
 static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
@@ -80,20 +90,22 @@ static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
     int level = file->header.height - 1;
     NodeView* view = &way->leaf;
     *way = {};
+    way->unfinishedLevel = NO_LEVEL;
     if (viewNode(file, page, level, view) != IX_OK) return false;
-    way->current = nodeNextPage(view->node) == NO_PAGE;
+    way->followed = nodeNextPage(view->node) == NO_PAGE;
+    way->current = way->followed;
     while (level > 0) {
         engineState.path[level] = page;
         way->branchContent = view->content;
         Child child = chooseChild(file, level, page, view->node, sought);
-        bool aside = child.branch != page;
+        if (child.branch != page) goAside(way, level, page);
         way->branchPage = child.branch;
         way->boundOffset = child.boundOffset;
         page = child.page;
         --level;
         if (viewNode(file, page, level, view) != IX_OK) return false;
-        bool follows = !aside && nodeNextPage(view->node) == child.following;
-        way->current = way->current && follows;
+        way->followed = nodeNextPage(view->node) == child.following;
+        way->current = way->current && way->followed;
     }
     way->page = page;
     return true;
@@ -106,11 +118,11 @@ bool descend(OpenFile* file, const SoughtKey* sought, Descent* way)
     NodeView* leaf = &way->leaf;
     int moves = 0;
     way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
-    while (isEndMarker(way->entry)) {
+    while (isEndMarker(way->entry) && !way->followed) {
         int right = leafToGoOnIn(file, leaf->node, sought, &moves);
         if (right == NO_PAGE) break;
         if (viewNode(file, right, 0, leaf) != IX_OK) return false;
-        way->current = false;
+        goAside(way, 0, way->page);
         way->aside = true;
         way->page = right;
         way->entry = walkLeaf(leaf->node, sought, &way->ordinal);

@@ -4,6 +4,8 @@
 
 #include "engine/positions.h"
 
+constexpr int NO_LEVEL = -1;
+
 // Where a descent has ended, and how it came there.
 struct Descent {
     NodeView leaf;
@@ -18,6 +20,12 @@ struct Descent {
     // holds entries that a search does not reach, and leads past others.
     bool current;
     bool aside; // the leaf was entered from its left neighbour
+    // The parent knows what follows the leaf: a search that ends there need not look further.
+    bool followed;
+    // Where the search had to go aside: the level and the page whose right half no branch knows,
+    // because a process was killed after the page was cut. NO_LEVEL in a sound tree.
+    int unfinishedLevel;
+    int unfinishedPage;
 };
 
 // Descends to the leaf where the sought key belongs. False when a page is damaged or cannot

@@ -89,7 +89,7 @@ int ixInnerDelete(IndexFile* tree, int index, const char* key, int32_t number)
     buildSoughtKey(text, index, key);
     SoughtKey sought = {text, number, 0};
     Descent way;
-    if (!descendToChange(&tree->file, &sought, &way)) return IX_DESCENT_FAILED;
+    if (!descendToChange(tree, &sought, &way)) return IX_DESCENT_FAILED;
     standAtEndOf(&way, &tree->positions[index]);
     if (isEndMarker(way.entry) || compareEntry(way.entry, &sought) != 0) return IX_NOT_FOUND;
     return deleteChain(tree, index);

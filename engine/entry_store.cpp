@@ -13,7 +13,7 @@ static int storeEntry(IndexFile* tree, int mode, const SoughtKey* key, const uin
     int index = static_cast<uint8_t>(key->key[0]);
     Position* position = &tree->positions[index];
     Descent way;
-    if (!descendToChange(&tree->file, key, &way)) return IX_DESCENT_FAILED;
+    if (!descendToChange(tree, key, &way)) return IX_DESCENT_FAILED;
     standAtEndOf(&way, position);
 
     bool first = (key->segment & SEGMENT_ORDINAL) == 0;

@@ -98,6 +98,16 @@ static int prepareSplit(Insertion* insertion, int* newPage)
     return takePage(insertion, newPage);
 }
 
+// The entry on its way becomes one for the parent: the last entry that stays, and the page of
+// what follows it.
+static void buildSeparator(Insertion* insertion, const uint8_t* last, int page)
+{
+    uint8_t child[CHILD_SIZE];
+    storeInt16(child, page);
+    buildEntry(insertion->entry, entryKey(last), entryNumber(last), entrySegment(last), child,
+               CHILD_SIZE);
+}
+
 // Splits the overfull node and writes both halves and the right neighbour, which
 // prepareSplit has left in the peek buffer; the separator for the parent becomes the
 // entry on its way.
@@ -115,10 +125,7 @@ static int splitNode(Insertion* insertion, int newPage)
     if (result == IX_OK) result = writeNode(file, insertion->page);
     if (result != IX_OK) return result;
 
-    uint8_t child[CHILD_SIZE];
-    storeInt16(child, newPage);
-    buildEntry(insertion->entry, entryKey(last), entryNumber(last), entrySegment(last), child,
-               CHILD_SIZE);
+    buildSeparator(insertion, last, newPage);
 
     // The neighbour is not read again: that could fail, and half a split be left.
     if (neighbour == NO_PAGE) return IX_OK;
@@ -186,40 +193,85 @@ static void positionOnInserted(IndexFile* tree, int index, const uint8_t* entry)
     correctForInsertion(tree, index, position->leafPage, position->ordinal);
 }
 
-int insertEntry(IndexFile* tree, int index, const uint8_t* newEntry)
+// Brings the node above the one that was split into the node buffer, a new root if need be, and
+// tells where the separator goes.
+static int goUp(Insertion* insertion, int* offset)
 {
-    OpenFile* file = &tree->file;
-    const Position* position = &tree->positions[index];
-    Insertion insertion = {tree, position->leafPage, 0, false, IX_OK, {}};
-    memcpy(insertion.entry, newEntry, static_cast<size_t>(entrySize(newEntry)));
-    uint8_t* node = engineState.nodeBuffer;
-    if (readNode(file, insertion.page, 0) != IX_OK) return IX_PAGE_IO;
-    int offset = entryOffsetAt(node, position->ordinal);
+    ++insertion->level;
+    if (insertion->level < insertion->tree->file.header.height) {
+        return readParent(insertion, offset);
+    }
+    *offset = NODE_ENTRIES;
+    return addRoot(insertion);
+}
 
+// No index: the entry is a separator.
+constexpr int NO_INDEX = 0;
+
+// Puts the entry on its way into the node in the node buffer, and what splits make of it into
+// those above.
+static int insertUpward(Insertion* insertion, int offset, int index)
+{
+    OpenFile* file = &insertion->tree->file;
+    uint8_t* node = engineState.nodeBuffer;
     for (;;) {
-        bool overflows = nodeFree(node) < entrySize(insertion.entry);
+        bool overflows = nodeFree(node) < entrySize(insertion->entry);
         int newPage = NO_PAGE;
         if (overflows) {
-            int prepared = prepareSplit(&insertion, &newPage);
+            int prepared = prepareSplit(insertion, &newPage);
             if (prepared != IX_OK) return prepared;
         }
-        placeEntry(node, offset, insertion.entry);
-        if (insertion.level == 0) positionOnInserted(tree, index, newEntry);
+        placeEntry(node, offset, insertion->entry);
+        if (index != NO_INDEX) positionOnInserted(insertion->tree, index, insertion->entry);
+        index = NO_INDEX;
         if (!overflows) break;
 
-        int result = splitNode(&insertion, newPage);
-        if (result != IX_OK) return result;
-        ++insertion.level;
-        if (insertion.level == file->header.height) {
-            result = addRoot(&insertion);
-            offset = NODE_ENTRIES;
-        } else {
-            result = readParent(&insertion, &offset);
-        }
+        int result = splitNode(insertion, newPage);
+        if (result == IX_OK) result = goUp(insertion, &offset);
         if (result != IX_OK) return result;
     }
 
-    int written = writeNode(file, insertion.page);
-    if (insertion.split) file->pending.headerDirty = true;
-    return written != IX_OK ? written : insertion.lateResult;
+    int written = writeNode(file, insertion->page);
+    if (insertion->split) file->pending.headerDirty = true;
+    return written != IX_OK ? written : insertion->lateResult;
+}
+
+int insertEntry(IndexFile* tree, int index, const uint8_t* newEntry)
+{
+    const Position* position = &tree->positions[index];
+    Insertion insertion = {tree, position->leafPage, 0, false, IX_OK, {}};
+    memcpy(insertion.entry, newEntry, static_cast<size_t>(entrySize(newEntry)));
+    if (readNode(&tree->file, insertion.page, 0) != IX_OK) return IX_PAGE_IO;
+    int offset = entryOffsetAt(engineState.nodeBuffer, position->ordinal);
+    return insertUpward(&insertion, offset, index);
+}
+
+// Makes the page the one before its right neighbour.
+static int linkBack(OpenFile* file, int page, int neighbour, int level)
+{
+    if (neighbour == NO_PAGE) return IX_OK;
+    if (peekNode(file, neighbour, level) != IX_OK) return IX_PAGE_IO;
+    if (nodePreviousPage(engineState.peekBuffer) == page) return IX_OK;
+    storeInt16(engineState.peekBuffer + NODE_PREVIOUS_PAGE, page);
+    return cachedPageWrite(file, engineState.peekBuffer, neighbour);
+}
+
+int finishSplit(IndexFile* tree, int level, int page)
+{
+    OpenFile* file = &tree->file;
+    const uint8_t* node = engineState.nodeBuffer;
+    int result = growFile(tree);
+    if (result != IX_OK) return result;
+    if (readNode(file, page, level) != IX_OK) return IX_PAGE_IO;
+    int right = nodeNextPage(node);
+    if (nodeCount(node) == 0 || right == NO_PAGE) return IX_PAGE_IO;
+    Insertion insertion = {tree, page, level, false, IX_OK, {}};
+    buildSeparator(&insertion, entryAt(node, nodeCount(node) - 1), right);
+    if (readNode(file, right, level) != IX_OK) return IX_PAGE_IO;
+    result = linkBack(file, right, nodeNextPage(node), level);
+    if (result != IX_OK) return result;
+
+    int offset = 0;
+    result = goUp(&insertion, &offset);
+    return result == IX_OK ? insertUpward(&insertion, offset, NO_INDEX) : result;
 }

@@ -10,3 +10,8 @@
 //                   failed after the first split: then the entry is in place
 //   IX_PAGE_IO      a page could not be read, written or allocated
 int insertEntry(IndexFile* tree, int index, const uint8_t* newEntry);
+
+// Makes the right half of a page known to the level above: the page was cut by a process that was
+// killed before it came to that. Expects the descent that found it to be the last one. 0, or as
+// insertEntry.
+int finishSplit(IndexFile* tree, int level, int page);

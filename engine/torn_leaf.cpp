@@ -1,5 +1,7 @@
 #include "engine/torn_leaf.h"
 
+#include "engine/node_insert.h"
+
 // The entry of the leaf's parent that bounds it; null when it has none, or was not entered from
 // its parent. False when the parent cannot be read.
 static bool findBound(OpenFile* file, const Descent* way, const uint8_t** bound)
@@ -62,10 +64,24 @@ static bool isRightHalf(OpenFile* file, int page, const Descent* way, const uint
            (nodeCount(half) == 0 || isAbove(firstEntry(half), bound));
 }
 
-bool descendToChange(OpenFile* file, const SoughtKey* sought, Descent* way)
+// Descends, and again after each split that it could finish. One that cannot be finished, in a
+// full file, stays as it is: searches go aside there.
+static bool descendFinishing(IndexFile* tree, const SoughtKey* sought, Descent* way)
 {
+    constexpr int MOST_SPLITS = 2 * MAX_HEIGHT;
+    for (int splits = 0; splits < MOST_SPLITS; ++splits) {
+        if (!descend(&tree->file, sought, way)) return false;
+        if (way->unfinishedLevel == NO_LEVEL) return true;
+        if (finishSplit(tree, way->unfinishedLevel, way->unfinishedPage) != IX_OK) break;
+    }
+    return descend(&tree->file, sought, way);
+}
+
+bool descendToChange(IndexFile* tree, const SoughtKey* sought, Descent* way)
+{
+    OpenFile* file = &tree->file;
     const uint8_t* bound = nullptr;
-    if (!descend(file, sought, way) || !findBound(file, way, &bound)) return false;
+    if (!descendFinishing(tree, sought, way) || !findBound(file, way, &bound)) return false;
     if (bound == nullptr) return true;
     int kept = entriesUpTo(way->leaf.node, bound);
     if (kept == nodeCount(way->leaf.node)) return true;

@@ -41,6 +41,7 @@ static int nextByKey(IndexFile* tree, int index, void* data, uint32_t length)
     tree->ioError = 0;
     int result = findSought(tree, index, &sought, FROM_POSITION, data, length);
     if (result >= 0) return IX_OK;
+    if (result == IX_BROKEN_RECORD) return result; // it was reached all the same
 
     // The next call is to try again from the same place.
     setPositionKey(position, key, number);
