@@ -31,7 +31,8 @@ struct OsLockRange {
     uint32_t length;
 };
 
-// Opens an existing regular file. Returns its descriptor or OS_FAILED.
+// Opens an existing regular file. Returns its descriptor, which is none of the standard
+// streams', or OS_FAILED.
 int osOpen(const char* path, OsAccess access);
 // OS_DONE or OS_FAILED.
 int osClose(int descriptor);

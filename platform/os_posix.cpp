@@ -17,12 +17,24 @@
 
 static_assert(sizeof(off_t) >= 8, "offsets are 64 bits wide");
 
+// The host may have closed its standard streams. What it writes to one of them by habit must
+// not go into a job: no file keeps their descriptors.
+static int leaveStandardStreams(int descriptor)
+{
+    if (descriptor > STDERR_FILENO) return descriptor;
+    int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(descriptor);
+    return moved;
+}
+
 int osOpen(const char* path, OsAccess access)
 {
     // Not blocking: a pipe in the place of the file must not stop the host. A
     // forked child must not keep the user slot, hence close-on-exec.
     int flags = (access == OS_READ_WRITE ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     int descriptor = open(path, flags);
+    if (descriptor < 0) return OS_FAILED;
+    descriptor = leaveStandardStreams(descriptor);
     if (descriptor < 0) return OS_FAILED;
 
     struct stat info = {};

@@ -32,13 +32,31 @@
 #include <sys/stat.h>
 #include <windows.h>
 
+constexpr int STDERR_DESCRIPTOR = 2;   // the last of the standard streams
 constexpr DWORD REFUSED_FOR_MS = 1000; // a probe is over in far less
 constexpr DWORD PAUSE_MS = 5;          // up to 16 with the system's usual timer
+
+static HANDLE handleOf(int descriptor)
+{
+    return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+}
+
+// The host may have closed its standard streams. What it writes to one of them by habit must
+// not go into a job: no file keeps their descriptors.
+static int leaveStandardStreams(int descriptor)
+{
+    if (descriptor < 0 || descriptor > STDERR_DESCRIPTOR) return descriptor;
+    int copy = _dup(descriptor); // can be inherited
+    if (copy >= 0) SetHandleInformation(handleOf(copy), HANDLE_FLAG_INHERIT, 0);
+    int moved = leaveStandardStreams(copy);
+    _close(descriptor);
+    return moved;
+}
 
 int osOpen(const char* path, OsAccess access)
 {
     int flags = (access == OS_READ_WRITE ? _O_RDWR : _O_RDONLY) | _O_BINARY | _O_NOINHERIT;
-    int descriptor = _open(path, flags);
+    int descriptor = leaveStandardStreams(_open(path, flags));
     if (descriptor < 0) return OS_FAILED;
 
     struct _stat64 info = {};
@@ -97,11 +115,6 @@ int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
         if (done >= 0) return done;
         if (!refusedByLock(&refusals)) return OS_FAILED;
     }
-}
-
-static HANDLE handleOf(int descriptor)
-{
-    return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
 }
 
 int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range)

@@ -228,6 +228,21 @@ TEST_P(Openers, GetTheFileAloneOnlyWhileNobodyElseHasASlot)
     ASSERT_EQ(obey(&file, path, "S"), "0 writes");
 }
 
+// A host without standard streams goes on writing to them.
+TEST(OpenedFile, IsNoStandardStream)
+{
+    std::string path = writeEmptyJob(0);
+    for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        int kept = dup(stream);
+        close(stream);
+        int file = osOpen(path.c_str(), OS_READ_WRITE);
+        dup2(kept, stream);
+        close(kept);
+        EXPECT_GT(file, STDERR_FILENO);
+        EXPECT_EQ(osClose(file), OS_DONE) << "was not open under its number";
+    }
+}
+
 // Two processes that may only read a new job, and the job.
 class ReadOnlyOpeners : public testing::Test
 {
