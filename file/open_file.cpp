@@ -14,13 +14,10 @@ int setFormatVersion(bool set, int version)
 
 static int openForSharedUse(const char* path, bool* readOnly)
 {
-    *readOnly = false;
     int descriptor = osOpen(path, OS_READ_WRITE);
-    if (descriptor < 0) {
-        descriptor = osOpen(path, OS_READ_ONLY);
-        if (descriptor < 0) return OS_FAILED;
-        *readOnly = true;
-    }
+    *readOnly = descriptor == OS_NO_WRITE_ACCESS;
+    if (*readOnly) descriptor = osOpen(path, OS_READ_ONLY);
+    if (descriptor < 0) return OS_FAILED;
 
     // An exclusive opener holds the range of this byte. Readers ask too: they
     // would otherwise wait for the file lock until it closes.

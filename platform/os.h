@@ -17,7 +17,8 @@
 #include <cstdint>
 
 constexpr int OS_FAILED = -1;
-constexpr int OS_SEEK_FAILED = -2; // only of osReadAt and osWriteAt
+constexpr int OS_SEEK_FAILED = -2;     // only of osReadAt and osWriteAt
+constexpr int OS_NO_WRITE_ACCESS = -3; // only of osOpen
 constexpr int OS_DONE = 0;
 constexpr int OS_REFUSED = 1; // lock calls: not done
 
@@ -32,7 +33,8 @@ struct OsLockRange {
 };
 
 // Opens an existing regular file. Returns its descriptor, which is none of the standard
-// streams', or OS_FAILED.
+// streams', OS_NO_WRITE_ACCESS when the file may not be written by this user or at all, or
+// OS_FAILED.
 int osOpen(const char* path, OsAccess access);
 // OS_DONE or OS_FAILED.
 int osClose(int descriptor);

@@ -56,7 +56,14 @@ static int leaveStandardStreams(int descriptor)
 int osOpen(const char* path, OsAccess access)
 {
     int flags = (access == OS_READ_WRITE ? _O_RDWR : _O_RDONLY) | _O_BINARY | _O_NOINHERIT;
-    int descriptor = leaveStandardStreams(_open(path, flags));
+    int descriptor = _open(path, flags);
+    if (descriptor < 0) {
+        // Read-only files and volumes, missing rights, and other users who share the file
+        // for reading alone.
+        bool refused = access == OS_READ_WRITE && errno == EACCES;
+        return refused ? OS_NO_WRITE_ACCESS : OS_FAILED;
+    }
+    descriptor = leaveStandardStreams(descriptor);
     if (descriptor < 0) return OS_FAILED;
 
     struct _stat64 info = {};
