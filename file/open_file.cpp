@@ -75,12 +75,16 @@ int enterOpen(OpenFile* file, const char* path)
 
 int enterFile(OpenFile* file)
 {
-    int result = waitForBusyMarker(file);
+    bool stuck = false;
+    int result = waitForBusyMarker(file, &stuck);
     if (result != IX_OK) return result;
     uint8_t record[HEADER_SIZE];
     result = readHeader(file, record);
     if (result != IX_OK) return result;
     if (!loadHeader(file, record)) return IX_PAGE_IO;
+    // Now that the file is known to be a job database.
+    if (stuck) result = clearBusyMarker(file);
+    if (result != IX_OK) return result;
     acceptChangeCounter(file, record);
     return claimUserSlot(file);
 }
