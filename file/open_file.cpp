@@ -58,6 +58,7 @@ int openFile(OpenFile* file, const char* path, char mode)
     *file = {};
     file->marks = marks;
     file->descriptor = descriptor;
+    file->forksAtOpen = osForkCount();
     file->readOnly = readOnly;
     file->openMode = static_cast<uint8_t>(mode);
     file->sharing.userSlot = NO_SLOT;
@@ -88,6 +89,8 @@ int enterFile(OpenFile* file)
     acceptChangeCounter(file, record);
     return claimUserSlot(file);
 }
+
+bool isInherited(const OpenFile* file) { return file->forksAtOpen != osForkCount(); }
 
 int closeDescriptor(int descriptor)
 {

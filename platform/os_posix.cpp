@@ -8,14 +8,28 @@
 #define _FILE_OFFSET_BITS 64
 
 #include "platform/os.h"
+#include "platform/platform_state.h"
 
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 static_assert(sizeof(off_t) >= 8, "offsets are 64 bits wide");
+
+static void countFork() { ++platformState.forks; }
+
+// In the child. Asking for the process's number instead would be a system call each time.
+static bool countForks()
+{
+    PlatformState* state = &platformState;
+    if (!state->countsForks) state->countsForks = pthread_atfork(nullptr, nullptr, countFork) == 0;
+    return state->countsForks;
+}
+
+uint32_t osForkCount() { return platformState.forks; }
 
 // The host may have closed its standard streams. What it writes to one of them by habit must
 // not go into a job: no file keeps their descriptors.
@@ -45,6 +59,8 @@ static bool refusesWriting(int error)
 
 int osOpen(const char* path, OsAccess access)
 {
+    if (!countForks()) return OS_FAILED;
+
     // Looked at before as well: opening a pipe could wait for ever, and opening a device
     // does something to it.
     struct stat info = {};

@@ -148,6 +148,8 @@ int osProbe(int descriptor, const OsLockRange* range)
     return OS_DONE;
 }
 
+uint32_t osForkCount() { return 0; }
+
 uint32_t osMilliseconds() { return GetTickCount(); }
 
 // A range that is released goes to the one who waits for it.

@@ -1,7 +1,10 @@
 // What POSIX systems do to an opened file beyond other openers: leases, signals, pipes in its
 // place, forks.
+#include "engine/engine.h"
+#include "file/lock_bytes.h"
 #include "platform/os.h"
 #include "tests/support/command.h"
+#include "tests/support/exports.h"
 #include "tests/support/process.h"
 #include "tests/support/raw_job.h"
 
@@ -80,4 +83,57 @@ TEST(OpenForWriting, TellsARefusalFromAFailure)
     alarm(20); // would else wait for a writer
     EXPECT_EQ(osOpen(pipe.c_str(), OS_READ_ONLY), OS_FAILED);
     alarm(0);
+}
+
+// A child forked in the middle of an update has the parent's pages and lock, as copies.
+TEST(ForkedChild, NeitherWritesNorUnlocksWhatIsTheParents)
+{
+    std::string path = writeEmptyJob(4);
+    const std::string bytes = fileBytes(path);
+    IndexFile file = {};
+    ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
+    ASSERT_EQ(ixBeginUpdate(&file.file), 0);
+    ASSERT_EQ(ixAdd(&file, 1, "KEY", 5, nullptr, 0), IX_OK);
+    Process child = forkChild([&] {
+        bool refused = ixFind(&file, 1, "KEY", 5, nullptr, 0) == IX_FILE_LOCK &&
+                       ixAdd(&file, 1, "KEY", 6, nullptr, 0) == IX_FILE_LOCK &&
+                       ixEndUpdate(&file.file) != 0;
+        return refused && ixClose(&file) == IX_OK && ixClose(&file) == IX_NOT_OPEN ? 0 : 1;
+    });
+    EXPECT_EQ(waitForProcess(child), 0);
+    EXPECT_EQ(fileBytes(path), bytes);
+    int other = osOpen(path.c_str(), OS_READ_WRITE);
+    EXPECT_EQ(slotState(other, FILE_LOCK_BYTE), LOCKED);
+    EXPECT_EQ(slotState(other, USER_SLOT_BASE), LOCKED);
+    EXPECT_EQ(ixEndUpdate(&file.file), 0);
+    EXPECT_EQ(ixFind(&file, 1, "KEY", 5, nullptr, 0), IX_OK);
+    EXPECT_EQ(ixClose(&file), IX_OK);
+    EXPECT_EQ(slotState(other, USER_SLOT_BASE), UNLOCKED);
+    osClose(other);
+}
+
+TEST(ForkedChild, ConnectsForItself)
+{
+    std::string path = freshJob("tiny");
+    IdxConnection* job = nullptr;
+    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    const std::vector<std::string> names = namesOf(job, ELEMENT_POINT);
+    Process child = forkChild([&] {
+        uint32_t count = 0;
+        void* element = nullptr;
+        for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+            if (orvIdx_numberOfElements(job, kind, &count, nullptr) != IDX_ERROR) return 1;
+            if (orvIdx_readFirstElement(job, kind, &element) != IDX_ERROR) return 2;
+        }
+        if (orvIdx_disconnectFromOrvaneOrvFile(&job) != IDX_OK || job != nullptr) return 3;
+        if (orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0) != IDX_OK) return 4;
+        bool reads = namesOf(job, ELEMENT_POINT) == names;
+        return reads && orvIdx_disconnectFromOrvaneOrvFile(&job) == IDX_OK ? 0 : 5;
+    });
+    EXPECT_EQ(waitForProcess(child), 0);
+    EXPECT_EQ(namesOf(job, ELEMENT_POINT), names);
+    int other = osOpen(path.c_str(), OS_READ_WRITE);
+    EXPECT_EQ(slotState(other, USER_SLOT_BASE), LOCKED);
+    osClose(other);
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }
