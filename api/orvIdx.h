@@ -13,7 +13,9 @@
  *   Threads    One call at a time in a process: the library guards nothing.
  *   Processes  Up to 128 may have one file open; each call sees what others
  *              have written before it, and an element is of one state of the
- *              file.
+ *              file. A connection belongs to the process that made it: in a
+ *              child forked from that one its handle answers IDX_ERROR, and
+ *              disconnecting it there leaves the parent's connection as it is.
  *   Handles    One job database at a time. Connecting closes an earlier
  *              connection; its handle answers IDX_ERROR from then on and is
  *              still to be passed to disconnect.

@@ -25,7 +25,8 @@
 int ixOpen(IndexFile* tree, const char* path, char mode);
 
 // Writes what is pending, releases the locks and closes the file. IX_PAGE_IO and IX_FILE_LOCK
-// leave it open; IX_OPEN_FAILED when the descriptor could not be closed.
+// leave it open; IX_OPEN_FAILED when the descriptor could not be closed. In a process forked
+// from the one that opened the file it closes the descriptor and leaves the rest to that one.
 int ixClose(IndexFile* tree);
 
 // Gives the file up without writing anything more: for a close that failed.

@@ -105,6 +105,10 @@ int ixClose(IndexFile* tree)
 {
     OpenFile* file = &tree->file;
     if (!contextIsOpen(tree)) return IX_NOT_OPEN;
+    if (isInherited(file)) {
+        ixAbandon(tree);
+        return withStatus(tree, IX_OK);
+    }
     if (ixBeginUpdate(file) != IX_OK) return withStatus(tree, IX_FILE_LOCK);
     for (int index = MIN_INDEX; index <= MAX_INDEX; ++index) {
         ixUnlockRecord(tree, index);

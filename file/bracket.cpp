@@ -80,8 +80,16 @@ static int releaseLeftOver(OpenFile* file)
     return file->sharing.fileLock == LOCKED ? releaseFileLock(file) : IX_OK;
 }
 
+// A bracket that a fork has copied is the parent's to end.
+static int refuseInherited(OpenFile* file)
+{
+    file->trouble = true;
+    return IX_LOCK_FAILED;
+}
+
 int ixBeginRead(OpenFile* file)
 {
+    if (isInherited(file)) return refuseInherited(file);
     if (isExclusive(file)) return IX_OK;
     if (releaseLeftOver(file) != IX_OK) return IX_LOCK_FAILED;
     if (file->sharing.fileLock != LOCKED) {
@@ -94,6 +102,7 @@ int ixBeginRead(OpenFile* file)
 
 int ixEndRead(OpenFile* file)
 {
+    if (isInherited(file)) return refuseInherited(file);
     if (isExclusive(file)) return IX_OK;
     --file->sharing.readNesting;
     if (file->sharing.updateNesting != 0 || file->sharing.readNesting != 0) return IX_OK;
@@ -122,6 +131,7 @@ int ixYieldRead(OpenFile* file, ReadPiece* piece)
 
 int ixBeginUpdate(OpenFile* file)
 {
+    if (isInherited(file)) return refuseInherited(file);
     if (!isExclusive(file)) {
         if (releaseLeftOver(file) != IX_OK) return IX_LOCK_FAILED;
         if (file->sharing.fileLock != LOCKED) {
@@ -139,6 +149,7 @@ int ixBeginUpdate(OpenFile* file)
 
 int ixEndUpdate(OpenFile* file)
 {
+    if (isInherited(file)) return refuseInherited(file);
     --file->sharing.updateNesting;
     if (file->sharing.updateNesting != 0) return IX_OK;
     if (isExclusive(file)) return makeDurable();

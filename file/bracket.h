@@ -3,7 +3,8 @@
 // In shared mode the outermost begin takes the file lock byte, shared for reading
 // and exclusively for updating, and refreshes the header; the outermost end of an
 // update writes what was changed; the last end releases the lock. Operations
-// inside take no second lock. Each begin that answers 0 is to be ended.
+// inside take no second lock. Each begin that answers 0 is to be ended. In a process forked
+// from the one that opened the file none of them does anything but fail.
 #pragma once
 
 #include <cstdint>

@@ -38,6 +38,9 @@ int enterOpen(OpenFile* file, const char* path);
 // Waits for a busy file, reads and checks the header and claims a user slot. IX_OK, or a
 // code with nothing claimed.
 int enterFile(OpenFile* file);
+// True in a process forked from the one that opened the file: the two share the descriptor and
+// its locks, which do not keep them apart. Such a context can be closed and nothing else.
+bool isInherited(const OpenFile* file);
 // Drops the descriptor's cache blocks, dirty or not, and closes it. IX_OK or IX_OPEN_FAILED.
 int closeDescriptor(int descriptor);
 
@@ -52,6 +55,7 @@ int lastIoError();
 
 // IX_OK when the user slot's holder is alive, IX_NOT_FOUND when not, IX_NOT_OPEN.
 int holderAlive(OpenFile* file, int32_t userSlot);
+// Nothing in exclusive mode; nor does a forked child give its parent's slot up.
 void releaseUserSlot(OpenFile* file);
 
 // -- Header and pages (header_and_pages.cpp) ---------------------------------

@@ -105,8 +105,9 @@ int writePage(int descriptor, const uint8_t* page, int pageNumber)
 
 // -- Busy marker -------------------------------------------------------------
 
-int waitForBusyMarker(OpenFile* file)
+int waitForBusyMarker(OpenFile* file, bool* stuck)
 {
+    *stuck = false;
     if (isExclusive(file)) return IX_OK;
     fileState.lastIoError = IX_OK;
 
@@ -117,10 +118,14 @@ int waitForBusyMarker(OpenFile* file)
         if (count != BUSY_MARKER_SIZE) return IX_PAGE_IO;
         if (loadInt32(marker) != BUSY_MARKER) return IX_OK;
     }
+    *stuck = true;
+    return IX_OK;
+}
 
-    // Whoever set it is gone.
-    memset(marker, 0, sizeof marker);
+int clearBusyMarker(OpenFile* file)
+{
+    if (!mayWrite(file)) return IX_OK;
+    const uint8_t marker[BUSY_MARKER_SIZE] = {};
     int count = osWriteAt(file->descriptor, BUSY_MARKER_OFFSET, marker, BUSY_MARKER_SIZE);
-    if (count != BUSY_MARKER_SIZE) fileState.lastIoError = IX_PAGE_IO;
-    return fileState.lastIoError;
+    return count == BUSY_MARKER_SIZE ? IX_OK : failWith(IX_PAGE_IO);
 }

@@ -16,8 +16,11 @@ void acceptChangeCounter(OpenFile* file, const uint8_t* record);
 // 0, IX_SEEK or IX_SHORT_READ.
 int readPage(int descriptor, uint8_t* page, int pageNumber);
 
-// Waits for a busy file, then clears its marker. 0 or IX_PAGE_IO. Shared mode only.
-int waitForBusyMarker(OpenFile* file);
+// Waits for a busy file; *stuck tells that its marker stays: whoever set it is gone. 0 or
+// IX_PAGE_IO. Shared mode only.
+int waitForBusyMarker(OpenFile* file, bool* stuck);
+// Clears the marker of a job database, unless it cannot be written. 0 or IX_PAGE_IO.
+int clearBusyMarker(OpenFile* file);
 
 // Leaves the code as the last I/O error and answers it.
 int failWith(int code);

@@ -78,7 +78,8 @@ int holderAlive(OpenFile* file, int32_t userSlot)
 int claimUserSlot(OpenFile* file)
 {
     if (isExclusive(file)) return IX_OK;
-    for (int slot = 0; slot < USER_SLOTS; ++slot) {
+    for (int claimed = 0; claimed < USER_SLOTS; ++claimed) {
+        int slot = file->readOnly ? USER_SLOTS - 1 - claimed : claimed;
         if (tryByte(file->descriptor, USER_SLOT_BASE + static_cast<uint32_t>(slot)) == IX_OK) {
             file->sharing.userSlot = slot;
             return IX_OK;
@@ -90,7 +91,7 @@ int claimUserSlot(OpenFile* file)
 
 void releaseUserSlot(OpenFile* file)
 {
-    if (isExclusive(file) || file->sharing.userSlot == NO_SLOT) return;
+    if (isExclusive(file) || file->sharing.userSlot == NO_SLOT || isInherited(file)) return;
     releaseByte(file->descriptor, USER_SLOT_BASE + static_cast<uint32_t>(file->sharing.userSlot));
     file->sharing.userSlot = NO_SLOT;
 }

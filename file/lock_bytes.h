@@ -28,5 +28,7 @@ int probeByte(int descriptor, uint32_t offset);
 // LOCKED when somebody holds the byte, else UNLOCKED.
 int slotState(int descriptor, uint32_t offset);
 
-// Claims the first free user slot: IX_OK or IX_NO_FREE_SLOT. Nothing in exclusive mode.
+// Claims the lowest free user slot: IX_OK or IX_NO_FREE_SLOT. Who only reads claims the highest,
+// out of the way of writers: the record locks that a killed writer left behind in a slot would
+// count as alive, and a reader cannot remove them. Nothing in exclusive mode.
 int claimUserSlot(OpenFile* file);

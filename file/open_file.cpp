@@ -14,13 +14,10 @@ int setFormatVersion(bool set, int version)
 
 static int openForSharedUse(const char* path, bool* readOnly)
 {
-    *readOnly = false;
     int descriptor = osOpen(path, OS_READ_WRITE);
-    if (descriptor < 0) {
-        descriptor = osOpen(path, OS_READ_ONLY);
-        if (descriptor < 0) return OS_FAILED;
-        *readOnly = true;
-    }
+    *readOnly = descriptor == OS_NO_WRITE_ACCESS;
+    if (*readOnly) descriptor = osOpen(path, OS_READ_ONLY);
+    if (descriptor < 0) return OS_FAILED;
 
     // An exclusive opener holds the range of this byte. Readers ask too: they
     // would otherwise wait for the file lock until it closes.
@@ -61,6 +58,7 @@ int openFile(OpenFile* file, const char* path, char mode)
     *file = {};
     file->marks = marks;
     file->descriptor = descriptor;
+    file->forksAtOpen = osForkCount();
     file->readOnly = readOnly;
     file->openMode = static_cast<uint8_t>(mode);
     file->sharing.userSlot = NO_SLOT;
@@ -78,15 +76,21 @@ int enterOpen(OpenFile* file, const char* path)
 
 int enterFile(OpenFile* file)
 {
-    int result = waitForBusyMarker(file);
+    bool stuck = false;
+    int result = waitForBusyMarker(file, &stuck);
     if (result != IX_OK) return result;
     uint8_t record[HEADER_SIZE];
     result = readHeader(file, record);
     if (result != IX_OK) return result;
     if (!loadHeader(file, record)) return IX_PAGE_IO;
+    // Now that the file is known to be a job database.
+    if (stuck) result = clearBusyMarker(file);
+    if (result != IX_OK) return result;
     acceptChangeCounter(file, record);
     return claimUserSlot(file);
 }
+
+bool isInherited(const OpenFile* file) { return file->forksAtOpen != osForkCount(); }
 
 int closeDescriptor(int descriptor)
 {

@@ -46,6 +46,7 @@ struct Sharing {
 struct OpenFile {
     OpenMarks marks;
     int32_t descriptor;
+    uint32_t forksAtOpen;    // osForkCount() of the process that opened the file
     uint8_t openMode;        // OPEN_SHARED, OPEN_EXCLUSIVE
     bool readOnly;           // opened with read-only access
     FileHeader header;       // as this context has it

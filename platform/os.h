@@ -10,6 +10,8 @@
 //   Exclusive lock on a read-only descriptor: granted on Windows. POSIX refuses
 //            it, so a shared lock stands in, which is given up again when
 //            anybody else holds the range.
+//   A fork    leaves parent and child one open file, and its locks to both. There are no
+//            forks on Windows.
 //   A second lock of one's own range converts the first on POSIX and is refused
 //            on Windows: release before locking anew.
 #pragma once
@@ -17,7 +19,8 @@
 #include <cstdint>
 
 constexpr int OS_FAILED = -1;
-constexpr int OS_SEEK_FAILED = -2; // only of osReadAt and osWriteAt
+constexpr int OS_SEEK_FAILED = -2;     // only of osReadAt and osWriteAt
+constexpr int OS_NO_WRITE_ACCESS = -3; // only of osOpen
 constexpr int OS_DONE = 0;
 constexpr int OS_REFUSED = 1; // lock calls: not done
 
@@ -31,7 +34,9 @@ struct OsLockRange {
     uint32_t length;
 };
 
-// Opens an existing regular file. Returns its descriptor or OS_FAILED.
+// Opens an existing regular file. Returns its descriptor, which is none of the standard
+// streams', OS_NO_WRITE_ACCESS when the file may not be written by this user or at all, or
+// OS_FAILED.
 int osOpen(const char* path, OsAccess access);
 // OS_DONE or OS_FAILED.
 int osClose(int descriptor);
@@ -48,6 +53,10 @@ int osUnlock(int descriptor, const OsLockRange* range);
 // OS_DONE when nobody else holds the range, OS_REFUSED when somebody does. Leaves
 // no lock behind. Not for ranges that this descriptor holds itself.
 int osProbe(int descriptor, const OsLockRange* range);
+
+// How many forks lie between this process and the first one of its line that opened a file: a
+// child has one more than its parent, so a number kept at an open tells whether it was there.
+uint32_t osForkCount();
 
 // Milliseconds of a clock that is never set back; it runs over after 49 days.
 uint32_t osMilliseconds();

@@ -8,24 +8,71 @@
 #define _FILE_OFFSET_BITS 64
 
 #include "platform/os.h"
+#include "platform/platform_state.h"
 
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 static_assert(sizeof(off_t) >= 8, "offsets are 64 bits wide");
 
+static void countFork() { ++platformState.forks; }
+
+// In the child. Asking for the process's number instead would be a system call each time.
+static bool countForks()
+{
+    PlatformState* state = &platformState;
+    if (!state->countsForks) state->countsForks = pthread_atfork(nullptr, nullptr, countFork) == 0;
+    return state->countsForks;
+}
+
+uint32_t osForkCount() { return platformState.forks; }
+
+// The host may have closed its standard streams. What it writes to one of them by habit must
+// not go into a job: no file keeps their descriptors.
+static int leaveStandardStreams(int descriptor)
+{
+    if (descriptor > STDERR_FILENO) return descriptor;
+    int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(descriptor);
+    return moved;
+}
+
+// A forked child that becomes another program must not keep the user slot, hence close-on-exec.
+// Waits while another process, as a file server, gives a lease on the file back.
+static int openWaiting(const char* path, OsAccess access)
+{
+    int flags = (access == OS_READ_WRITE ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY;
+    for (;;) {
+        int descriptor = open(path, flags);
+        if (descriptor >= 0 || errno != EINTR) return descriptor;
+    }
+}
+
+static bool refusesWriting(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS || error == ETXTBSY;
+}
+
 int osOpen(const char* path, OsAccess access)
 {
-    // Not blocking: a pipe in the place of the file must not stop the host. A
-    // forked child must not keep the user slot, hence close-on-exec.
-    int flags = (access == OS_READ_WRITE ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    int descriptor = open(path, flags);
-    if (descriptor < 0) return OS_FAILED;
+    if (!countForks()) return OS_FAILED;
 
+    // Looked at before as well: opening a pipe could wait for ever, and opening a device
+    // does something to it.
     struct stat info = {};
+    if (stat(path, &info) != 0 || !S_ISREG(info.st_mode)) return OS_FAILED;
+
+    int descriptor = openWaiting(path, access);
+    if (descriptor < 0) {
+        bool refused = access == OS_READ_WRITE && refusesWriting(errno);
+        return refused ? OS_NO_WRITE_ACCESS : OS_FAILED;
+    }
+    descriptor = leaveStandardStreams(descriptor);
+    if (descriptor < 0) return OS_FAILED;
     if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
         close(descriptor);
         return OS_FAILED;

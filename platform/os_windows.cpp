@@ -32,13 +32,38 @@
 #include <sys/stat.h>
 #include <windows.h>
 
+constexpr int STDERR_DESCRIPTOR = 2;   // the last of the standard streams
 constexpr DWORD REFUSED_FOR_MS = 1000; // a probe is over in far less
 constexpr DWORD PAUSE_MS = 5;          // up to 16 with the system's usual timer
+
+static HANDLE handleOf(int descriptor)
+{
+    return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+}
+
+// The host may have closed its standard streams. What it writes to one of them by habit must
+// not go into a job: no file keeps their descriptors.
+static int leaveStandardStreams(int descriptor)
+{
+    if (descriptor < 0 || descriptor > STDERR_DESCRIPTOR) return descriptor;
+    int copy = _dup(descriptor); // can be inherited
+    if (copy >= 0) SetHandleInformation(handleOf(copy), HANDLE_FLAG_INHERIT, 0);
+    int moved = leaveStandardStreams(copy);
+    _close(descriptor);
+    return moved;
+}
 
 int osOpen(const char* path, OsAccess access)
 {
     int flags = (access == OS_READ_WRITE ? _O_RDWR : _O_RDONLY) | _O_BINARY | _O_NOINHERIT;
     int descriptor = _open(path, flags);
+    if (descriptor < 0) {
+        // Read-only files and volumes, missing rights, and other users who share the file
+        // for reading alone.
+        bool refused = access == OS_READ_WRITE && errno == EACCES;
+        return refused ? OS_NO_WRITE_ACCESS : OS_FAILED;
+    }
+    descriptor = leaveStandardStreams(descriptor);
     if (descriptor < 0) return OS_FAILED;
 
     struct _stat64 info = {};
@@ -99,11 +124,6 @@ int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
     }
 }
 
-static HANDLE handleOf(int descriptor)
-{
-    return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
-}
-
 int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range)
 {
     DWORD flags = kind == OS_LOCK_EXCLUSIVE ? LOCKFILE_EXCLUSIVE_LOCK : 0;
@@ -127,6 +147,8 @@ int osProbe(int descriptor, const OsLockRange* range)
     osUnlock(descriptor, range);
     return OS_DONE;
 }
+
+uint32_t osForkCount() { return 0; }
 
 uint32_t osMilliseconds() { return GetTickCount(); }
 

@@ -60,6 +60,24 @@ TEST(Connect, ClearsABusyMarkerThatStays)
               5000);
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
     EXPECT_EQ(fileBytes(path), bytes);
+
+    // It stays in what cannot be written, and in a file that is no sound job.
+    poke32(path, 1020, 13245);
+    permitAll(path, READING);
+    if (becomeReader()) {
+        EXPECT_EQ(connectTo(path, &job), IDX_OK);
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+        becomeRootAgain();
+    }
+    permitAll(path, WRITING);
+    for (long place : {0L, 14L}) { // magic, height
+        poke16(path, place, 0x7777);
+        bytes = fileBytes(path);
+        EXPECT_EQ(connectTo(path, &job), IDX_ERROR);
+        EXPECT_EQ(fileBytes(path), bytes);
+        writeBytes(path, emptyJob(0));
+        poke32(path, 1020, 13245);
+    }
 }
 
 TEST(Connect, KeepsToOneConnectionAndToKnownKinds)

@@ -228,6 +228,21 @@ TEST_P(Openers, GetTheFileAloneOnlyWhileNobodyElseHasASlot)
     ASSERT_EQ(obey(&file, path, "S"), "0 writes");
 }
 
+// A host without standard streams goes on writing to them.
+TEST(OpenedFile, IsNoStandardStream)
+{
+    std::string path = writeEmptyJob(0);
+    for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        int kept = dup(stream);
+        close(stream);
+        int file = osOpen(path.c_str(), OS_READ_WRITE);
+        dup2(kept, stream);
+        close(kept);
+        EXPECT_GT(file, STDERR_FILENO);
+        EXPECT_EQ(osClose(file), OS_DONE) << "was not open under its number";
+    }
+}
+
 // Two processes that may only read a new job, and the job.
 class ReadOnlyOpeners : public testing::Test
 {
@@ -254,7 +269,7 @@ TEST_F(ReadOnlyOpeners, TakeSlotsOfTheirOwn)
 {
     std::string first = ask(readers[0], "S");
     if (first.ends_with(" writes")) GTEST_SKIP() << "root cannot become another user here";
-    EXPECT_EQ(first + ask(readers[1], "S"), "0 reads1 reads");
+    EXPECT_EQ(first + ask(readers[1], "S"), "127 reads126 reads");
     say(readers[0], "race");
     say(readers[1], "race");
     EXPECT_EQ(hear(readers[0]) + hear(readers[1]), "alonealone");
@@ -270,9 +285,9 @@ TEST_F(ReadOnlyOpeners, DoNotWaitForExclusiveUse)
     EXPECT_EQ(ixClose(&file), IX_OK);
     std::string first = ask(readers[0], "S");
     if (first.ends_with(" writes")) GTEST_SKIP() << "root cannot become another user here";
-    EXPECT_EQ(first, "0 reads");
+    EXPECT_EQ(first, "127 reads");
     EXPECT_EQ(obey(&file, path, "E"), "refused");
-    ASSERT_EQ(obey(&file, path, "S"), "1 writes");
-    EXPECT_EQ(holderAlive(&file.file, 0), 0);
+    ASSERT_EQ(obey(&file, path, "S"), "0 writes");
+    EXPECT_EQ(holderAlive(&file.file, 127), 0);
     EXPECT_EQ(ixClose(&file), IX_OK);
 }

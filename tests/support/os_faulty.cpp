@@ -9,6 +9,7 @@ int realOsWriteAt(int descriptor, int64_t offset, const void* buffer, int length
 int realOsLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range);
 int realOsUnlock(int descriptor, const OsLockRange* range);
 int realOsProbe(int descriptor, const OsLockRange* range);
+uint32_t realOsForkCount();
 uint32_t realOsMilliseconds();
 void realOsGiveWay();
 
@@ -65,6 +66,8 @@ int osUnlock(int descriptor, const OsLockRange* range)
 }
 
 int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descriptor, range); }
+
+uint32_t osForkCount() { return realOsForkCount(); }
 
 uint32_t osMilliseconds() { return realOsMilliseconds(); }
 

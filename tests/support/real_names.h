@@ -9,6 +9,7 @@
 #define osLock realOsLock
 #define osUnlock realOsUnlock
 #define osProbe realOsProbe
+#define osForkCount realOsForkCount
 #define osMilliseconds realOsMilliseconds
 #define osGiveWay realOsGiveWay
 #define allocateZeroed realAllocateZeroed
