@@ -1,4 +1,5 @@
 // Connecting: to what is no job database, with wrong arguments, twice, read-only.
+#include "tests/support/bad_files.h"
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/os_faulty.h"
@@ -26,19 +27,13 @@ static bool isRead(IdxConnection* job, uint32_t kind, const std::string& name)
 
 TEST(Connect, RefusesWhatIsNoCurrentJob)
 {
-    // Of the older format, with a lock entry of the user slot that the opener gets.
-    std::string older = rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, rawNumber(0, 4))});
-    for (size_t i = 0; i < 8; ++i) {
-        older["\0\4\10\14\20\24\34\40"[i]] = "VALIDATE"[i];
-    }
     IdxConnection* job = nullptr;
     std::string directory = freshDirectory();
     std::string path = directory + "/job.orv";
-    for (const std::string& bytes :
-         {older, std::string(), std::string(3000, 'x'), emptyJob(0).substr(0, 1024)}) {
-        writeBytes(path, bytes);
-        EXPECT_EQ(connectTo(path, &job), bytes == older ? IDX_OLDER_FORMAT : IDX_ERROR);
-        EXPECT_EQ(fileBytes(path), bytes);
+    for (const BadFile& file : badFiles()) {
+        writeBytes(path, file.bytes);
+        EXPECT_EQ(connectTo(path, &job), file.connectResult) << file.what;
+        EXPECT_TRUE(fileBytes(path) == file.bytes) << file.what;
     }
     EXPECT_EQ(connectTo(directory, &job), IDX_ERROR);
     EXPECT_EQ(connectTo(path + "/x", &job), IDX_ERROR);
