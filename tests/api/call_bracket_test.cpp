@@ -116,9 +116,8 @@ TEST(ReadingBracket, WritesNothing)
 TEST(PointList, CutsEveryLongNameAlike)
 {
     const std::string tail = "12345678901234567890123456";
-    std::string path = freshDirectory() + "/job.orv";
-    writeBytes(path, rawJob({rawEntry(5, "      7", 1), rawEntry(5, "A" + tail, 2),
-                             rawEntry(5, "B 1" + tail, 3), rawEntry(5, "C" + tail, 4)}));
+    std::string path = writeJob(rawJob({rawEntry(5, "      7", 1), rawEntry(5, "A" + tail, 2),
+                                        rawEntry(5, "B 1" + tail, 3), rawEntry(5, "C" + tail, 4)}));
     IdxConnection* job = nullptr;
     ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
     const std::vector<std::string> names = {"7", "A" + tail.substr(0, 19),

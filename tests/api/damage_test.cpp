@@ -1,6 +1,5 @@
 // Damaged files through the exports: they refuse, or answer what is right; they never
 // crash, never go on for ever, and leave the file alone.
-#include "engine/engine.h"
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/facts.h"
@@ -15,13 +14,6 @@ namespace
 {
 
 const std::string END_MARK = rawNumber(-1, 2);
-
-std::string writeJob(const std::string& bytes)
-{
-    std::string path = freshDirectory() + "/job.orv";
-    writeBytes(path, bytes);
-    return path;
-}
 
 // Whether a job tells anything about an element.
 bool tells(const std::string& job, const std::string& subject)
@@ -203,66 +195,6 @@ TEST(DamagedKeys, AreRefusedOrPassedBy)
         continuations.push_back(rawEntry(1, key, 1));
     }
     EXPECT_EQ(factsOfJob(writeJob(rawJob(continuations))), Facts());
-}
-
-// -- Below the exports -------------------------------------------------------
-
-struct OpenFile {
-    IndexFile file = {};
-
-    explicit OpenFile(const std::string& bytes, char mode = OPEN_SHARED)
-    {
-        EXPECT_EQ(ixOpen(&file, writeJob(bytes).c_str(), mode), IX_OK);
-    }
-    ~OpenFile() { EXPECT_EQ(ixClose(&file), IX_OK); }
-};
-
-TEST(DamagedEntries, LockNothingAndEndNoDeletion)
-{
-    for (const std::string& holder :
-         {std::string("abc"), rawNumber(INT32_MIN, 4), rawNumber(128, 4)}) {
-        OpenFile job(rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, holder)}));
-        EXPECT_EQ(ixFindFirst(&job.file, 5, nullptr, 0), IX_OK);
-        EXPECT_EQ(ixLockRecord(&job.file, 5), IX_OK);
-    }
-    // Segments without a last one, in leaves that follow each other in a circle.
-    std::string bytes = emptyJob(1).replace(18, 2, rawNumber(2, 2)).substr(0, 1024) +
-                        rawPage(0, 1, rawEntry(19, "", 1, "data", 0), 1, -1, 0) +
-                        rawPage(0, 0, "", 1, 0, 0);
-    for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
-        OpenFile job(bytes, mode);
-        EXPECT_NE(ixDelete(&job.file, 19, "", 1), IX_OK);
-    }
-}
-
-TEST(Limits, AreNotExceeded)
-{
-    for (int32_t counter : {INT32_MAX, INT32_MIN, -1}) {
-        OpenFile job(emptyJob(0).replace(24, 4, rawNumber(counter, 4)));
-        EXPECT_EQ(ixNextSequence(&job.file), IX_SHORT_WRITE);
-        EXPECT_EQ(job.file.sequenceCounter, counter);
-    }
-    // More room in the leaf than there is.
-    std::string entry = rawEntry(3, "a", 1, std::string(240, 0));
-    IndexFile file = {};
-    std::string lying = rawJob({entry}).replace(1024 + 4, 2, rawNumber(1012, 2));
-    EXPECT_EQ(ixOpen(&file, writeJob(lying).c_str(), OPEN_SHARED), IX_PAGE_IO);
-    // Twenty levels, and no room in the only leaf.
-    std::string bytes = emptyJob(0).substr(0, 1024);
-    bytes.replace(2, 2, rawNumber(19, 2)).replace(14, 2, rawNumber(20, 2));
-    bytes.replace(18, 2, rawNumber(20, 2)).replace(30, 2, rawNumber(20, 2));
-    bytes += rawPage(0, 3,
-                     entry + rawEntry(3, "b", 1, bytes.substr(0, 240)) +
-                         rawEntry(3, "c", 1, bytes.substr(0, 240)),
-                     -1, -1, 0);
-    for (int level = 1; level < 20; ++level) {
-        bytes += rawPage(level, 0, "", -1, -1, level - 1);
-    }
-    OpenFile job(bytes);
-    EXPECT_EQ(ixAdd(&job.file, 3, "d", 1, bytes.data(), 240), IX_OK);
-    EXPECT_EQ(ixAdd(&job.file, 3, "e", 1, bytes.data(), 240), IX_SHORT_WRITE);
-    EXPECT_EQ(ixFind(&job.file, 3, "d", 1, nullptr, 0), IX_OK);
-    EXPECT_EQ(job.file.height, 20);
 }
 
 } // namespace

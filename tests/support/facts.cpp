@@ -8,8 +8,7 @@
 
 static const std::string KINDS[] = {"point ", "line ",    "curve ",       "spiral ",
                                     "chain ", "profile ", "survey chain "};
-constexpr int MOST_STEPS = 20000; // no job of the tests has so many elements
-const std::string PARTS = "parts of ";
+constexpr int MOST_STEPS = 20000;  // no job of the tests has so many elements
 const std::string FAULT = "fault"; // of the exports themselves
 
 // -- Elements ----------------------------------------------------------------

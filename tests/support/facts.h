@@ -12,6 +12,9 @@
 
 using Facts = std::set<std::pair<std::string, std::string>>; // what about, and what is told
 
+// What an element consists of is a fact as well, about "parts of" it.
+constexpr char PARTS[] = "parts of ";
+
 // The facts in an element: its own and those of the elements it is made of.
 Facts factsOf(uint32_t kind, const void* element);
 

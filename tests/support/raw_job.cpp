@@ -116,9 +116,11 @@ std::string rawImage(const std::string& fields, const std::string& body)
 
 std::string emptyJob(int sparePages) { return rawJob({}, sparePages); }
 
-std::string writeEmptyJob(int sparePages)
+std::string writeJob(const std::string& bytes)
 {
     std::string path = freshDirectory() + "/job.orv";
-    writeBytes(path, emptyJob(sparePages));
+    writeBytes(path, bytes);
     return path;
 }
+
+std::string writeEmptyJob(int sparePages) { return writeJob(emptyJob(sparePages)); }

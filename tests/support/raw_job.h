@@ -27,7 +27,8 @@ std::string rawImage(const std::string& fields, const std::string& body);
 
 // A job with one empty root leaf and a number of spare zero pages.
 std::string emptyJob(int sparePages);
-// The same in a new directory of the running test; answers its path.
+// A job in a new directory of the running test; answers its path.
+std::string writeJob(const std::string& bytes);
 std::string writeEmptyJob(int sparePages);
 
 // Where a page begins in the file.
