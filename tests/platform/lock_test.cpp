@@ -164,6 +164,7 @@ TEST_P(Openers, HoldTheFileLockUntilTheOutermostEnd)
     EXPECT_EQ(ixClose(&writer), IX_OK);
 }
 
+// Whatever layer forgets to ask; who opened the read is told of it.
 TEST_P(Openers, RefuseAnUpdateInsideAnOutermostRead)
 {
     ASSERT_EQ(other("S"), "1 writes");
@@ -174,6 +175,10 @@ TEST_P(Openers, RefuseAnUpdateInsideAnOutermostRead)
     EXPECT_EQ(ixDelete(&file, 1, "KEY", 5), IX_FILE_LOCK);
     EXPECT_EQ(ixLockRecord(&file, 1), IX_FILE_LOCK);
     EXPECT_EQ(ixNextSequence(&file), IX_FILE_LOCK);
+    EXPECT_EQ(file.updateRefused, 1);
+    const uint8_t page[NODE_PAGE_SIZE] = {};
+    EXPECT_EQ(cachedPageWrite(&file, page, file.rootPage), IX_PAGE_IO);
+    EXPECT_EQ(writeHeader(&file), IX_PAGE_IO);
     EXPECT_EQ(other(lockByte), "s");
     EXPECT_EQ(ixEndRead(&file), 0);
     EXPECT_EQ(other(lockByte), "sx");

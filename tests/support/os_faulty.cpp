@@ -65,6 +65,6 @@ int osUnlock(int descriptor, const OsLockRange* range)
 
 int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descriptor, range); }
 
-uint32_t osMilliseconds() { return realOsMilliseconds(); }
+uint32_t osMilliseconds() { return osFaults.time != 0 ? osFaults.time : realOsMilliseconds(); }
 
 void osGiveWay() { realOsGiveWay(); }

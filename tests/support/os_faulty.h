@@ -32,6 +32,7 @@ struct OsFaults {
     bool shortened = false; // transfers: half of the bytes instead of none
 
     int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
+    uint32_t time = 0;           // milliseconds that the clock shows, unless 0
 
     int failures = 0; // calls that have failed
     int locks = 0;    // lock calls made
