@@ -85,6 +85,45 @@ TEST(DamagedFile, TellsNothingThatTheSoundOneDoesNot)
     }
 }
 
+// The names of the survey chains come from their records.
+TEST(DamagedRecord, EndsTheListOfSurveyChainsWithAnError)
+{
+    Tiny tiny;
+    std::string told;
+    for (const auto& [number, places] : tiny.sound.places) {
+        std::string damaged = tiny.sound.bytes;
+        damaged[places.begin()->first + 10] ^= 1; // the checksum
+        writeBytes(tiny.path, damaged);
+        IdxConnection* job = nullptr;
+        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, tiny.path.c_str(), 0), IDX_OK);
+        uint32_t count = 9;
+        char* names = nullptr;
+        int32_t result = orvIdx_numberOfElements(job, ELEMENT_SURVEY_CHAIN, &count, &names);
+        EXPECT_TRUE((result == IDX_OK) == (count == 2) && (result == IDX_OK) == (names != nullptr));
+        if (result != IDX_OK) told += std::to_string(number) + ":" + std::to_string(count) + " ";
+        orvIdx_freeElementNameList(&names);
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+    }
+    EXPECT_EQ(told, "35:1 37:0 ");
+}
+
+// The key and the record agree on what no point can be called.
+TEST(PointKey, ThatIsNoPointNameNamesNothing)
+{
+    Tiny tiny;
+    std::string renamed = tiny.sound.bytes;
+    for (size_t at = 0; (at = renamed.find("A             5")) != std::string::npos;) {
+        renamed[at + 14] = 'B';
+    }
+    writeBytes(tiny.path, renamed);
+    EXPECT_FALSE(tells(tiny.path, "point AB") || tells(tiny.path, "point A5"));
+    EXPECT_TRUE(tells(tiny.path, "point A10"));
+    IdxConnection* job = nullptr;
+    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, tiny.path.c_str(), 0), IDX_OK);
+    EXPECT_EQ(namesOf(job, ELEMENT_POINT).at(4), "AB");
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+}
+
 // -- Records -----------------------------------------------------------------
 
 std::string recordKey(const std::string& tag, const std::string& name = "X")

@@ -1,6 +1,5 @@
-// Point names and numbers at the edges of what they may be; the table of job files.
+// Point names and numbers at the edges of what they may be.
 #include "cogo/vertical_curves.h"
-#include "jobdb/jobdb_state.h"
 
 #include <gtest/gtest.h>
 
@@ -35,38 +34,4 @@ TEST(Numbers, AreConvertedWhateverTheyAre)
     EXPECT_EQ(profile.headerValue, 0);
     EXPECT_EQ(profile.segmentCount, 2);
     clearProfile(&profile);
-}
-
-TEST(JobFileTable, MovesContextsWithTheirFiles)
-{
-    IndexFile* contexts = jobdbState.table.contexts;
-    auto command = [](const char* word, std::string name) {
-        int32_t slot = 77;
-        int answer = jobFileCommand(&slot, name.data(), word);
-        return std::pair<int, int32_t>(answer, slot);
-    };
-    using Answer = std::pair<int, int32_t>;
-    command("INITIALIZE", "");
-    EXPECT_EQ(command("ADD_COGO_FILE", "A"), Answer(1, 0));
-    EXPECT_EQ(command("ADD_COGO_FILE", "A"), Answer(2, 0));
-    EXPECT_EQ(command("ADD_FILE", "B"), Answer(1, 1));
-    contexts[0].number = 10;
-    contexts[1].number = 11;
-    contexts[1].keyBuffer[5] = contexts[1].keyBuffers[5];
-    EXPECT_EQ(command("ADD_COGO_FILE", "B"), Answer(1, 0)); // takes A's place
-    EXPECT_TRUE(slotContext(0)->number == 11 && contexts[1].number == 10);
-    EXPECT_EQ(contexts[0].keyBuffer[5], contexts[0].keyBuffers[5]);
-    EXPECT_EQ(command("ADD_COGO_FILE", "C"), Answer(1, 0)); // B goes on in slot 2
-    EXPECT_EQ(contexts[2].keyBuffer[5], contexts[2].keyBuffers[5]);
-    for (int slot = 3; slot < 10; ++slot) {
-        std::string name(300, static_cast<char>('0' + slot));
-        EXPECT_EQ(command("ADD_FILE", name), Answer(1, slot));
-    }
-    EXPECT_EQ(command("ADD_COGO_FILE", "X"), Answer(0, 77));
-    EXPECT_EQ(command("GET_FILE_NUMBER", std::string(300, '3')), Answer(1, -1));
-    EXPECT_EQ(command("GET_FILE_NUMBER", std::string(254, '3')), Answer(1, 3));
-    EXPECT_EQ(command("REMOVE_FILE", "C"), Answer(1, 0));
-    EXPECT_EQ(command("SET_FILE_TO_COGO", "B"), Answer(1, 0));
-    EXPECT_EQ(contexts[0].number, 11);
-    command("INITIALIZE", "");
 }
