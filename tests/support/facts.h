@@ -5,10 +5,10 @@
 
 #include "api/orvIdx.h"
 
-#include <map>
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 using Facts = std::set<std::pair<std::string, std::string>>; // what about, and what is told
 
@@ -23,13 +23,21 @@ Facts factsOf(uint32_t kind, const void* element);
 // is told about the subject "fault".
 Facts factsOfJob(const std::string& path);
 
+// True when there is a fact about the subject.
+bool tells(const Facts& facts, const std::string& subject);
+
+// An entry with data of a record, and the subjects that it is needed for.
+struct StoredData {
+    size_t at;
+    size_t size;
+    std::set<std::string> subjects;
+};
+
 // A sound job in which reading writes nothing.
 struct SoundJob {
     std::string bytes;
     Facts facts;
-    // By record number: where its entries lie (begin and end), and what is told of it.
-    std::map<int32_t, std::set<std::pair<size_t, size_t>>> places;
-    std::map<int32_t, std::set<std::string>> subjects;
+    std::vector<StoredData> data;
 };
 
 // Learns about a job, which lies at a path and is damaged there meanwhile.

@@ -1,6 +1,9 @@
 #include "tests/support/os_faulty.h"
 
+#include "platform/heap.h"
+
 OsFaults osFaults;
+int liveBlocks;
 
 int realOsOpen(const char* path, OsAccess access);
 int realOsClose(int descriptor);
@@ -11,6 +14,9 @@ int realOsUnlock(int descriptor, const OsLockRange* range);
 int realOsProbe(int descriptor, const OsLockRange* range);
 uint32_t realOsMilliseconds();
 void realOsGiveWay();
+void* realAllocateZeroed(size_t count, size_t size);
+void* realReallocate(void* block, size_t oldSize, size_t newSize);
+void realRelease(void* block);
 
 static bool fails(OsCall call)
 {
@@ -68,3 +74,21 @@ int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descr
 uint32_t osMilliseconds() { return osFaults.time != 0 ? osFaults.time : realOsMilliseconds(); }
 
 void osGiveWay() { realOsGiveWay(); }
+
+void* allocateZeroed(size_t count, size_t size)
+{
+    void* block = fails(OS_CALL_ALLOCATE) ? nullptr : realAllocateZeroed(count, size);
+    liveBlocks += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* reallocate(void* block, size_t oldSize, size_t newSize)
+{
+    return fails(OS_CALL_ALLOCATE) ? nullptr : realReallocate(block, oldSize, newSize);
+}
+
+void release(void* block)
+{
+    liveBlocks -= block != nullptr ? 1 : 0;
+    realRelease(block);
+}

@@ -1,5 +1,6 @@
-// The operating system's files with faults. A test that compiles os_faulty.cpp in has
-// these functions in the place of the backend, to which they pass the calls on.
+// The operating system's files and memory with faults. A test that compiles os_faulty.cpp
+// in has these functions in the place of the backend and of the heap, to which they pass
+// the calls on.
 #pragma once
 
 #include "platform/os.h"
@@ -12,7 +13,8 @@ enum OsCall {
     OS_CALL_READ,
     OS_CALL_WRITE,
     OS_CALL_LOCK,
-    OS_CALL_UNLOCK
+    OS_CALL_UNLOCK,
+    OS_CALL_ALLOCATE
 };
 
 struct OsTransfer {
@@ -40,3 +42,6 @@ struct OsFaults {
 };
 
 extern OsFaults osFaults;
+
+// Blocks of memory that the product has and not given back.
+extern int liveBlocks;
