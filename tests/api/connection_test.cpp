@@ -7,6 +7,7 @@
 #include "tests/support/raw_job.h"
 
 #include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 
 static int32_t connectTo(const std::string& path, IdxConnection** job)
@@ -70,6 +71,11 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
     EXPECT_EQ(orvIdx_connectToOrvaneOrvFile(&other, nullptr, 0), IDX_ERROR);
     EXPECT_EQ(connectTo(longPath, &other), IDX_ERROR);
 
+    EXPECT_EQ(orvIdx_isOrvaneOrvFile(nullptr), 1);
+    char password[13] = "";
+    EXPECT_EQ(dlmPassword(password), password);
+    EXPECT_EQ(strlen(password), 12U);
+    EXPECT_EQ(initialize(), 0);
     uint32_t count = 99;
     void* element = &count;
     EXPECT_EQ(orvIdx_numberOfElements(job, 7, &count, nullptr), IDX_ERROR);

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <random>
 
 namespace
 {
@@ -48,7 +49,7 @@ using Operation = std::function<int(Job&, int index)>;
 
 // Every operation with an index, then those without.
 const Operation OPERATIONS[] = {
-    [](Job& job, int index) { return job.find(index, "K"); },
+    [](Job& job, int index) { return job.find(index, job.text); },
     [](Job& job, int index) { return ixFindFirst(&job.file, index, nullptr, 0); },
     [](Job& job, int index) { return ixFindLast(&job.file, index, nullptr, 0); },
     [](Job& job, int index) { return ixNext(&job.file, index, nullptr, 0); },
@@ -56,7 +57,7 @@ const Operation OPERATIONS[] = {
     [](Job& job, int index) { return ixReadCurrent(&job.file, index, nullptr, 0); },
     [](Job& job, int index) { return ixAdd(&job.file, index, "N", 1, nullptr, 0); },
     [](Job& job, int index) { return ixAddUnique(&job.file, index, "N", 1, nullptr, 0); },
-    [](Job& job, int index) { return ixDelete(&job.file, index, "K", 1); },
+    [](Job& job, int index) { return ixDelete(&job.file, index, job.text, 1); },
     [](Job& job, int index) { return ixLockRecord(&job.file, index); },
     [](Job& job, int index) { return ixCheckLock(&job.file, index); },
     [](Job& job, int index) { return ixUnlockRecord(&job.file, index); },
@@ -92,14 +93,32 @@ TEST(Operations, RefuseWhatCannotBeDone)
             EXPECT_EQ(OPERATIONS[i](job, 20), IX_FILE_LOCK);
             osFaults = {};
         }
-        job.file.state = STATE_CLOSED;
-        EXPECT_EQ(OPERATIONS[i](job, 20), IX_NOT_OPEN);
-        job.file.state = STATE_OPEN;
+        for (uint8_t* mark : {&job.file.marker1, &job.file.marker2, &job.file.marker3,
+                              &job.file.marker4, &job.file.marker5, &job.file.marker6,
+                              &job.file.marker7, &job.file.marker8, &job.file.state}) {
+            ++*mark;
+            EXPECT_EQ(OPERATIONS[i](job, 20), IX_NOT_OPEN);
+            --*mark;
+        }
     }
     EXPECT_TRUE(fileBytes(job.path) == before);
     job.layout[1].type = 'X';
     for (size_t i = WITH_INDEX + 1; i < WITH_INDEX + 4; ++i) {
         EXPECT_EQ(OPERATIONS[i](job, 20), IX_LAYOUT_TYPE);
+    }
+}
+
+// What was done cannot be taken back, but nobody is told that all is well.
+TEST(Operations, TellOfALockThatStays)
+{
+    for (const Operation& operation : OPERATIONS) {
+        Job job(rawJob({rawEntry(5, "K", 1), rawEntry(20, "K", 1)}, 3));
+        ASSERT_EQ(job.find(20, "K"), IX_OK);
+        job.file.currentRecordNumber = 1;
+        osFaults = {.call = OS_CALL_UNLOCK, .first = 1};
+        EXPECT_LT(operation(job, 20), 0);
+        EXPECT_EQ(osFaults.failures, 1);
+        osFaults = {};
     }
 }
 
@@ -218,6 +237,57 @@ TEST(DamagedEntries, LockNothingAndEndNoDeletion)
     for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
         Job job(bytes, mode);
         EXPECT_NE(ixDelete(&job.file, 19, "", 1), IX_OK);
+    }
+}
+
+// Steps through index 3 to its end; every step leads strictly onward. Answers how many.
+size_t stepsToTheEnd(Job& job, int first(IndexFile*, int, void*, uint32_t),
+                     int next(IndexFile*, int, void*, uint32_t), int direction)
+{
+    std::pair<std::string, int32_t> before;
+    size_t steps = 0;
+    for (int result = first(&job.file, 3, nullptr, 0); result == IX_OK && steps < 1000; ++steps) {
+        std::pair<std::string, int32_t> here(job.file.key, job.file.number);
+        EXPECT_TRUE(steps == 0 || (direction > 0 ? before < here : here < before));
+        before = here;
+        result = next(&job.file, 3, nullptr, 0);
+    }
+    return steps;
+}
+
+// Pages that have left the cache come back damaged, wherever a position stands in them.
+TEST(DamagedTree, EndsEveryOperationAndWalk)
+{
+    std::vector<std::string> entries;
+    for (int i = 0; i < 90; ++i) {
+        std::string key = std::to_string(100 + i / 3) + std::string(80, 'k');
+        entries.push_back(
+            rawEntry(3, key, 1, std::string(100, 'd'), i % 3 | (i % 3 == 2 ? 128 : 0)));
+    }
+    const std::string sound = rawJob(entries, 6);
+    const size_t pages = sound.size() / 1024 - 7;
+    std::mt19937 random(3);
+    for (int run = 0; run < 600; ++run) {
+        SCOPED_TRACE(run);
+        Job job(sound, run % 2 == 0 ? OPEN_SHARED : OPEN_EXCLUSIVE);
+        strcpy(job.text, entries[random() % 90].substr(2, 83).c_str());
+        for (auto steps = random() % 31; steps > 0; --steps) {
+            EXPECT_EQ(ixNext(&job.file, 3, nullptr, 0), IX_OK);
+        }
+        std::string damaged = sound;
+        for (auto change = 1 + random() % 3; change > 0; --change) {
+            size_t at = 1024 * (1 + random() % pages) + random() % (random() % 2 == 0 ? 12 : 1024);
+            damaged[at] = static_cast<char>(random() % 3 == 0 ? random() : damaged[at] + 1);
+        }
+        writeBytes(job.path, damaged);
+        dropFile(job.file.fileDescriptor);
+        for (int i = 0; i < 10; ++i) {
+            int result = OPERATIONS[random() % WITH_INDEX](job, 3);
+            EXPECT_TRUE(result != IX_FILE_LOCK && result != IX_NOT_OPEN && result <= IX_BEFORE);
+            EXPECT_EQ(job.file.readNesting + job.file.updateNesting + job.file.internalCall, 0);
+        }
+        EXPECT_LE(stepsToTheEnd(job, ixFindFirst, ixNext, 1), 92U);
+        EXPECT_LE(stepsToTheEnd(job, ixFindLast, ixPrevious, -1), 92U);
     }
 }
 

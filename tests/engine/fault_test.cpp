@@ -127,6 +127,8 @@ class Faults : public testing::TestWithParam<Drive>
         ASSERT_EQ(job.find(TARGET), IX_OK);
         bool locks = operation == CLOSE || operation == MOVE;
         ASSERT_TRUE(!locks || ixLockRecord(&job.file, 1) == IX_OK);
+        // As if another process had written: the pages are read anew.
+        if (mode == OPEN_SHARED) poke32(base.path, 36, 1000000);
         job.setRecord(TARGET, 1);
     }
     int carryOut(Job& job)

@@ -82,6 +82,13 @@ TEST(JobFileTable, MovesContextsWithTheirFiles)
         EXPECT_EQ(jobFileCommand(&index, other, command), JOB_FILE_REFUSED);
     }
     EXPECT_EQ(jobFileCommand(&index, nullptr, "REMOVE_FILE"), JOB_FILE_REFUSED);
+    for (int slot : {-1, JOB_FILE_SLOTS}) {
+        for (auto move : {copyContextFromCogo, copyContextToCogo, swapContextWithCogo}) {
+            EXPECT_EQ(move(slot), JOB_FILE_REFUSED);
+            EXPECT_EQ(move(COGO_SLOT), JOB_FILE_DONE);
+        }
+        EXPECT_EQ(contextOfSlot(slot), &jobdbState.table.contexts[0]);
+    }
     EXPECT_TRUE(index == UNTOUCHED && tableContent() == full);
     const IndexFile* contexts = jobdbState.table.contexts;
     EXPECT_EQ(contexts[0].key, contexts[0].keyBuffers[5]); // the mark '1' has come there
