@@ -60,15 +60,17 @@ TEST(DamagedFile, TellsNothingThatTheSoundOneDoesNot)
     }
 }
 
-// The names of the survey chains come from their records.
-TEST(DamagedRecord, EndsTheListOfSurveyChainsWithAnError)
+// Nothing stands in for it, neither what was read before; and as the names of survey
+// chains come from their records, it ends the list of these.
+TEST(UnreadableRecord, TellsNothingAndIsAnErrorInTheListOfSurveyChains)
 {
     Tiny tiny;
     std::string told;
     for (const StoredData& data : tiny.sound.data) {
         std::string damaged = tiny.sound.bytes;
-        damaged[data.at + 10] ^= 1; // of the checksum
+        damaged[data.at + 7] = 0x55; // the segment byte
         writeBytes(tiny.path, damaged);
+        EXPECT_EQ(wrongFact(tiny.sound, tiny.sound.bytes, factsOfJob(tiny.path)), "");
         IdxConnection* job = nullptr;
         ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, tiny.path.c_str(), 0), IDX_OK);
         uint32_t count = 9;
