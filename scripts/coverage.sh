@@ -15,7 +15,7 @@ cmake -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORVIDX_BENCH=OFF -DORVIDX_CL
 cmake --build $build
 find $build -name '*.gcda' -delete
 # The counters are writable objects everywhere.
-ctest --test-dir $build -j 2 --no-tests=error --output-on-failure -E '^Product\.KeepsWritable' \
+ctest --test-dir $build -j 2 --timeout 120 --no-tests=error --output-on-failure -E '^Product\.KeepsWritable' \
   >$build/tests.log || {
   cat $build/tests.log
   exit 1

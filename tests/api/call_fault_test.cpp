@@ -63,6 +63,8 @@ struct Drive {
     std::vector<Fault> faults;
 };
 
+void PrintTo(const Drive& drive, std::ostream* out) { *out << drive.golden; }
+
 class CallFaults : public testing::TestWithParam<Drive>
 {
   protected:

@@ -13,7 +13,7 @@ std::string rawNumber(int64_t value, int width)
     return bytes;
 }
 
-static void poke(const std::string& path, long offset, const std::string& bytes)
+void poke(const std::string& path, long offset, const std::string& bytes)
 {
     std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
     file.seekp(offset);

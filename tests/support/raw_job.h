@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-// Changes numbers of a file in place.
+// Changes bytes of a file in place, which may be open.
+void poke(const std::string& path, long offset, const std::string& bytes);
 void poke16(const std::string& path, long offset, int value);
 void poke32(const std::string& path, long offset, int32_t value);
 
