@@ -25,7 +25,7 @@ static std::string tableContent()
     return content;
 }
 
-TEST(JobFileTable, MovesContextsWithTheirFiles)
+TEST(JobFileTable, MovesContextsWithTheirFilesAndRemembersNames)
 {
     for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
         jobdbState.table.contexts[slot].number = '0' + slot;
@@ -39,8 +39,10 @@ TEST(JobFileTable, MovesContextsWithTheirFiles)
         int32_t index;   // what is answered there
         int32_t current; // slot from then on
         const char* content;
+        const char* told = nullptr; // what the name has become
     } steps[] = {
         {"INITIALIZE", "", 1, UNTOUCHED, -1, ".......... 0123456789"},
+        {"CURRENT", "X", 1, -1, -1, ".......... 0123456789", ""},
         {"ADD_FILE", "A", 1, 0, 0, "A......... 0123456789"},
         {"REMOVE_FILE", "A", 1, 0, 0, ".......... 0123456789"},
         {"ADD_COGO_FILE", "A", 1, 0, 0, "A......... 0123456789"},
@@ -48,11 +50,15 @@ TEST(JobFileTable, MovesContextsWithTheirFiles)
         {"ADD_FILE", "B", 1, 1, 1, "AB........ 0123456789"},
         {"ADD_COGO_FILE", "B", 1, 0, 0, "BA........ 1023456789"}, // takes A's place
         {"ADD_FILE", "A", 1, 1, 1, "BA........ 1023456789"},
+        {"CURRENT", "X", 1, 1, 1, "BA........ 1023456789", "A"},
         {"ADD_COGO_FILE", "C", 1, 0, 0, "CAB....... 1013456789"}, // B goes on in slot 2
         {"SET_FILE_TO_COGO", "A", 1, 0, 0, "ACB....... 0113456789"},
         {"SET_FILE_TO_COGO", "X", 1, -1, 0, "ACB....... 0113456789"},
         {"GET_FILE_NUMBER", "B", 1, 2, 2, "ACB....... 0113456789"},
         {"GET_FILE_NUMBER", "X", 1, -1, 2, "ACB....... 0113456789"},
+        {"CURRENT_ALT", "X", 1, UNTOUCHED, 2, "ACB....... 0113456789", "B"},
+        {"GET_OLD_FILE", "X", 1, UNTOUCHED, 2, "ACB....... 0113456789", "A"},
+        {"GET_ALT", "X", 1, UNTOUCHED, 2, "ACB....... 0113456789", "B"},
         {"SET_FILE_TO_COGO", "A", 1, 0, 0, "ACB....... 0113456789"},
         {"REMOVE_FILE", "X", 1, -1, 0, "ACB....... 0113456789"},
         {"REMOVE_FILE", "A", 1, 0, 0, ".CB....... 0113456789"},
@@ -64,8 +70,10 @@ TEST(JobFileTable, MovesContextsWithTheirFiles)
     for (const auto& step : steps) {
         SCOPED_TRACE(step.command + std::string(" ") + step.name);
         int32_t index = UNTOUCHED;
-        std::string name = step.name;
-        EXPECT_EQ(jobFileCommand(&index, name.data(), step.command), step.answer);
+        char name[512] = "";
+        strcpy(name, step.name);
+        EXPECT_EQ(jobFileCommand(&index, name, step.command), step.answer);
+        EXPECT_STREQ(name, step.told != nullptr ? step.told : step.name);
         EXPECT_EQ(index, step.index);
         EXPECT_EQ(jobdbState.table.currentSlot, step.current);
         EXPECT_EQ(tableContent(), step.content);
@@ -73,6 +81,8 @@ TEST(JobFileTable, MovesContextsWithTheirFiles)
     for (int slot = 2; slot < JOB_FILE_SLOTS; ++slot) {
         std::string name(300, static_cast<char>('a' + slot));
         EXPECT_EQ(jobFileCommand(nullptr, name.data(), "ADD_FILE"), JOB_FILE_DONE);
+        EXPECT_EQ(slotContext(0), &jobdbState.table.contexts[slot]);
+        EXPECT_EQ(jobdbState.table.slots[slot].name, name.substr(0, 254));
     }
     const std::string full = tableContent();
     EXPECT_EQ(full, "BCcdefghij 1113456789");
@@ -92,31 +102,6 @@ TEST(JobFileTable, MovesContextsWithTheirFiles)
     EXPECT_TRUE(index == UNTOUCHED && tableContent() == full);
     const IndexFile* contexts = jobdbState.table.contexts;
     EXPECT_EQ(contexts[0].key, contexts[0].keyBuffers[5]); // the mark '1' has come there
-}
-
-TEST(JobFileTable, RemembersTheNamesItHasReported)
-{
-    auto ask = [](const char* command) {
-        char name[512] = "untouched";
-        int32_t index = UNTOUCHED;
-        EXPECT_EQ(jobFileCommand(&index, name, command), JOB_FILE_DONE);
-        return std::to_string(index) + name;
-    };
-    std::string longName(300, 'L');
-    jobFileCommand(nullptr, nullptr, "INITIALIZE");
-    EXPECT_EQ(ask("CURRENT"), "-1");
-    EXPECT_EQ(slotContext(3), &jobdbState.table.contexts[0]);
-    jobFileCommand(nullptr, longName.data(), "ADD_FILE");
-    EXPECT_EQ(ask("CURRENT"), "0" + longName.substr(0, 254));
-    char other[] = "B";
-    jobFileCommand(nullptr, other, "ADD_FILE");
-    EXPECT_EQ(slotContext(0), &jobdbState.table.contexts[1]);
-    EXPECT_EQ(ask("CURRENT_ALT"), "77B");
-    EXPECT_EQ(ask("GET_ALT"), "77B");
-    EXPECT_EQ(ask("GET_OLD_FILE"), "77" + longName.substr(0, 254));
-    EXPECT_EQ(jobFileCommand(nullptr, longName.data(), "GET_FILE_NUMBER"), JOB_FILE_DONE);
-    EXPECT_EQ(ask("CURRENT"), "1B"); // the whole name is no name of a slot
-    jobFileCommand(nullptr, nullptr, "INITIALIZE");
 }
 
 // What a command answers and the number it leaves.
