@@ -59,11 +59,13 @@ struct Fault {
 };
 
 struct Drive {
+    const char* name;
     const char* golden;
     std::vector<Fault> faults;
+    std::vector<uint32_t> kinds;
 };
 
-void PrintTo(const Drive& drive, std::ostream* out) { *out << drive.golden; }
+void PrintTo(const Drive& drive, std::ostream* out) { *out << drive.name; }
 
 class CallFaults : public testing::TestWithParam<Drive>
 {
@@ -111,36 +113,46 @@ class CallFaults : public testing::TestWithParam<Drive>
     IdxConnection* job = nullptr;
 };
 
-const Drive DRIVES[] = {{"tiny",
-                         {{OS_CALL_READ, false, false},
-                          {OS_CALL_READ, true, false},
-                          {OS_CALL_READ, false, true},
-                          {OS_CALL_LOCK, false, false},
-                          {OS_CALL_LOCK, true, false},
-                          {OS_CALL_UNLOCK, false, false},
-                          {OS_CALL_UNLOCK, true, false}}},
-                        {"mixed", {{OS_CALL_ALLOCATE, false, false}}}};
+const Drive DRIVES[] = {
+    {"System",
+     "tiny",
+     {{OS_CALL_READ, false, false},
+      {OS_CALL_READ, true, false},
+      {OS_CALL_READ, false, true},
+      {OS_CALL_LOCK, false, false},
+      {OS_CALL_LOCK, true, false},
+      {OS_CALL_UNLOCK, false, false},
+      {OS_CALL_UNLOCK, true, false}},
+     {0, 1, 2, 3, 4, 5, 6}},
+    {"LargerFile", "mixed", {{OS_CALL_READ, false, false}}, {ELEMENT_LINE, ELEMENT_PROFILE}},
+    {"Memory", "mixed", {{OS_CALL_ALLOCATE, false, false}}, {0, 1, 2, 3, 4, 5, 6}}};
 
 INSTANTIATE_TEST_SUITE_P(Of, CallFaults, testing::ValuesIn(DRIVES),
-                         [](const auto& drive) { return drive.param.golden; });
+                         [](const auto& drive) { return drive.param.name; });
 
 TEST_P(CallFaults, MakeNoListAndNoElementWrong)
 {
-    auto nothing = [] {};
-    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+    for (uint32_t kind : GetParam().kinds) {
         SCOPED_TRACE(kind);
-        EXPECT_EQ(readList(job, kind).result, IDX_OK);
-        failEach([&] { return readList(job, kind); }, nothing);
         auto first = [&](void** out) { return orvIdx_readFirstElement(job, kind, out); };
         auto next = [&](void** out) { return orvIdx_readNextElement(job, kind, out); };
-        failEach([&] { return readElement(kind, first); }, nothing);
+        // What was read before is another element.
+        auto readFirst = [&] { readElement(kind, first); };
+        auto readSecond = [&] {
+            readElement(kind, first);
+            readElement(kind, next);
+        };
+        EXPECT_EQ(readList(job, kind).result, IDX_OK);
+        failEach([&] { return readList(job, kind); }, readFirst);
+        failEach([&] { return readElement(kind, first); }, readSecond);
         int steps = 0;
         for (const std::string& name : namesOf(job, kind)) {
             SCOPED_TRACE(name);
             auto byName = [&](void** out) {
                 return orvIdx_readElementbyName(job, kind, name.c_str(), out);
             };
-            failEach([&] { return readElement(kind, byName); }, nothing);
+            failEach([&] { return readElement(kind, byName); },
+                     steps == 0 ? std::function(readSecond) : readFirst);
             auto walkThere = [&] {
                 readElement(kind, first);
                 for (int step = 0; step < steps; ++step) {
