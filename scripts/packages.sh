@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs what is missing of the Debian packages that the build and the tests need, and,
 # where they can be had, of those for the builds for other platforms: without these the
-# tests there are skipped.
+# tests there are skipped. Packages named as arguments are installed as well.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build
   libcli11-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev
   binutils clang-format clang-tidy
+  "$@"
 )
 for_other_platforms=(g++-mingw-w64-i686 g++-multilib googletest)
 

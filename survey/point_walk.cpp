@@ -27,7 +27,7 @@ static int walkSelection(char* text)
     return number;
 }
 
-static int positionOnFirst(RecordFile* job)
+int surveyFirstPoint(RecordFile* job)
 {
     char text[SELECTION_ROOM];
     int selection = walkSelection(text);
@@ -36,7 +36,7 @@ static int positionOnFirst(RecordFile* job)
     return findSurveyRecord(job, text, selection, MATCH_EXACT);
 }
 
-static int positionOnNext(RecordFile* job)
+int surveyNextPoint(RecordFile* job)
 {
     char text[SELECTION_ROOM];
     int selection = walkSelection(text);
@@ -57,12 +57,12 @@ int firstPoint(RecordFile* job, ElementName* name)
 {
     int32_t selections = ALL_SELECTIONS;
     surveyIndexCommand("SETKEY", &selections, nullptr);
-    return nameReached(job, positionOnFirst(job), name);
+    return nameReached(job, surveyFirstPoint(job), name);
 }
 
 int nextPoint(RecordFile* job, ElementName* name)
 {
-    return nameReached(job, positionOnNext(job), name);
+    return nameReached(job, surveyNextPoint(job), name);
 }
 
 int readPointByName(RecordFile* job, const char* name, ElementName* reached)

@@ -106,6 +106,12 @@ int readChainPointList(RecordFile* job, PointListRecord* record);
 
 // -- The walk over the points (point_walk.cpp) -------------------------------
 
+// Position on the first and the next point of the walk: all in the order of their names, or
+// those that the selections in force ask for. They return SURVEY_OK, or something else at the
+// end.
+int surveyFirstPoint(RecordFile* job);
+int surveyNextPoint(RecordFile* job);
+
 // A name as it reaches the host: cut to ELEMENT_NAME_LENGTH characters.
 struct ElementName {
     char text[ELEMENT_NAME_ROOM];

@@ -1,4 +1,5 @@
 // Connecting: to what is no job database, with wrong arguments, twice, read-only.
+#include "tests/support/bad_files.h"
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/os_faulty.h"
@@ -6,6 +7,7 @@
 #include "tests/support/raw_job.h"
 
 #include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 
 static int32_t connectTo(const std::string& path, IdxConnection** job)
@@ -26,19 +28,13 @@ static bool isRead(IdxConnection* job, uint32_t kind, const std::string& name)
 
 TEST(Connect, RefusesWhatIsNoCurrentJob)
 {
-    // Of the older format, with a lock entry of the user slot that the opener gets.
-    std::string older = rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, rawNumber(0, 4))});
-    for (size_t i = 0; i < 8; ++i) {
-        older["\0\4\10\14\20\24\34\40"[i]] = "VALIDATE"[i];
-    }
     IdxConnection* job = nullptr;
     std::string directory = freshDirectory();
     std::string path = directory + "/job.orv";
-    for (const std::string& bytes :
-         {older, std::string(), std::string(3000, 'x'), emptyJob(0).substr(0, 1024)}) {
-        writeBytes(path, bytes);
-        EXPECT_EQ(connectTo(path, &job), bytes == older ? IDX_OLDER_FORMAT : IDX_ERROR);
-        EXPECT_EQ(fileBytes(path), bytes);
+    for (const BadFile& file : badFiles()) {
+        writeBytes(path, file.bytes);
+        EXPECT_EQ(connectTo(path, &job), file.connectResult) << file.what;
+        EXPECT_TRUE(fileBytes(path) == file.bytes) << file.what;
     }
     EXPECT_EQ(connectTo(directory, &job), IDX_ERROR);
     EXPECT_EQ(connectTo(path + "/x", &job), IDX_ERROR);
@@ -93,6 +89,11 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
     EXPECT_EQ(orvIdx_connectToOrvaneOrvFile(&other, nullptr, 0), IDX_ERROR);
     EXPECT_EQ(connectTo(longPath, &other), IDX_ERROR);
 
+    EXPECT_EQ(orvIdx_isOrvaneOrvFile(nullptr), 1);
+    char password[13] = "";
+    EXPECT_EQ(dlmPassword(password), password);
+    EXPECT_EQ(strlen(password), 12U);
+    EXPECT_EQ(initialize(), 0);
     uint32_t count = 99;
     void* element = &count;
     EXPECT_EQ(orvIdx_numberOfElements(job, 7, &count, nullptr), IDX_ERROR);

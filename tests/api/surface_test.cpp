@@ -1,12 +1,18 @@
 // What the built files show to the world: the library's symbols and dependencies, and
-// writable objects in the product, all of them ELF files; and a disk that is full as only
-// POSIX systems let it seem.
+// writable objects in the product, all of them ELF files; and what only POSIX systems do to
+// a program: a disk that seems full, transfers in part, signals.
 
+#include "platform/os.h"
 #include "tests/support/command.h"
+#include "tests/support/raw_job.h"
 
+#include <atomic>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <set>
 #include <sstream>
+#include <sys/resource.h>
+#include <thread>
 
 static std::vector<std::vector<std::string>> linesOfWords(const std::string& text)
 {
@@ -135,4 +141,51 @@ TEST(Orvidx, KeepsTheOldExportWhenTheDiskIsFull)
     EXPECT_EQ(fileBytes(out), "before");
     EXPECT_EQ(runCommand({"/bin/ls", directory}).output, "out.json\n");
     EXPECT_EQ(runCommand({ORVIDX_TOOL, "export", job, "-o", "/dev/full"}).status, 1);
+}
+
+TEST(Transfers, AreDoneAsFarAsTheSystemGoes)
+{
+    int descriptor = osOpen(writeEmptyJob(0).c_str(), OS_READ_WRITE);
+    char bytes[300] = "";
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    rlimit lower = {3000, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &lower);
+    EXPECT_EQ(osWriteAt(descriptor, 2900, bytes, 300), 100);
+    EXPECT_EQ(osWriteAt(descriptor, 3000, bytes, 300), OS_FAILED);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(osReadAt(descriptor, 2900, bytes, 300), 100);
+    EXPECT_EQ(osReadAt(descriptor, 3000, bytes, 300), 0);
+    EXPECT_EQ(osClose(descriptor), OS_DONE);
+    EXPECT_EQ(osReadAt(descriptor, 0, bytes, 300), OS_FAILED);
+    EXPECT_EQ(osWriteAt(descriptor, 0, bytes, 300), OS_FAILED);
+    EXPECT_EQ(osClose(descriptor), OS_FAILED);
+}
+
+TEST(Signals, DoNotEndTheWaitForALock)
+{
+    std::string path = writeEmptyJob(0);
+    int holder = osOpen(path.c_str(), OS_READ_WRITE);
+    int waiter = osOpen(path.c_str(), OS_READ_WRITE);
+    OsLockRange range = {1, 1};
+    ASSERT_EQ(osLock(holder, OS_LOCK_EXCLUSIVE, OS_LOCK_AT_ONCE, &range), OS_DONE);
+
+    static std::atomic<int> signals;
+    struct sigaction action = {};
+    action.sa_handler = [](int) { ++signals; };
+    sigaction(SIGALRM, &action, nullptr); // which system calls are not restarted after
+    const pthread_t test = pthread_self();
+    std::thread releaser([&] {
+        while (signals < 3) {
+            pthread_kill(test, SIGALRM);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        osUnlock(holder, &range);
+    });
+    EXPECT_EQ(osLock(waiter, OS_LOCK_EXCLUSIVE, OS_LOCK_WAIT, &range), OS_DONE);
+    EXPECT_GE(signals, 3);
+    releaser.join();
+    osClose(holder);
+    osClose(waiter);
 }

@@ -341,6 +341,8 @@ struct Drive {
     int height; // levels the tree has at least in the end
 };
 
+void PrintTo(const Drive& drive, std::ostream* out) { *out << drive.mode << drive.users; }
+
 class EngineModel : public testing::TestWithParam<Drive>
 {
 };

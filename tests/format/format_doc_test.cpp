@@ -1,8 +1,4 @@
-// The bytes that docs/format.md decodes, against the sample job and the accessors.
-#include "format/format.h"
-#include "records/record_image.h"
-#include "survey/survey.h"
-#include "survey/survey_state.h"
+// The bytes that docs/format.md decodes, against the sample job that it takes them from.
 #include "tests/support/command.h"
 
 #include <gtest/gtest.h>
@@ -10,125 +6,50 @@
 #include <fstream>
 #include <sstream>
 
-namespace
+// Compares the table under a heading with the bytes at an offset of the sample job: its
+// rows cover them from the first on without a gap, and a row about a number names it.
+// Answers how many bytes they are.
+static size_t compareTable(const std::string& heading, size_t at)
 {
-
-struct Row {
-    int offset;
-    std::string bytes;
-    std::string meaning;
-};
-
-// The rows of the table under a heading.
-std::vector<Row> decodedRows(const std::string& heading)
-{
+    const std::string job = fileBytes(ORVIDX_TEST_DATA "/golden/tiny/job.orv");
     std::ifstream doc(ORVIDX_FORMAT_DOC);
-    std::vector<Row> rows;
     std::string line;
     while (std::getline(doc, line) && line != heading) {
     }
-    while (std::getline(doc, line) && line.rfind("#", 0) != 0) {
-        std::string offset, hex, meaning;
-        std::istringstream cells(line.empty() ? line : line.substr(1));
-        if (!std::getline(cells, offset, '|') || !std::getline(cells, hex, '|')) continue;
-        std::getline(cells, meaning, '|');
-        if (offset.find_first_of("0123456789") == std::string::npos) continue;
-        Row row = {std::stoi(offset), "", meaning};
+    size_t end = 0;
+    while (std::getline(doc, line) && !line.starts_with("#")) {
+        std::string offset, hex, meaning, bytes;
+        if (!line.starts_with("| ") || isdigit(line[2]) == 0) continue;
+        std::istringstream cells(line.substr(2));
+        std::getline(std::getline(std::getline(cells, offset, '|'), hex, '|'), meaning, '|');
+        EXPECT_EQ(std::stoul(offset), end) << meaning;
         std::istringstream digits(hex);
         for (std::string pair; digits >> pair;) {
-            row.bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
+            bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
         }
-        rows.push_back(row);
-    }
-    return rows;
-}
+        EXPECT_EQ(bytes, job.substr(at + end, bytes.size())) << meaning;
+        end += bytes.size();
 
-// The rows cover the bytes from the first on without a gap.
-void expectBytes(const std::vector<Row>& rows, const uint8_t* bytes)
-{
-    int end = 0;
-    for (const Row& row : rows) {
-        EXPECT_EQ(row.offset, end) << row.meaning;
-        std::string actual(reinterpret_cast<const char*>(bytes) + row.offset, row.bytes.size());
-        EXPECT_EQ(row.bytes, actual) << row.meaning;
-        end = row.offset + static_cast<int>(row.bytes.size());
-    }
-}
-
-// The number behind a word in a row of the table at an offset.
-int numberIn(const std::vector<Row>& rows, int offset, const std::string& word)
-{
-    for (const Row& row : rows) {
-        size_t at = row.meaning.find(word);
-        if (row.offset == offset && at != std::string::npos) {
-            return std::stoi(row.meaning.substr(at + word.size()));
+        size_t number = meaning.find_first_of("-0123456789");
+        bool named = number != std::string::npos && meaning.find("checksum") == std::string::npos;
+        if (!named || bytes.size() > 4) continue;
+        int64_t value = bytes.size() == 2 && bytes[1] < 0 ? -0x10000 : 0;
+        for (size_t i = 0; i < bytes.size(); ++i) {
+            value += static_cast<int64_t>(static_cast<uint8_t>(bytes[i])) << (8 * i);
         }
+        EXPECT_EQ(std::stol(meaning.substr(number)), value) << meaning;
     }
-    ADD_FAILURE() << "no " << word << " at offset " << offset;
-    return -1;
+    return end;
 }
 
-const uint8_t* pageOf(const std::string& job, int page)
+TEST(FormatDoc, DecodesAPageAndAnImageOfTheSampleJob)
 {
-    return reinterpret_cast<const uint8_t*>(job.data()) + 1024 + 1024 * page;
-}
-
-} // namespace
-
-TEST(FormatDoc, DecodesAPageAsTheAccessorsDo)
-{
-    std::string job = fileBytes(freshJob("tiny"));
-    const uint8_t* page = pageOf(job, 9);
-    std::vector<Row> rows = decodedRows("### A page, byte by byte");
-    ASSERT_GT(rows.size(), 10U);
-    expectBytes(rows, page);
-    ASSERT_TRUE(nodeIsSound(page));
-    EXPECT_EQ(numberIn(rows, NODE_LEVEL, "level "), nodeLevel(page));
-    EXPECT_EQ(numberIn(rows, NODE_COUNT, "entry count "), nodeCount(page));
-    EXPECT_EQ(numberIn(rows, NODE_FREE, "free bytes "), nodeFree(page));
-    EXPECT_EQ(numberIn(rows, NODE_LEFTMOST_CHILD, "page "), nodeLeftmostChild(page));
-    EXPECT_EQ(numberIn(rows, NODE_NEXT_PAGE, "next page "), nodeNextPage(page));
-    EXPECT_EQ(numberIn(rows, NODE_PREVIOUS_PAGE, "previous page "), nodePreviousPage(page));
-
-    const uint8_t* entry = firstEntry(page);
-    for (int i = 0; i < nodeCount(page); ++i, entry = nextEntry(entry)) {
-        int at = static_cast<int>(entry - page);
-        int tail = static_cast<int>(entryTail(entry) - page);
-        EXPECT_EQ(numberIn(rows, at, "L: "), entry[0]);
-        EXPECT_EQ(numberIn(rows, at + 1, "index number "), entryIndex(entry));
-        EXPECT_EQ(numberIn(rows, tail, "number "), entryNumber(entry));
-        EXPECT_EQ(numberIn(rows, tail + 4, "segment byte "), entrySegment(entry));
-        EXPECT_EQ(numberIn(rows, tail + 5, "child: page "), entryChild(entry));
-    }
-    EXPECT_EQ(rows.back().offset, entry - page);
-}
-
-TEST(FormatDoc, DecodesAnImageAsTheRecordLayerDoes)
-{
-    std::string job = fileBytes(freshJob("tiny"));
-    const uint8_t* entry = firstEntry(pageOf(job, 3));
-    while (entryNumber(entry) != 9) {
-        entry = nextEntry(entry);
-    }
-    const uint8_t* image = entryData(entry);
-    std::vector<Row> rows = decodedRows("### An image, byte by byte");
-    ASSERT_GT(rows.size(), 5U);
-    expectBytes(rows, image);
-    const Row& last = rows.back();
-    int length = last.offset + static_cast<int>(last.bytes.size());
-    EXPECT_EQ(length, entryDataLength(entry));
-
-    buildSurveyLayouts();
-    const LayoutEntry* layout = surveyState.featureLayout;
-    EXPECT_EQ(checkImage(image, layout, length), 0);
-    EXPECT_EQ(numberIn(rows, IMAGE_TYPE_BYTE, "record type byte "), image[IMAGE_TYPE_BYTE]);
-    ImageWalk walk = startImageWalk(image, layout, length);
-    ImageItem item = {};
-    int items = 0;
-    while (nextImageItem(&walk, &item)) {
-        int at = static_cast<int>(item.value - image) - 2;
-        EXPECT_EQ(numberIn(rows, at, "field number "), item.field);
-        ++items;
-    }
-    EXPECT_EQ(items, 2);
+    constexpr size_t PAGE = 1024 + 9 * 1024;
+    EXPECT_EQ(compareTable("### A page, byte by byte", PAGE), 132U);
+    // The entry of record 9, from its data on.
+    const std::string job = fileBytes(ORVIDX_TEST_DATA "/golden/tiny/job.orv");
+    size_t entry = job.find(std::string("\x13\0\x09\0\0\0\x80", 7));
+    ASSERT_NE(entry, std::string::npos);
+    EXPECT_EQ(compareTable("### An image, byte by byte", entry + 7),
+              static_cast<uint8_t>(job[entry - 1]) - 7U);
 }

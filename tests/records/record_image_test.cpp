@@ -68,6 +68,37 @@ TEST(RecordImage, IsReadOnlyWithItsSignatureAndChecksum)
     EXPECT_EQ(record.number, 2.5);
 }
 
+// Empty fields are left out; a block is not empty while it has a length.
+TEST(RecordImage, HoldsFieldsOfEveryType)
+{
+    struct {
+        float single = -0.5F;
+        int16_t half = -7;
+        int32_t whole = 1 << 20;
+        int32_t longer = -3;
+        char block[4] = {0, 1, 0, 2};
+    } fields, read;
+    LayoutEntry layout[] = {
+        {'F', 'N', 'N', 4, 0, &fields.single, 4}, {'H', 'N', 'N', 2, 0, &fields.half, 2},
+        {'I', 'N', 'N', 4, 0, &fields.whole, 4},  {'L', 'N', 'N', 4, 0, &fields.longer, 4},
+        {'B', 'N', 'N', 3, 0, fields.block, 4},   {'E', 0, 0, 0, 0, nullptr, 0}};
+    uint8_t image[100] = {};
+    uint8_t typeByte = 0;
+    int length = packRecord(image, layout, 9, sizeof image);
+    EXPECT_EQ(length, 5 + 6 + 4 + 6 + 6 + 7 + 2);
+    read = fields;
+    fields = {0, 0, 0, 0, {}};
+    EXPECT_EQ(unpackRecord(image, layout, &typeByte, length), IX_OK);
+    EXPECT_TRUE(fields.single == read.single && fields.half == read.half);
+    EXPECT_TRUE(fields.whole == read.whole && fields.longer == read.longer);
+    EXPECT_EQ(std::string(fields.block, 4), std::string("\0\1\0\0", 4));
+    EXPECT_TRUE(layout[4].length == 3 && typeByte == 9);
+    fields = {-0.0F, 0, 0, 0, {}};
+    EXPECT_EQ(packRecord(image, layout, 9, sizeof image), 5 + 7 + 2);
+    layout[4].length = 5; // longer than its room
+    EXPECT_LT(packRecord(image, layout, 9, sizeof image), 0);
+}
+
 TEST(Layout, IsRefusedByTheFirstRuleThatItBreaks)
 {
     char text[41] = "abc";

@@ -1,6 +1,5 @@
 // Whole records against a plain map: add, find in all match modes, read, update and
 // delete, with the record numbers that each of them takes and releases.
-#include "engine/engine.h"
 #include "records/records.h"
 #include "tests/support/contexts.h"
 #include "tests/support/raw_job.h"
@@ -11,6 +10,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <vector>
 
 namespace
 {
@@ -176,18 +176,28 @@ void deleteRecord(RecordModel& model)
     model.released.insert(number);
 }
 
-// Steps through an index and through the released numbers.
+// Walks through the entries of an index.
+template <typename Entries>
+void expectWalk(RecordFile* file, int index, int start, int step, const Entries& entries)
+{
+    int result = recordStep(file, index, start);
+    for (const auto& [key, number] : entries) {
+        ASSERT_EQ(result, IX_OK);
+        ASSERT_EQ(foundKey(file->tree), key);
+        ASSERT_EQ(file->currentRecordNumber, number);
+        result = recordStep(file, index, step);
+    }
+    ASSERT_EQ(result, IX_NOT_FOUND);
+}
+
+// Walks through both indexes, both ways, and through the released numbers.
 void expectSameRecords(RecordModel& model)
 {
     for (int index : {NAME_INDEX, GROUP_INDEX}) {
-        int result = recordStep(&model.file, index, STEP_FIRST);
-        for (auto& [key, number] : model.entries(index)) {
-            ASSERT_EQ(result, IX_OK);
-            ASSERT_EQ(foundKey(model.file.tree), key);
-            ASSERT_EQ(model.file.currentRecordNumber, number);
-            result = recordStep(&model.file, index, STEP_NEXT);
-        }
-        ASSERT_EQ(result, IX_NOT_FOUND);
+        auto entries = model.entries(index);
+        expectWalk(&model.file, index, STEP_FIRST, STEP_NEXT, entries);
+        std::vector<std::pair<std::string, int32_t>> back(entries.rbegin(), entries.rend());
+        expectWalk(&model.file, index, STEP_LAST, STEP_PREVIOUS, back);
     }
     std::set<int32_t> released;
     int result = ixFindFirst(&model.file.tree, FREE_NUMBER_INDEX, nullptr, 0);

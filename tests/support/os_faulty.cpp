@@ -1,6 +1,9 @@
 #include "tests/support/os_faulty.h"
 
+#include "platform/heap.h"
+
 OsFaults osFaults;
+int liveBlocks;
 
 int realOsOpen(const char* path, OsAccess access);
 int realOsClose(int descriptor);
@@ -12,6 +15,9 @@ int realOsProbe(int descriptor, const OsLockRange* range);
 uint32_t realOsForkCount();
 uint32_t realOsMilliseconds();
 void realOsGiveWay();
+void* realAllocateZeroed(size_t count, size_t size);
+void* realReallocate(void* block, size_t oldSize, size_t newSize);
+void realRelease(void* block);
 
 static bool fails(OsCall call)
 {
@@ -27,7 +33,8 @@ static bool fails(OsCall call)
 
 int osOpen(const char* path, OsAccess access)
 {
-    return fails(OS_CALL_OPEN) ? OS_FAILED : realOsOpen(path, access);
+    if (!fails(OS_CALL_OPEN)) return realOsOpen(path, access);
+    return osFaults.refusing ? OS_NO_WRITE_ACCESS : OS_FAILED;
 }
 
 int osClose(int descriptor)
@@ -69,6 +76,24 @@ int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descr
 
 uint32_t osForkCount() { return realOsForkCount(); }
 
-uint32_t osMilliseconds() { return realOsMilliseconds(); }
+uint32_t osMilliseconds() { return osFaults.time != 0 ? osFaults.time : realOsMilliseconds(); }
 
 void osGiveWay() { realOsGiveWay(); }
+
+void* allocateZeroed(size_t count, size_t size)
+{
+    void* block = fails(OS_CALL_ALLOCATE) ? nullptr : realAllocateZeroed(count, size);
+    liveBlocks += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* reallocate(void* block, size_t oldSize, size_t newSize)
+{
+    return fails(OS_CALL_ALLOCATE) ? nullptr : realReallocate(block, oldSize, newSize);
+}
+
+void release(void* block)
+{
+    liveBlocks -= block != nullptr ? 1 : 0;
+    realRelease(block);
+}

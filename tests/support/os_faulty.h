@@ -1,5 +1,6 @@
-// The operating system's files with faults. A test that compiles os_faulty.cpp in has
-// these functions in the place of the backend, to which they pass the calls on.
+// The operating system's files and memory with faults. A test that compiles os_faulty.cpp
+// in has these functions in the place of the backend and of the heap, to which they pass
+// the calls on.
 #pragma once
 
 #include "platform/os.h"
@@ -12,7 +13,8 @@ enum OsCall {
     OS_CALL_READ,
     OS_CALL_WRITE,
     OS_CALL_LOCK,
-    OS_CALL_UNLOCK
+    OS_CALL_UNLOCK,
+    OS_CALL_ALLOCATE
 };
 
 struct OsTransfer {
@@ -30,12 +32,14 @@ struct OsFaults {
     int first = 0;
     bool lasting = false;
     bool shortened = false; // transfers: half of the bytes instead of none
+    bool refusing = false;  // opening: the file may only be read
 
     // The process is killed at write number `first`: nothing of it reaches the file, or its
     // first half, and nothing of any later one.
     bool kills = false;
 
     int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
+    uint32_t time = 0;           // milliseconds that the clock shows, unless 0
 
     int failures = 0; // calls that have failed
     int locks = 0;    // lock calls made
@@ -43,3 +47,6 @@ struct OsFaults {
 };
 
 extern OsFaults osFaults;
+
+// Blocks of memory that the product has and not given back.
+extern int liveBlocks;

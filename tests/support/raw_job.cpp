@@ -13,7 +13,7 @@ std::string rawNumber(int64_t value, int width)
     return bytes;
 }
 
-static void poke(const std::string& path, long offset, const std::string& bytes)
+void poke(const std::string& path, long offset, const std::string& bytes)
 {
     std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
     file.seekp(offset);
@@ -116,9 +116,11 @@ std::string rawImage(const std::string& fields, const std::string& body)
 
 std::string emptyJob(int sparePages) { return rawJob({}, sparePages); }
 
-std::string writeEmptyJob(int sparePages)
+std::string writeJob(const std::string& bytes)
 {
     std::string path = freshDirectory() + "/job.orv";
-    writeBytes(path, emptyJob(sparePages));
+    writeBytes(path, bytes);
     return path;
 }
+
+std::string writeEmptyJob(int sparePages) { return writeJob(emptyJob(sparePages)); }

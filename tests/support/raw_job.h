@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-// Changes numbers of a file in place.
+// Changes bytes of a file in place, which may be open.
+void poke(const std::string& path, long offset, const std::string& bytes);
 void poke16(const std::string& path, long offset, int value);
 void poke32(const std::string& path, long offset, int32_t value);
 
@@ -27,7 +28,8 @@ std::string rawImage(const std::string& fields, const std::string& body);
 
 // A job with one empty root leaf and a number of spare zero pages.
 std::string emptyJob(int sparePages);
-// The same in a new directory of the running test; answers its path.
+// A job in a new directory of the running test; answers its path.
+std::string writeJob(const std::string& bytes);
 std::string writeEmptyJob(int sparePages);
 
 // Where a page begins in the file.

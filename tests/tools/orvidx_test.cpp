@@ -1,6 +1,7 @@
 // The answers of orvidx to right and wrong use.
 #include "file/lock_bytes.h"
 #include "platform/os.h"
+#include "tests/support/bad_files.h"
 #include "tests/support/command.h"
 
 #include <filesystem>
@@ -78,39 +79,19 @@ static void expectRefusal(const std::vector<std::string>& words, const std::stri
 TEST(Orvidx, SaysWhyAJobCannotBeOpened)
 {
     std::string directory = freshDirectory();
-    const std::string sound = fileBytes(freshJob("tiny"));
-    auto expectReason = [&](const std::string& bytes, const std::string& reason) {
-        std::string job = directory + "/job.orv";
-        writeBytes(job, bytes);
-        expectRefusal({"info", job}, job, reason);
-    };
-
     std::string missing = directory + "/missing.orv";
     expectRefusal({"info", missing}, missing, "no such file");
     EXPECT_FALSE(fs::exists(missing));
     expectRefusal({"list", "point", directory}, directory, "a directory");
     std::string longPath = directory + "/" + std::string(240, 'x');
     expectRefusal({"info", longPath}, longPath, "longer than 255 characters");
-    expectReason("", "not a job database");
-    expectReason("Just some text, longer than the header of a job database would be.\n",
-                 "not a job database");
 
-    std::string older = sound;
-    constexpr int MAGIC_OFFSETS[] = {0, 4, 8, 12, 16, 20, 28, 32};
-    for (size_t at = 0; at < 8; ++at)
-        older[static_cast<size_t>(MAGIC_OFFSETS[at])] = "VALIDATE"[at];
-    expectReason(older, "older format");
-
-    expectReason(sound.substr(0, 1024), "damaged");
-    std::string badHeight = sound;
-    badHeight[14] = 0;
-    expectReason(badHeight, "damaged");
-    std::string badRoot = sound; // its level
-    badRoot[1024 + 1024 * static_cast<size_t>(sound[2])] = 9;
-    expectReason(badRoot, "damaged");
-    std::string badLeaf = sound; // the entry count of the leaf where locks would stand
-    badLeaf[1024 + 1024 * 2 + 2] += 1;
-    expectReason(badLeaf, "damaged");
+    std::string job = directory + "/job.orv";
+    for (const BadFile& file : badFiles()) {
+        SCOPED_TRACE(file.what);
+        writeBytes(job, file.bytes);
+        expectRefusal({"info", job}, job, file.diagnosis);
+    }
 }
 
 TEST(Orvidx, SaysThatAJobIsTakenOrClosedToTheUser)

@@ -1,0 +1,48 @@
+// Point names and numbers at the edges of what they may be.
+#include "cogo/vertical_curves.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+TEST(PointNames, AreLettersThenANumber)
+{
+    // In front of each name what the split answers.
+    for (std::string name : {"0A12", "0A007", "0abcdefghijklmn1", "1", "1000", "1ABC", "112AB",
+                             "2A1B2", "2A-7", "2\xc4\x31", "2 1", "3A0", "3abcdefghijklmno1"}) {
+        char prefix[SPLIT_NAME_ROOM] = "";
+        char number[SPLIT_NAME_ROOM] = "";
+        int expected = name[0] - '0';
+        EXPECT_EQ(splitPointName(name.c_str() + 1, prefix, number), expected) << name;
+        EXPECT_EQ(std::string(prefix) + number, expected == 0 ? name.substr(1) : "");
+    }
+}
+
+TEST(Numbers, AreConvertedWhateverTheyAre)
+{
+    const std::pair<const char*, int64_t> texts[] = {{"", 0},
+                                                     {" \t\n12x", 12},
+                                                     {"+7", 7},
+                                                     {"-7", -7},
+                                                     {"9223372036854775807", INT64_MAX},
+                                                     {"x12", 0},
+                                                     {"- 7", 0},
+                                                     {"9223372036854775808", INT64_MAX}};
+    for (const auto& [text, number] : texts) {
+        EXPECT_EQ(parseInt64(text), number) << text;
+    }
+    for (double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 2147483648.0, -2147483649.0}) {
+        EXPECT_EQ(truncateToInt32(value), 0) << value;
+    }
+    EXPECT_EQ(truncateToInt32(-2147483648.9), INT32_MIN);
+    // A header that is no number, and a curve without length between infinite grades.
+    const ProfileEntry entries[] = {
+        {-13, std::nan(""), 0}, {1, 0, 0}, {-8, 0, 0}, {5, 100, 10}, {0, HUGE_VAL, -1}};
+    ProfileResult profile = {};
+    ProfilePoint current = {};
+    EXPECT_EQ(buildSegments(&profile, &current, entries, 5), COGO_OK);
+    EXPECT_EQ(profile.headerValue, 0);
+    EXPECT_EQ(profile.segmentCount, 2);
+    clearProfile(&profile);
+}

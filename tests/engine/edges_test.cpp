@@ -1,0 +1,323 @@
+// The engine at its edges: wrong arguments, locks that nobody holds, entries that are gone,
+// records that do not fit, numbers at their limits, a header that cannot be right.
+#include "engine/engine.h"
+#include "file/file.h"
+#include "records/records.h"
+#include "tests/support/command.h"
+#include "tests/support/contexts.h"
+#include "tests/support/os_faulty.h"
+#include "tests/support/raw_job.h"
+#include "tools/check/check.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+
+namespace
+{
+
+// An open job, and a record in it: a text that is a unique key, and a number.
+struct Job {
+    const std::string path;
+    RecordFile file = {};
+    std::vector<uint8_t> recordBuffer;
+    char text[301] = "K";
+    double number = 2.5;
+    LayoutEntry layout[3] = {{'S', 'S', 'U', 301, 5, text, 301},
+                             {'D', 'N', 'N', 8, 0, &number, 8},
+                             {'E', 0, 0, 0, 0, nullptr, 0}};
+
+    explicit Job(const std::string& bytes, char mode = OPEN_SHARED)
+        : path(writeJob(bytes)), recordBuffer(16384)
+    {
+        open(mode);
+    }
+    ~Job() { EXPECT_EQ(recordClose(&file), IX_OK); }
+    void open(char mode)
+    {
+        int room = static_cast<int>(recordBuffer.size());
+        EXPECT_EQ(recordOpen(&file, path.c_str(), recordBuffer.data(), room, mode), IX_OK);
+    }
+    int find(int index, const char* key, int32_t n = 1)
+    {
+        return ixFind(&file.tree, index, key, n, nullptr, 0);
+    }
+    int findRecord() { return recordFind(&file, 5, text, MATCH_EXACT); }
+};
+
+using Operation = std::function<int(Job&, int index)>;
+
+// Every operation with an index, then those without.
+const Operation OPERATIONS[] = {
+    [](Job& job, int index) { return job.find(index, job.text); },
+    [](Job& job, int index) { return ixFindFirst(&job.file.tree, index, nullptr, 0); },
+    [](Job& job, int index) { return ixFindLast(&job.file.tree, index, nullptr, 0); },
+    [](Job& job, int index) { return ixNext(&job.file.tree, index, nullptr, 0); },
+    [](Job& job, int index) { return ixPrevious(&job.file.tree, index, nullptr, 0); },
+    [](Job& job, int index) { return ixReadCurrent(&job.file.tree, index, nullptr, 0); },
+    [](Job& job, int index) { return ixAdd(&job.file.tree, index, "N", 1, nullptr, 0); },
+    [](Job& job, int index) { return ixAddUnique(&job.file.tree, index, "N", 1, nullptr, 0); },
+    [](Job& job, int index) { return ixDelete(&job.file.tree, index, job.text, 1); },
+    [](Job& job, int index) { return ixLockRecord(&job.file.tree, index); },
+    [](Job& job, int index) { return ixCheckLock(&job.file.tree, index); },
+    [](Job& job, int index) { return ixUnlockRecord(&job.file.tree, index); },
+    [](Job& job, int index) { return recordFind(&job.file, index, "K", MATCH_EXACT); },
+    [](Job& job, int index) { return recordStep(&job.file, index, STEP_NEXT); },
+    [](Job& job, int) {
+        int32_t number = 0;
+        return ixNextSequence(&job.file.tree, &number);
+    },
+    [](Job& job, int) { return recordReadCurrent(&job.file, job.layout); },
+    [](Job& job, int) { return recordAdd(&job.file, job.layout); },
+    [](Job& job, int) { return recordUpdateCurrent(&job.file, job.layout); },
+    [](Job& job, int) { return recordDeleteCurrent(&job.file, job.layout); },
+};
+constexpr size_t WITH_INDEX = 14;
+
+TEST(Operations, RefuseWhatCannotBeDone)
+{
+    Job job(rawJob({rawEntry(5, "K", 1), rawEntry(20, "K", 1)}, 3));
+    const std::string before = fileBytes(job.path);
+    for (size_t i = 0; i < std::size(OPERATIONS); ++i) {
+        SCOPED_TRACE(i);
+        for (int index : {-1, 0, 21}) {
+            if (i < WITH_INDEX) {
+                EXPECT_EQ(OPERATIONS[i](job, index), IX_BAD_ARGUMENT);
+            }
+        }
+        for (OsCall call : {OS_CALL_LOCK, OS_CALL_UNLOCK}) {
+            ASSERT_EQ(job.find(20, "K"), IX_OK);
+            job.file.currentRecordNumber = 1;
+            osFaults = {.call = call, .first = 1, .lasting = true};
+            // A lock that could not be let go of may be of the wrong kind.
+            if (call == OS_CALL_UNLOCK) {
+                EXPECT_NE(ixReadCurrent(&job.file.tree, 20, nullptr, 0), IX_OK);
+            }
+            EXPECT_EQ(OPERATIONS[i](job, 20), IX_FILE_LOCK);
+            osFaults = {};
+        }
+        uint8_t* marks = reinterpret_cast<uint8_t*>(&job.file.tree.file.marks);
+        for (uint8_t* mark = marks; mark < marks + sizeof(OpenMarks); ++mark) {
+            ++*mark;
+            EXPECT_EQ(OPERATIONS[i](job, 20), IX_NOT_OPEN);
+            --*mark;
+        }
+    }
+    EXPECT_TRUE(fileBytes(job.path) == before);
+    job.layout[1].type = 'X';
+    for (size_t i = WITH_INDEX + 1; i < WITH_INDEX + 4; ++i) {
+        EXPECT_EQ(OPERATIONS[i](job, 20), IX_LAYOUT_TYPE);
+    }
+}
+
+// What was done cannot be taken back, but nobody is told that all is well.
+TEST(Operations, TellOfALockThatStays)
+{
+    for (const Operation& operation : OPERATIONS) {
+        Job job(rawJob({rawEntry(5, "K", 1), rawEntry(20, "K", 1)}, 3));
+        ASSERT_EQ(job.find(20, "K"), IX_OK);
+        job.file.currentRecordNumber = 1;
+        osFaults = {.call = OS_CALL_UNLOCK, .first = 1};
+        EXPECT_LT(operation(job, 20), 0);
+        EXPECT_EQ(osFaults.failures, 1);
+        osFaults = {};
+    }
+}
+
+// -- Locks -------------------------------------------------------------------
+
+TEST(StaleLock, IsGoneAfterAProbe)
+{
+    for (int readOnly : {0, 1}) {
+        osFaults = {.call = OS_CALL_OPEN, .first = readOnly, .refusing = true};
+        Job job(rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, rawNumber(5, 4))}));
+        const std::string before = fileBytes(job.path);
+        EXPECT_EQ(isReadOnly(&job.file), readOnly == 1);
+        ASSERT_EQ(job.find(5, "K"), IX_OK);
+        EXPECT_EQ(ixCheckLock(&job.file.tree, 5), IX_NOT_LOCKED);
+        EXPECT_EQ(job.find(17, "\5K"), readOnly == 0 ? IX_NOT_FOUND : IX_OK);
+        EXPECT_EQ(fileBytes(job.path) == before, readOnly == 1);
+    }
+}
+
+TEST(LockedRecord, IsLetGoOfWhenAnotherIsRead)
+{
+    Job job(emptyJob(3));
+    ASSERT_EQ(recordAdd(&job.file, job.layout), IX_OK);
+    strcpy(job.text, "L");
+    ASSERT_EQ(recordAdd(&job.file, job.layout), IX_OK);
+    const int32_t locked = job.file.currentRecordNumber;
+    ASSERT_EQ(job.find(19, "", locked), IX_OK);
+    ASSERT_EQ(ixLockRecord(&job.file.tree, 19), IX_OK);
+    job.file.lockedRecordNumber = locked;
+    EXPECT_EQ(recordReadCurrent(&job.file, job.layout), IX_OK);
+    EXPECT_EQ(checkTreeFile(job.path).entries, 5);
+    strcpy(job.text, "K");
+    ASSERT_EQ(job.findRecord(), IX_OK);
+    EXPECT_EQ(recordReadCurrent(&job.file, job.layout), IX_OK);
+    EXPECT_EQ(job.file.lockedRecordNumber, NO_RECORD);
+    EXPECT_EQ(checkTreeFile(job.path).entries, 4);
+}
+
+// -- Entries and records -----------------------------------------------------
+
+TEST(DeletedEntry, IsNotDeletedAgain)
+{
+    for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
+        int index = mode == OPEN_SHARED ? 17 : 5; // shared, others have to be locked
+        std::string data = rawNumber(99, 4);
+        Job job(rawJob({rawEntry(index, "A", 1, data), rawEntry(index, "K", 1, data)}), mode);
+        ASSERT_EQ(job.find(index, "K"), IX_OK);
+        EXPECT_EQ(ixDeleteCurrent(&job.file.tree, index), IX_OK);
+        EXPECT_EQ(ixDeleteCurrent(&job.file.tree, index), IX_NOT_FOUND);
+        EXPECT_EQ(job.find(index, "A"), IX_OK);
+        // Stands on an entry no more once it has gone past the end.
+        EXPECT_EQ(ixNext(&job.file.tree, index, nullptr, 0), IX_NOT_FOUND);
+        EXPECT_EQ(ixDeleteCurrent(&job.file.tree, index), IX_NOT_FOUND);
+        EXPECT_EQ(ixDeleteCurrent(&job.file.tree, 21),
+                  mode == OPEN_SHARED ? IX_LOCK_REQUIRED : IX_BAD_ARGUMENT);
+        EXPECT_EQ(checkTreeFile(job.path).entries, 1);
+    }
+}
+
+TEST(Record, ThatDoesNotFitOrHasAnotherLayoutStays)
+{
+    for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
+        Job job(emptyJob(3), mode);
+        memset(job.text, 'K', 300);
+        ASSERT_EQ(recordAdd(&job.file, job.layout), IX_BAD_ARGUMENT); // too long for a key
+        job.text[90] = 0;
+        ASSERT_EQ(recordAdd(&job.file, job.layout), IX_OK);
+        ASSERT_EQ(recordClose(&job.file), IX_OK);
+        const std::string before = fileBytes(job.path);
+        for (size_t room : {100, 16384}) {
+            job.recordBuffer.resize(room);
+            job.open(mode);
+            job.layout[1].type = room == 100 ? 'D' : 'L';
+            int read = room == 100 ? IX_DAMAGED_IMAGE : IX_OTHER_LAYOUT;
+            ASSERT_EQ(job.findRecord(), IX_OK);
+            EXPECT_EQ(recordReadCurrent(&job.file, job.layout), read);
+            EXPECT_EQ(recordDeleteCurrent(&job.file, job.layout), read);
+            int updated = room == 100 ? IX_NO_DATA_ENTRY : IX_KEYS_NOT_REMOVED;
+            ASSERT_EQ(job.findRecord(), IX_OK);
+            EXPECT_EQ(recordUpdateCurrent(&job.file, job.layout), updated);
+            ASSERT_EQ(recordClose(&job.file), IX_OK);
+            EXPECT_TRUE(fileBytes(job.path) == before);
+        }
+        job.open(mode);
+    }
+}
+
+// -- Damage and limits -------------------------------------------------------
+
+TEST(ImpossibleHeader, EndsOperationsUntilItIsRightAgain)
+{
+    Job job(rawJob({rawEntry(5, "K", 1)}, 3));
+    poke16(job.path, 2, 32767); // root page
+    const std::string wrong = fileBytes(job.path);
+    EXPECT_EQ(job.find(5, "K"), IX_FILE_LOCK);
+    EXPECT_EQ(ixAdd(&job.file.tree, 5, "L", 1, nullptr, 0), IX_FILE_LOCK);
+    EXPECT_TRUE(fileBytes(job.path) == wrong);
+    poke16(job.path, 2, 0);
+    EXPECT_EQ(job.find(5, "K"), IX_OK);
+    EXPECT_EQ(ixAdd(&job.file.tree, 5, "L", 1, nullptr, 0), IX_OK);
+}
+
+TEST(DamagedEntries, LockNothingAndEndNoDeletion)
+{
+    for (const std::string& holder :
+         {std::string("abc"), rawNumber(INT32_MIN, 4), rawNumber(128, 4)}) {
+        Job job(rawJob({rawEntry(5, "K", 1), rawEntry(17, "\5K", 1, holder)}));
+        EXPECT_EQ(ixFindFirst(&job.file.tree, 5, nullptr, 0), IX_OK);
+        EXPECT_EQ(ixLockRecord(&job.file.tree, 5), IX_OK);
+    }
+    // Segments without a last one, in leaves that follow each other in a circle.
+    std::string bytes = emptyJob(1).replace(18, 2, rawNumber(2, 2)).substr(0, 1024) +
+                        rawPage(0, 1, rawEntry(19, "", 1, "data", 0), 1, -1, 0) +
+                        rawPage(0, 0, "", 1, 0, 0);
+    for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
+        Job job(bytes, mode);
+        EXPECT_NE(ixDelete(&job.file.tree, 19, "", 1), IX_OK);
+    }
+}
+
+// Steps through index 3 to its end; every step leads strictly onward. Answers how many.
+size_t stepsToTheEnd(Job& job, int first(IndexFile*, int, void*, uint32_t),
+                     int next(IndexFile*, int, void*, uint32_t), int direction)
+{
+    std::pair<std::string, int32_t> before;
+    size_t steps = 0;
+    for (int result = first(&job.file.tree, 3, nullptr, 0); result == IX_OK && steps < 1000;
+         ++steps) {
+        std::pair<std::string, int32_t> here(foundKey(job.file.tree), job.file.tree.found.number);
+        EXPECT_TRUE(steps == 0 || (direction > 0 ? before < here : here < before));
+        before = here;
+        result = next(&job.file.tree, 3, nullptr, 0);
+    }
+    return steps;
+}
+
+// Pages that have left the cache come back damaged, wherever a position stands in them.
+TEST(DamagedTree, EndsEveryOperationAndWalk)
+{
+    std::vector<std::string> entries;
+    for (int i = 0; i < 90; ++i) {
+        std::string key = std::to_string(100 + i / 3) + std::string(80, 'k');
+        entries.push_back(
+            rawEntry(3, key, 1, std::string(100, 'd'), i % 3 | (i % 3 == 2 ? 128 : 0)));
+    }
+    const std::string sound = rawJob(entries, 6);
+    const size_t pages = sound.size() / 1024 - 7;
+    std::mt19937 random(3);
+    for (int run = 0; run < 600; ++run) {
+        SCOPED_TRACE(run);
+        Job job(sound, run % 2 == 0 ? OPEN_SHARED : OPEN_EXCLUSIVE);
+        strcpy(job.text, entries[random() % 90].substr(2, 83).c_str());
+        for (auto steps = random() % 31; steps > 0; --steps) {
+            EXPECT_EQ(ixNext(&job.file.tree, 3, nullptr, 0), IX_OK);
+        }
+        for (auto change = 1 + random() % 3; change > 0; --change) {
+            size_t at = 1024 * (1 + random() % pages) + random() % (random() % 2 == 0 ? 12 : 1024);
+            auto byte = static_cast<int64_t>(random() % 3 == 0 ? random() : sound[at] + 1);
+            poke(job.path, static_cast<long>(at), rawNumber(byte, 1));
+        }
+        dropFile(job.file.tree.file.descriptor);
+        for (int i = 0; i < 10; ++i) {
+            int result = OPERATIONS[random() % WITH_INDEX](job, 3);
+            EXPECT_TRUE(result != IX_FILE_LOCK && result != IX_NOT_OPEN && result <= IX_BEFORE);
+            EXPECT_TRUE(isIdle(job.file.tree));
+        }
+        EXPECT_LE(stepsToTheEnd(job, ixFindFirst, ixNext, 1), 92U);
+        EXPECT_LE(stepsToTheEnd(job, ixFindLast, ixPrevious, -1), 92U);
+    }
+}
+
+TEST(Limits, AreNotExceeded)
+{
+    for (int32_t counter : {INT32_MAX, INT32_MIN, -1}) {
+        Job job(emptyJob(0).replace(24, 4, rawNumber(counter, 4)));
+        int32_t number = 0;
+        EXPECT_EQ(ixNextSequence(&job.file.tree, &number), IX_SHORT_WRITE);
+        EXPECT_EQ(job.file.tree.file.header.sequenceCounter, counter);
+    }
+    const std::string entry = rawEntry(3, "a", 1, std::string(240, 0));
+    // Twenty levels, and no room in the only leaf.
+    std::string bytes = emptyJob(0).substr(0, 1024);
+    bytes.replace(2, 2, rawNumber(19, 2)).replace(14, 2, rawNumber(20, 2));
+    bytes.replace(18, 2, rawNumber(20, 2)).replace(30, 2, rawNumber(20, 2));
+    bytes += rawPage(0, 3,
+                     entry + rawEntry(3, "b", 1, bytes.substr(0, 240)) +
+                         rawEntry(3, "c", 1, bytes.substr(0, 240)),
+                     -1, -1, 0);
+    for (int level = 1; level < 20; ++level) {
+        bytes += rawPage(level, 0, "", -1, -1, level - 1);
+    }
+    Job job(bytes);
+    EXPECT_EQ(ixAdd(&job.file.tree, 3, "d", 1, bytes.data(), 240), IX_OK);
+    EXPECT_EQ(ixAdd(&job.file.tree, 3, "e", 1, bytes.data(), 240), IX_SHORT_WRITE);
+    EXPECT_EQ(ixFind(&job.file.tree, 3, "d", 1, nullptr, 0), IX_OK);
+    EXPECT_EQ(job.file.tree.file.header.height, 20);
+}
+
+} // namespace
