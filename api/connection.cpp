@@ -22,6 +22,18 @@ static void closeForGood(RecordFile* job)
     if (recordClose(job) != IX_OK) ixAbandon(&job->tree);
 }
 
+// False when there are changes that could not be written, or the system could not close the
+// file: then it is for a further call. In every other case nothing is held any more.
+static bool closeConnection(RecordFile* job)
+{
+    const bool unwritten = hasChanges(fileOf(job));
+    const int closed = recordClose(job);
+    if (closed == IX_OK) return true;
+    if (unwritten || closed == IX_OPEN_FAILED) return false;
+    ixAbandon(&job->tree);
+    return true;
+}
+
 // True when the file, which did not open as a current job database, is one of the older format.
 // Leaves it closed and the current format in force.
 static bool isOlderFormat(RecordFile* job, const char* path)
@@ -87,7 +99,7 @@ int32_t ORVIDX_CALL orvIdx_disconnectFromOrvaneOrvFile(IdxConnection** handleVar
     if (handleVar == nullptr || *handleVar == nullptr) return IDX_OK;
     // The file of an earlier handle was closed by the connect that followed it.
     if (handleIsInForce(*handleVar)) {
-        if (recordClose(slotContext()) != IX_OK) return IDX_ERROR;
+        if (!closeConnection(slotContext())) return IDX_ERROR;
         apiState.connection = nullptr;
     }
     release(*handleVar);
