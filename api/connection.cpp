@@ -22,14 +22,16 @@ static void closeForGood(RecordFile* job)
     if (recordClose(job) != IX_OK) ixAbandon(&job->tree);
 }
 
-// False when there are changes that could not be written, or the system could not close the
-// file: then it is for a further call. In every other case nothing is held any more.
+// False when there are changes that could not be written, or when the system has just failed to
+// close the file: the rest is for a further call. In every other case nothing is held any more.
 static bool closeConnection(RecordFile* job)
 {
-    const bool unwritten = hasChanges(fileOf(job));
-    const int closed = recordClose(job);
-    if (closed == IX_OK) return true;
-    if (unwritten || closed == IX_OPEN_FAILED) return false;
+    const OpenFile* file = fileOf(job);
+    const bool unwritten = hasChanges(file);
+    const int32_t descriptor = file->descriptor;
+    if (recordClose(job) == IX_OK) return true;
+    const bool closeFailed = file->descriptor != descriptor;
+    if (unwritten || closeFailed) return false;
     ixAbandon(&job->tree);
     return true;
 }

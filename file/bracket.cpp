@@ -34,12 +34,14 @@ static void giveUpChanges(OpenFile* file)
     file->pending.headerDirty = false;
 }
 
-// True when the header, which is none, can be read: the file was cut or overwritten, and what
-// waits for being written has no place any more. A failing system may do better next time.
+// True when there is no header any more: the file was cut or overwritten, and what waits for
+// being written has no place in it. A system that fails to read may do better next time.
 static bool fileIsDestroyed(const OpenFile* file)
 {
     uint8_t record[HEADER_SIZE];
-    return osReadAt(file->descriptor, 0, record, HEADER_SIZE) >= 0;
+    int count = osReadAt(file->descriptor, 0, record, HEADER_SIZE);
+    bool hasHeader = count == HEADER_SIZE && headerHasMagic(record, CURRENT_MAGIC);
+    return count >= 0 && !hasHeader;
 }
 
 // Another process may have changed the file since this context last held the lock.

@@ -139,6 +139,26 @@ TEST(Connect, WritesNothingOfAFailedSessionIntoAnotherFile)
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }
 
+// When nothing waits for being written a further call would not do better.
+TEST(Disconnect, LetsGoOfTheFileWhateverTheSystemAnswers)
+{
+    std::string path = freshJob("tiny");
+    for (OsCall call : {OS_CALL_READ, OS_CALL_LOCK, OS_CALL_UNLOCK, OS_CALL_CLOSE}) {
+        IdxConnection* job = nullptr;
+        ASSERT_EQ(connectTo(path, &job), IDX_OK);
+        osFaults = {.call = call, .first = 1, .lasting = true};
+        if (call == OS_CALL_CLOSE) {
+            EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_ERROR);
+        }
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK) << call;
+        EXPECT_EQ(job, nullptr);
+        osFaults = {};
+    }
+    IndexFile alone = {};
+    EXPECT_EQ(ixOpen(&alone, path.c_str(), OPEN_EXCLUSIVE), IX_OK) << "a slot was kept";
+    EXPECT_EQ(ixClose(&alone), IX_OK);
+}
+
 // Cut or overwritten by another program, it is no job any more: nothing is made up from it, and
 // it is let go of, changes that wait for being written included.
 TEST(DestroyedFile, IsReportedAndLetGoOf)
