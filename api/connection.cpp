@@ -22,6 +22,20 @@ static void closeForGood(RecordFile* job)
     if (recordClose(job) != IX_OK) ixAbandon(&job->tree);
 }
 
+// False when there are changes that could not be written, or when the system has just failed to
+// close the file: the rest is for a further call. In every other case nothing is held any more.
+static bool closeConnection(RecordFile* job)
+{
+    const OpenFile* file = fileOf(job);
+    const bool unwritten = hasChanges(file);
+    const int32_t descriptor = file->descriptor;
+    if (recordClose(job) == IX_OK) return true;
+    const bool closeFailed = file->descriptor != descriptor;
+    if (unwritten || closeFailed) return false;
+    ixAbandon(&job->tree);
+    return true;
+}
+
 // True when the file, which did not open as a current job database, is one of the older format.
 // Leaves it closed and the current format in force.
 static bool isOlderFormat(RecordFile* job, const char* path)
@@ -87,7 +101,7 @@ int32_t ORVIDX_CALL orvIdx_disconnectFromOrvaneOrvFile(IdxConnection** handleVar
     if (handleVar == nullptr || *handleVar == nullptr) return IDX_OK;
     // The file of an earlier handle was closed by the connect that followed it.
     if (handleIsInForce(*handleVar)) {
-        if (recordClose(slotContext()) != IX_OK) return IDX_ERROR;
+        if (!closeConnection(slotContext())) return IDX_ERROR;
         apiState.connection = nullptr;
     }
     release(*handleVar);

@@ -18,10 +18,10 @@
 
 // -- Opening and closing (open_close.cpp) ------------------------------------
 
-// Binds the context to the file. mode: OPEN_SHARED falls back to read-only access, then to
-// exclusive use. IX_OK, IX_OPEN_FAILED, IX_NO_FREE_SLOT, IX_PAGE_IO, IX_BAD_MAGIC, IX_SEEK,
-// IX_SHORT_READ or IX_OPEN_LOCK; after a failure the context is as closed as before and no
-// descriptor is left.
+// Binds the context to the file, unless it is open. mode: OPEN_SHARED falls back to read-only
+// access, then to exclusive use. IX_OK, IX_OPEN_FAILED, IX_NO_FREE_SLOT, IX_PAGE_IO, IX_BAD_MAGIC,
+// IX_SEEK, IX_SHORT_READ or IX_OPEN_LOCK; after a failure the context is as open or closed as
+// before and no other descriptor is left.
 int ixOpen(IndexFile* tree, const char* path, char mode);
 
 // Writes what is pending, releases the locks and closes the file. IX_PAGE_IO and IX_FILE_LOCK

@@ -1,7 +1,7 @@
 // IndexFile: one open database as a tree of entries. Part of the boundary engine.h.
 //
 // A plain structure in memory that its owner provides; ixOpen fills it. It refers to no part
-// of itself, so it may be copied.
+// of itself, so it may be moved: copied, and the one left behind marked as closed.
 #pragma once
 
 #include "file/file.h"

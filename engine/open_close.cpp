@@ -66,6 +66,7 @@ static void markOpen(IndexFile* tree, const char* path)
 int ixOpen(IndexFile* tree, const char* path, char mode)
 {
     OpenFile* file = &tree->file;
+    if (contextIsOpen(tree)) return withStatus(tree, IX_OPEN_FAILED);
     tree->ioError = makeDurable();
     if (openFile(file, path, mode) != IX_OK) return withStatus(tree, IX_OPEN_FAILED);
     initPositions(tree);
@@ -86,7 +87,6 @@ int ixOpen(IndexFile* tree, const char* path, char mode)
     if (result != IX_OK) {
         closeFailedOpen(file);
         file->marks = before;
-        if (before.state == STATE_OPEN) file->marks.state = STATE_CLOSED;
     }
     return withStatus(tree, result);
 }

@@ -28,6 +28,22 @@ static int acquireFileLock(OpenFile* file, bool exclusive)
     return IX_OK;
 }
 
+static void giveUpChanges(OpenFile* file)
+{
+    file->pending.flushFailed = false;
+    file->pending.headerDirty = false;
+}
+
+// True when there is no header any more: the file was cut or overwritten, and what waits for
+// being written has no place in it. A system that fails to read may do better next time.
+static bool fileIsDestroyed(const OpenFile* file)
+{
+    uint8_t record[HEADER_SIZE];
+    int count = osReadAt(file->descriptor, 0, record, HEADER_SIZE);
+    bool hasHeader = count == HEADER_SIZE && headerHasMagic(record, CURRENT_MAGIC);
+    return count >= 0 && !hasHeader;
+}
+
 // Another process may have changed the file since this context last held the lock.
 // As long as nobody has, changes that wait for being written hold, and the header in
 // memory, which belongs to them, is the right one; else they are given up.
@@ -35,10 +51,15 @@ static int refreshHeader(OpenFile* file)
 {
     uint8_t record[HEADER_SIZE];
     int result = readHeader(file, record);
-    if (result != IX_OK) return result;
+    if (result != IX_OK) {
+        if (!fileIsDestroyed(file)) return result;
+        giveUpChanges(file);
+        dropFile(file->descriptor);
+        return result;
+    }
     bool untouched = headerChangeCounter(record) == file->headerInFile.changeCounter;
     if (file->pending.flushFailed && untouched) return IX_OK;
-    file->pending.flushFailed = false;
+    giveUpChanges(file);
     acceptChangeCounter(file, record);
     return loadHeader(file, record) ? IX_OK : IX_DESCENT_FAILED;
 }

@@ -96,5 +96,8 @@ int flushAndFreeFile(OpenFile* file);
 // Writes header and pages, as far as they differ from the file's, in that order. 0 or the first
 // write error.
 int writeChanges(OpenFile* file);
+// True when something that was changed is not in the file yet. Outside all brackets: it could not
+// be written so far.
+bool hasChanges(const OpenFile* file);
 // Frees every block of the descriptor, dirty or not.
 void dropFile(int descriptor);

@@ -94,6 +94,16 @@ static int announceChanges(OpenFile* file)
     return result;
 }
 
+bool hasChanges(const OpenFile* file)
+{
+    if (file->pending.headerDirty) return true;
+    const CacheBlock* block = fileState.cache.dirtyHead;
+    while (block != nullptr && block->descriptor != file->descriptor) {
+        block = block->dirtyNext;
+    }
+    return block != nullptr;
+}
+
 int writeChanges(OpenFile* file)
 {
     if (!file->pending.headerDirty) return flushFile(file);

@@ -22,10 +22,14 @@ RecordFile* slotContext()
     return contextOfSlot(current);
 }
 
+// The open file goes with the copy. What is left behind keeps its contents but counts as
+// closed: two contexts of one descriptor would close it twice.
 static void copyContext(int to, int from)
 {
     RecordFile* contexts = recordsState.table.contexts;
-    if (to != from) contexts[to] = contexts[from];
+    if (to == from) return;
+    contexts[to] = contexts[from];
+    fileOf(&contexts[from])->marks.state = STATE_CLOSED;
 }
 
 int copyContextFromCogo(int n)
@@ -193,7 +197,7 @@ static int addCogoFile(int32_t* index, const char* name)
         occupySlot(slot, slots[COGO_SLOT].name);
         occupySlot(COGO_SLOT, name);
         // The former COGO file stays open, in its new slot. Slot 0 keeps the
-        // old context until the caller opens the new file into it.
+        // rest of it until the caller opens the new file into it.
         copyContextFromCogo(slot);
     }
     makeCurrent(COGO_SLOT, index);

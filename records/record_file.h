@@ -1,6 +1,6 @@
 // RecordFile: one open job database as records with keys. Part of the boundary records.h.
 //
-// A plain structure in memory that its owner provides; recordOpen fills it. It may be copied.
+// A plain structure in memory that its owner provides; recordOpen fills it. It may be moved.
 #pragma once
 
 #include "engine/engine.h"

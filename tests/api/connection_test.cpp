@@ -1,4 +1,5 @@
 // Connecting: to what is no job database, with wrong arguments, twice, read-only.
+#include "engine/engine.h"
 #include "tests/support/bad_files.h"
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
@@ -137,6 +138,60 @@ TEST(Connect, WritesNothingOfAFailedSessionIntoAnotherFile)
     EXPECT_EQ(connectTo(text, &other), IDX_ERROR);
     EXPECT_EQ(fileBytes(text), std::string(600000, 'x'));
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+}
+
+// When nothing waits for being written a further call would not do better.
+TEST(Disconnect, LetsGoOfTheFileWhateverTheSystemAnswers)
+{
+    std::string path = freshJob("tiny");
+    for (OsCall call : {OS_CALL_READ, OS_CALL_LOCK, OS_CALL_UNLOCK, OS_CALL_CLOSE}) {
+        IdxConnection* job = nullptr;
+        ASSERT_EQ(connectTo(path, &job), IDX_OK);
+        osFaults = {.call = call, .first = 1, .lasting = true};
+        if (call == OS_CALL_CLOSE) {
+            EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_ERROR);
+        }
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK) << call;
+        EXPECT_EQ(job, nullptr);
+        osFaults = {};
+    }
+    IndexFile alone = {};
+    EXPECT_EQ(ixOpen(&alone, path.c_str(), OPEN_EXCLUSIVE), IX_OK) << "a slot was kept";
+    EXPECT_EQ(ixClose(&alone), IX_OK);
+}
+
+// Cut or overwritten by another program, it is no job any more: nothing is made up from it, and
+// it is let go of, changes that wait for being written included.
+TEST(DestroyedFile, IsReportedAndLetGoOf)
+{
+    const std::string sound = fileBytes(freshJob("mixed"));
+    for (int kind = 0; kind < 6; ++kind) {
+        SCOPED_TRACE(kind);
+        const bool changed = kind % 2 == 1;
+        const std::string rest = kind < 4 ? sound.substr(0, kind / 2 * 20U) : sound.substr(1);
+        std::string path = freshJob("mixed");
+        IdxConnection* job = nullptr;
+        ASSERT_EQ(connectTo(path, &job), IDX_OK);
+        osFaults = {.call = OS_CALL_WRITE, .first = 3, .lasting = true};
+        EXPECT_FALSE(changed && isRead(job, ELEMENT_LINE, "NOEXT1"));
+        osFaults = {};
+        writeBytes(path, rest);
+        // Changes that could not be written are told of.
+        int32_t told = changed ? IDX_ERROR : IDX_OK;
+        uint32_t count = 0;
+        for (uint32_t each = ELEMENT_POINT; each <= ELEMENT_SURVEY_CHAIN && !changed; ++each) {
+            EXPECT_EQ(orvIdx_numberOfElements(job, each, &count, nullptr), IDX_ERROR) << each;
+        }
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), told);
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+        EXPECT_EQ(job, nullptr);
+        EXPECT_EQ(fileBytes(path), rest);
+        // No slot is kept, or the one that uses the file alone would be refused.
+        writeBytes(path, sound);
+        IndexFile alone = {};
+        EXPECT_EQ(ixOpen(&alone, path.c_str(), OPEN_EXCLUSIVE), IX_OK);
+        EXPECT_EQ(ixClose(&alone), IX_OK);
+    }
 }
 
 TEST(ReadOnlyFile, IsReadButForWhatWouldBeWritten)

@@ -1,6 +1,7 @@
 // The table of job files against a plain model: random commands, and after each of them
 // everything compared that the table holds.
 #include "records/records_state.h"
+#include "tests/support/command.h"
 
 #include <gtest/gtest.h>
 
@@ -209,5 +210,40 @@ TEST(JobFileTable, DoesWhatAPlainModelDoes)
     EXPECT_EQ(jobFileCommand(nullptr, nullptr, nullptr), JOB_FILE_REFUSED);
     EXPECT_EQ(copyContextFromCogo(-1), JOB_FILE_REFUSED);
     EXPECT_EQ(swapContextWithCogo(JOB_FILE_SLOTS), JOB_FILE_REFUSED);
+    recordsState = {};
+}
+
+static int openAsCogoFile(const std::string& path)
+{
+    static uint8_t recordBuffer[16384];
+    std::string name = path;
+    EXPECT_NE(jobFileCommand(nullptr, name.data(), "ADD_COGO_FILE"), JOB_FILE_REFUSED);
+    return recordOpen(slotContext(), path.c_str(), recordBuffer, sizeof recordBuffer, OPEN_SHARED);
+}
+
+// A file has one context, which opens no second one: else the first would stay open for good.
+TEST(JobFileTable, OpensAFileBesideTheFormerCogoFile)
+{
+    const std::string first = freshJob("tiny");
+    const std::string second = freshJob("mixed");
+    ASSERT_EQ(openAsCogoFile(first), IX_OK);
+    EXPECT_EQ(openAsCogoFile(first), IX_OPEN_FAILED);
+    ASSERT_EQ(openAsCogoFile(second), IX_OK);
+    for (int slot : {0, 1}) {
+        EXPECT_EQ(ixFindFirst(&contextOfSlot(slot)->tree, 5, nullptr, 0), IX_OK) << slot;
+    }
+    EXPECT_EQ(openAsCogoFile(freshJob("tiny")), IX_OK);
+    EXPECT_EQ(jobFileCommand(nullptr, std::string(second).data(), "SET_FILE_TO_COGO"),
+              JOB_FILE_DONE);
+    for (int slot : {0, 1, 2}) {
+        EXPECT_EQ(recordClose(contextOfSlot(slot)), IX_OK) << slot;
+        EXPECT_EQ(recordClose(contextOfSlot(slot)), IX_NOT_OPEN) << slot;
+    }
+    for (const std::string& path : {first, second}) {
+        IndexFile file = {};
+        EXPECT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
+        EXPECT_EQ(file.file.sharing.userSlot, 0) << "a slot was left behind";
+        EXPECT_EQ(ixClose(&file), IX_OK);
+    }
     recordsState = {};
 }
