@@ -93,6 +93,24 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
     EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
+// A lock that cannot be released keeps the next calls from beginning: they find nothing out.
+TEST(PublicCalls, FailAsLongAsTheLockOfAnEarlierOneIsKept)
+{
+    osFaults = {};
+    IdxConnection* job = nullptr;
+    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, freshJob("tiny").c_str(), 0), IDX_OK);
+    osFaults.call = OS_CALL_UNLOCK;
+    osFaults.first = 1;
+    osFaults.lasting = true;
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        uint32_t count = 0;
+        EXPECT_EQ(orvIdx_numberOfElements(job, kind, &count, nullptr), IDX_ERROR) << kind;
+    }
+    osFaults = {};
+    EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 8u);
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+}
+
 // What would change the file inside a reading bracket is refused, and told of, whatever
 // layer forgot to ask.
 TEST(ReadingBracket, WritesNothing)
