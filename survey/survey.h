@@ -83,9 +83,9 @@ struct PointListRecord {
     char pointList[POINT_LIST_ROOM]; // point names, separated by commas
 };
 
-// Look a record up, which is then the current one. Each returns SURVEY_OK, or a failure: for
-// points the result of recordFind, or SPLIT_... (point_name.h) for a name that no point can have;
-// for all others SURVEY_FAILED.
+// Look a record up, which is then the current one; without one the position of the index stays
+// where it was. Each returns SURVEY_OK, or a failure: for points the result of recordFind, or
+// SPLIT_... (point_name.h) for a name that no point can have; for all others SURVEY_FAILED.
 int findPoint(RecordFile* job, const char* name);
 int findSurveyChain(RecordFile* job, const char* name);
 int findChainPointList(RecordFile* job, const char* name);

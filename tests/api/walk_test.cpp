@@ -32,8 +32,8 @@ static std::string read(IdxConnection* job, uint32_t kind, const std::string& wh
     return copy;
 }
 
-// Walks the kind to its end and beyond. Each element is read by name as well, and one
-// of another name where that does not move the walk; for survey chains that is a chain.
+// Walks the kind to its end and beyond. Each element is read by name as well, one that does
+// not exist, and another one where that does not move the walk; for survey chains that is a chain.
 static void expectWalk(IdxConnection* job, uint32_t kind)
 {
     bool moved = kind == ELEMENT_POINT || kind == ELEMENT_PROFILE;
@@ -48,6 +48,7 @@ static void expectWalk(IdxConnection* job, uint32_t kind)
     for (const std::string& name : names) {
         std::string reached = read(job, kind, step);
         EXPECT_EQ(reached, read(job, kind, name)) << name;
+        EXPECT_EQ(read(job, kind, "MISSPELT5"), UNREADABLE);
         EXPECT_TRUE(reached == UNREADABLE || reached == name.substr(0, ELEMENT_NAME_LIMIT)) << name;
         if (!moved) read(job, otherKind, others[++at * 7 % others.size()]);
         step = NEXT;
