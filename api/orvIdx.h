@@ -92,10 +92,10 @@ ORVIDX_API int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, ui
 /* Frees a name list and sets the caller's variable to null. Always IDX_OK. */
 ORVIDX_API int32_t ORVIDX_CALL orvIdx_freeElementNameList(char** namesVar);
 
-/* Reads the element of a kind by its name. IDX_ERROR: there is none of that name,
- * or its records cannot be read. Reading a line that has no extension record, or
- * a chain of the older record layout, writes to the file; it fails when the file
- * is read-only. Release the element with orvIdx_freeElement and the same kind. */
+/* Reads the element of a kind by its name, which counts without the blanks at its end.
+ * IDX_ERROR: there is none of that name, or its records cannot be read. Reading a line that has no
+ * extension record, or a chain of the older record layout, writes to the file; it fails when the
+ * file is read-only. Release the element with orvIdx_freeElement and the same kind. */
 ORVIDX_API int32_t ORVIDX_CALL orvIdx_readElementbyName(IdxConnection* handle, uint32_t kind,
                                                         const char* name, void** elementOut);
 
