@@ -125,3 +125,15 @@ int position(RecordFile* job, CallBracket* call, Wanted wanted, uint32_t kind, c
     int result = positionOn(job, wanted, kind, name, reached);
     return leaveToWrite(call) ? positionOn(job, wanted, kind, name, reached) : result;
 }
+
+bool isFoundByName(const RecordFile* job, uint32_t kind, const Reached& reached)
+{
+    switch (kind) {
+    case ELEMENT_POINT:
+        return isPointAtPosition(job, reached.name.text);
+    case ELEMENT_SURVEY_CHAIN:
+        return true;
+    default:
+        return isElementAtPosition(job, reached.name.text);
+    }
+}

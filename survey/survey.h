@@ -113,6 +113,9 @@ struct ElementName {
 
 // Returns the name of the point at the position of POINT_NAME_INDEX.
 ElementName pointNameAtPosition(const RecordFile* job);
+// True when the point there is the one that is found by the name: a key may be another one than
+// that of the name for which it stands.
+bool isPointAtPosition(const RecordFile* job, const char* name);
 
 // Step to the first or the next point. Each returns SURVEY_OK with the name of the point
 // reached, any other code when there is none. The first step empties the selections; when one

@@ -34,11 +34,14 @@ static std::string read(IdxConnection* job, uint32_t kind, const std::string& wh
 }
 
 // Walks the kind to its end and beyond. Each element is read by name as well, one that does
-// not exist, and another one where that does not move the walk; for survey chains that is a chain.
+// not exist, and another one where that does not move the walk; for survey chains that is a
+// chain, for profiles a curve.
 static void expectWalk(IdxConnection* job, uint32_t kind)
 {
-    bool moved = kind == ELEMENT_POINT || kind == ELEMENT_PROFILE;
-    uint32_t otherKind = kind == ELEMENT_SURVEY_CHAIN ? ELEMENT_CHAIN : kind;
+    bool moved = kind == ELEMENT_POINT;
+    uint32_t otherKind = kind == ELEMENT_SURVEY_CHAIN ? ELEMENT_CHAIN
+                         : kind == ELEMENT_PROFILE    ? ELEMENT_CURVE
+                                                      : kind;
     std::vector<std::string> others = namesOf(job, otherKind);
     std::vector<std::string> names = namesOf(job, kind);
     uint32_t count = 0;
