@@ -234,3 +234,6 @@ int nextProfile(RecordFile* job, ElementName* name);
 // True when the record at the position of RECORD_KEY_INDEX is the one of its kind that is found by
 // the name: a key may be another one than that of the name for which it stands.
 bool isElementAtPosition(const RecordFile* job, const char* name);
+
+// Forgets which elements the walks have reached.
+void resetWalks();

@@ -20,6 +20,14 @@ constexpr KindWalk CHAIN_WALK = {TAG_CHAIN, KIND_CHAIN, &cogoState.lastChain, MA
 constexpr KindWalk PROFILE_WALK = {TAG_PROFILE, KIND_PROFILE, &cogoState.lastProfile,
                                    MATCH_AT_OR_AFTER};
 
+void resetWalks()
+{
+    constexpr KindWalk WALKS[] = {CURVE_WALK, LINE_WALK, SPIRAL_WALK, CHAIN_WALK, PROFILE_WALK};
+    for (const KindWalk& walk : WALKS) {
+        *walk.last = {};
+    }
+}
+
 bool isElementAtPosition(const RecordFile* job, const char* name)
 {
     const KeyComponents here = componentsAtPosition(job);

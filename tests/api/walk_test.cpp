@@ -94,6 +94,21 @@ class Walks : public testing::TestWithParam<const char*>
 
 INSTANTIATE_TEST_SUITE_P(Golden, Walks, testing::Values("tiny", "mixed", "deep"));
 
+TEST_P(Walks, BeginAnewWithEachConnection)
+{
+    std::string path = freshJob(GetParam());
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        IdxConnection* job = nullptr;
+        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+        std::string first = read(job, kind, FIRST);
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+        bool begins = kind == ELEMENT_POINT || kind == ELEMENT_SURVEY_CHAIN;
+        EXPECT_EQ(read(job, kind, NEXT), begins ? first : UNREADABLE) << kind;
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+    }
+}
+
 TEST_P(Walks, GiveTheNamesOfTheListWhateverHappensInBetween)
 {
     std::string path = freshJob(GetParam());
