@@ -7,6 +7,7 @@ static void openBracket(CallBracket* call)
     call->piece = {};
     call->file->pending.refused = false;
     call->open = ixBeginRead(call->file) == IX_OK;
+    if (!call->open) call->file->trouble = true;
 }
 
 CallBracket beginCall(RecordFile* job)

@@ -1,8 +1,7 @@
 // One reading bracket around a public call: the file is locked once, and all that the
 // host receives comes from one state of it. For api/ alone.
 //
-// When the bracket cannot be opened the call goes on without one: each operation then locks by
-// itself and reports its own failure.
+// When the bracket cannot be opened the call goes on without one, and has failed in the end.
 #pragma once
 
 #include "records/records.h"

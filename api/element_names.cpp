@@ -83,8 +83,8 @@ int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, uint32_t kind
                                             char** names)
 {
     if (!handleIsInForce(handle)) return IDX_ERROR;
-    if (count == nullptr) return IDX_OK;
     if (kind > ELEMENT_SURVEY_CHAIN) return IDX_ERROR;
+    if (count == nullptr) return IDX_OK;
 
     *count = 0;
     TextBlock list;

@@ -2,7 +2,12 @@
 
 #include "api/orvIdx.h"
 
+#include <cstring>
+
 static_assert(COGO_OK == REACHED && COGO_FAILED == NOT_REACHED);
+
+// Longer names are no element's, but for their begin.
+constexpr size_t NAME_ROOM = 256;
 
 static int fromSurvey(int result) { return result == SURVEY_OK ? REACHED : NOT_REACHED; }
 
@@ -34,10 +39,26 @@ static int findByName(RecordFile* job, uint32_t kind, const char* name)
     }
 }
 
+static void takeOffBlanks(char* text)
+{
+    size_t length = std::strlen(text);
+    while (length > 0 && text[length - 1] == ' ') {
+        text[--length] = '\0';
+    }
+}
+
+// A name that a host has padded with blanks means the one without them.
 static int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached)
 {
+    char unpadded[NAME_ROOM];
+    if (std::strlen(name) < sizeof unpadded) {
+        copyText(unpadded, sizeof unpadded, name);
+        takeOffBlanks(unpadded);
+        name = unpadded;
+    }
     if (kind == ELEMENT_POINT) return fromSurvey(readPointByName(job, name, &reached->name));
     copyText(reached->name.text, sizeof reached->name.text, name);
+    takeOffBlanks(reached->name.text);
     return keepNumber(job, findByName(job, kind, name), reached);
 }
 
@@ -103,4 +124,16 @@ int position(RecordFile* job, CallBracket* call, Wanted wanted, uint32_t kind, c
 {
     int result = positionOn(job, wanted, kind, name, reached);
     return leaveToWrite(call) ? positionOn(job, wanted, kind, name, reached) : result;
+}
+
+bool isFoundByName(const RecordFile* job, uint32_t kind, const Reached& reached)
+{
+    switch (kind) {
+    case ELEMENT_POINT:
+        return isPointAtPosition(job, reached.name.text);
+    case ELEMENT_SURVEY_CHAIN:
+        return true;
+    default:
+        return isElementAtPosition(job, reached.name.text);
+    }
 }

@@ -27,3 +27,7 @@ constexpr int REACHED = 1;
 // no name.
 int position(RecordFile* job, CallBracket* call, Wanted wanted, uint32_t kind, const char* name,
              Reached* reached);
+
+// True when the element reached, on which the job still stands, is the one to which its builder
+// comes. In a walk another element, or none, may be found by the name.
+bool isFoundByName(const RecordFile* job, uint32_t kind, const Reached& reached);

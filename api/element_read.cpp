@@ -60,7 +60,8 @@ static int32_t readElement(Wanted wanted, uint32_t kind, const char* name, void*
     Reached reached = {};
     CallBracket call = beginCall(job);
     int found = position(job, &call, wanted, kind, name, &reached);
-    if (found == NOT_REACHED || elementOut == nullptr) {
+    bool builds = found != NOT_REACHED && elementOut != nullptr;
+    if (!builds || (wanted != BY_NAME && !isFoundByName(job, kind, reached))) {
         endCall(&call);
         return IDX_ERROR;
     }

@@ -94,10 +94,10 @@ ORVIDX_API int32_t ORVIDX_CALL orvIdx_numberOfElements(IdxConnection* handle, ui
 /* Frees a name list and sets the caller's variable to null. Always IDX_OK. */
 ORVIDX_API int32_t ORVIDX_CALL orvIdx_freeElementNameList(char** namesVar);
 
-/* Reads the element of a kind by its name. IDX_ERROR: there is none of that name,
- * or its records cannot be read. Reading a line that has no extension record, or
- * a chain of the older record layout, writes to the file; it fails when the file
- * is read-only. Release the element with orvIdx_freeElement and the same kind. */
+/* Reads the element of a kind by its name, which counts without the blanks at its end.
+ * IDX_ERROR: there is none of that name, or its records cannot be read. Reading a line that has no
+ * extension record, or a chain of the older record layout, writes to the file; it fails when the
+ * file is read-only. Release the element with orvIdx_freeElement and the same kind. */
 ORVIDX_API int32_t ORVIDX_CALL orvIdx_readElementbyName(IdxConnection* handle, uint32_t kind,
                                                         const char* name, void** elementOut);
 
@@ -108,10 +108,12 @@ ORVIDX_API int32_t ORVIDX_CALL orvIdx_readFirstElement(IdxConnection* handle, ui
 
 /* Reads the element that follows in the walk of the kind; IDX_ERROR at its end,
  * every time. Reads by name in between do not disturb the walks of lines, curves,
- * spirals and chains. The walks of points and survey chains go on from the element of
- * the kind read last, be it by name or as a part of another element; that of
- * profiles too, but reading anything else than profiles in between ends it. An element
- * that cannot be read is IDX_ERROR too, and the next call goes on behind it. */
+ * spirals and chains. The walks of points, survey chains and profiles go on from the
+ * element of the kind read last, be it by name or as a part of another element; a read
+ * by name that finds nothing moves none. Without a first step since connect those of
+ * points and survey chains start at the first element, the others are at their end. An
+ * element that cannot be read, or not by its name, is IDX_ERROR too, and the next call
+ * goes on behind it. */
 ORVIDX_API int32_t ORVIDX_CALL orvIdx_readNextElement(IdxConnection* handle, uint32_t kind,
                                                       void** elementOut);
 

@@ -6,6 +6,7 @@
 void startUpFloors()
 {
     buildCogoLayouts();
+    resetWalks();
     buildSurveyLayouts();
     setRecordKey("");
     setFormatVersion(true, CURRENT_FORMAT_VERSION);

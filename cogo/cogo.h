@@ -24,10 +24,10 @@ int32_t truncateToInt32(double value);
 // Builds the layouts. Nothing here can be read before.
 void buildCogoLayouts();
 
-// -- Lookups by name (lookups.cpp) -------------------------------------------
+// -- Lookups by name (lookups.cpp, iteration.cpp) ----------------------------
 
 // Each returns COGO_OK when there is such a record, which is then the current one, or
-// COGO_FAILED.
+// COGO_FAILED. The walk of profiles goes on from the profile found.
 int findChain(RecordFile* job, const char* name);
 int findCurve(RecordFile* job, const char* name);
 int findLine(RecordFile* job, const char* name);
@@ -217,8 +217,9 @@ void clearProfile(ProfileResult* profile);
 
 // First and next element of a kind. Each returns COGO_OK with its name, or COGO_FAILED when
 // there is none; a first step may also return a failure code of the engine, which is negative.
-// A next step of lines, curves, spirals and chains continues from the element that their own
-// last step reached, one of profiles from the position of RECORD_KEY_INDEX.
+// A next step continues from the element that the walk's own last step reached, of profiles from
+// the one looked up since, if there is one; there is none as long as no such element is known.
+// The walk of profiles also goes on behind one that has been deleted, the others end there.
 int firstCurve(RecordFile* job, ElementName* name);
 int nextCurve(RecordFile* job, ElementName* name);
 int firstLine(RecordFile* job, ElementName* name);
@@ -229,3 +230,10 @@ int firstChain(RecordFile* job, ElementName* name);
 int nextChain(RecordFile* job, ElementName* name);
 int firstProfile(RecordFile* job, ElementName* name);
 int nextProfile(RecordFile* job, ElementName* name);
+
+// True when the record at the position of RECORD_KEY_INDEX is the one of its kind that is found by
+// the name: a key may be another one than that of the name for which it stands.
+bool isElementAtPosition(const RecordFile* job, const char* name);
+
+// Forgets which elements the walks have reached.
+void resetWalks();

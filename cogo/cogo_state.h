@@ -6,13 +6,20 @@
 #include "cogo/record_layouts.h"
 #include "cogo/vertical_curves.h"
 
+// The whole key under which an element lies, of which its name is only a part.
+struct WalkKey {
+    char text[KEY_BUFFER_SIZE];
+};
+
 struct CogoState {
-    // Process: for each kind the name of the element that the last step of its walk reached.
-    // In the walk of chains that may be a continuation.
-    ElementName lastCurve;
-    ElementName lastLine;
-    ElementName lastSpiral;
-    ElementName lastChain;
+    // Connection: for each kind the key of the element that the last step of its walk reached,
+    // empty before the first; of profiles also that of the one looked up since. In the walk of
+    // chains that may be a continuation.
+    WalkKey lastCurve;
+    WalkKey lastLine;
+    WalkKey lastSpiral;
+    WalkKey lastChain;
+    WalkKey lastProfile;
 
     // Built by every start-up, and constant until the next one but for the length of the
     // point block.

@@ -9,77 +9,75 @@
 struct KindWalk {
     const char* tag;
     int kind;
-    ElementName* last; // name of the element that the last step reached
+    WalkKey* last; // key of the element that the last step reached
+    int matchMode; // in which that is looked up: an exact one ends the walk when it is gone
 };
 
-constexpr KindWalk CURVE_WALK = {TAG_CURVE, KIND_CURVE, &cogoState.lastCurve};
-constexpr KindWalk LINE_WALK = {TAG_LINE, KIND_LINE, &cogoState.lastLine};
-constexpr KindWalk SPIRAL_WALK = {TAG_SPIRAL, KIND_SPIRAL, &cogoState.lastSpiral};
-constexpr KindWalk CHAIN_WALK = {TAG_CHAIN, KIND_CHAIN, &cogoState.lastChain};
+constexpr KindWalk CURVE_WALK = {TAG_CURVE, KIND_CURVE, &cogoState.lastCurve, MATCH_EXACT};
+constexpr KindWalk LINE_WALK = {TAG_LINE, KIND_LINE, &cogoState.lastLine, MATCH_EXACT};
+constexpr KindWalk SPIRAL_WALK = {TAG_SPIRAL, KIND_SPIRAL, &cogoState.lastSpiral, MATCH_EXACT};
+constexpr KindWalk CHAIN_WALK = {TAG_CHAIN, KIND_CHAIN, &cogoState.lastChain, MATCH_EXACT};
+constexpr KindWalk PROFILE_WALK = {TAG_PROFILE, KIND_PROFILE, &cogoState.lastProfile,
+                                   MATCH_AT_OR_AFTER};
 
-static ElementName nameOf(const KeyComponents& key)
+void resetWalks()
 {
-    ElementName name;
-    copyText(name.text, sizeof name.text, key.elementName);
-    return name;
+    constexpr KindWalk WALKS[] = {CURVE_WALK, LINE_WALK, SPIRAL_WALK, CHAIN_WALK, PROFILE_WALK};
+    for (const KindWalk& walk : WALKS) {
+        *walk.last = {};
+    }
 }
 
-// Positions on the first record of a kind, and fills the name from its key. Returns COGO_OK,
+bool isElementAtPosition(const RecordFile* job, const char* name)
+{
+    const KeyComponents here = componentsAtPosition(job);
+    const KeyComponents named = keyComponents(here.recordTag, name, "", "");
+    return std::strcmp(buildKey(&named).text, keyAtPosition(job, RECORD_KEY_INDEX)) == 0;
+}
+
+static void keepKey(const RecordFile* job, WalkKey* last)
+{
+    copyText(last->text, sizeof last->text, keyAtPosition(job, RECORD_KEY_INDEX));
+}
+
+// Fills the name from the key at the position, which the walk has reached. Returns COGO_OK, or
+// COGO_FAILED with the walk as it was when the key is one of another kind.
+static int takeReached(const RecordFile* job, const KindWalk& walk, ElementName* name)
+{
+    const KeyComponents key = componentsAtPosition(job);
+    if (kindOfTag(key.recordTag) != walk.kind) return COGO_FAILED;
+    copyText(name->text, sizeof name->text, key.elementName);
+    keepKey(job, walk.last);
+    return COGO_OK;
+}
+
+// Positions on the first record of the kind. Returns COGO_OK with the name from its key,
 // COGO_FAILED when there is none, or the failure code of the engine.
 //
 // The search is for the lowest key that the tag can have, which is that of an element whose
 // name is blank; the walk goes on behind it like behind any other.
-static int positionOnFirst(RecordFile* job, const char* tag, int kind, ElementName* name)
-{
-    KeyComponents lowest = keyComponents(tag, "", "", "");
-    int result = recordFind(job, RECORD_KEY_INDEX, buildKey(&lowest).text, MATCH_AT_OR_AFTER);
-    if (result == IX_NOT_FOUND) return COGO_FAILED;
-    if (result != IX_OK && result != IX_GREATER_KEY) return result;
-    KeyComponents key = componentsAtPosition(job);
-    if (kindOfTag(key.recordTag) != kind) return COGO_FAILED;
-    *name = nameOf(key);
-    return COGO_OK;
-}
-
 static int firstOfKind(RecordFile* job, const KindWalk& walk, ElementName* name)
 {
-    int result = positionOnFirst(job, walk.tag, walk.kind, name);
-    if (result == COGO_OK) *walk.last = *name;
-    return result;
+    const KeyComponents lowest = keyComponents(walk.tag, "", "", "");
+    const RecordKey key = buildKey(&lowest);
+    const int result = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
+    if (result == IX_NOT_FOUND) return COGO_FAILED;
+    if (result != IX_OK && result != IX_GREATER_KEY) return result;
+    return takeReached(job, walk, name);
 }
 
-// True when a name sorts behind another one, both padded with blanks as in keys.
-static bool sortsBehind(const char* name, const char* other)
-{
-    char padded[2][ELEMENT_NAME_LENGTH];
-    std::memset(padded, ' ', sizeof padded);
-    std::memcpy(padded[0], name, std::strlen(name));
-    std::memcpy(padded[1], other, std::strlen(other));
-    return std::memcmp(padded[0], padded[1], ELEMENT_NAME_LENGTH) > 0;
-}
-
-// Steps to the next record. Returns COGO_OK with the components of its key, or COGO_FAILED
-// when there is none or it is of another kind.
-static int stepWithinKind(RecordFile* job, int kind, KeyComponents* key)
-{
-    if (recordStep(job, RECORD_KEY_INDEX, STEP_NEXT) != IX_OK) return COGO_FAILED;
-    *key = componentsAtPosition(job);
-    return kindOfTag(key->recordTag) == kind ? COGO_OK : COGO_FAILED;
-}
-
-// Looks the last element of the walk up and steps to the next record of the kind
-// whose name sorts behind it. In a sound file that is the very next one. A damaged file may
-// show another name there, and to look that one up would lead the walk back to where it has
-// been, again and again.
+// Looks the last element of the walk up and goes on to the next record of the kind. Going from
+// key to key, whatever names they stand for, the walk never comes back to where it has been.
 static int nextOfKind(RecordFile* job, const KindWalk& walk, ElementName* name)
 {
-    KeyComponents key = keyComponents(walk.tag, walk.last->text, "", "");
-    if (findByKey(job, &key) != IX_OK) return COGO_FAILED;
-    do {
-        if (stepWithinKind(job, walk.kind, &key) != COGO_OK) return COGO_FAILED;
-    } while (!sortsBehind(key.elementName, walk.last->text));
-    *name = *walk.last = nameOf(key);
-    return COGO_OK;
+    const WalkKey last = *walk.last;
+    if (last.text[0] == '\0') return COGO_FAILED; // not begun
+    int result = recordFind(job, RECORD_KEY_INDEX, last.text, walk.matchMode);
+    while (result == IX_OK && std::strcmp(keyAtPosition(job, RECORD_KEY_INDEX), last.text) == 0) {
+        result = recordStep(job, RECORD_KEY_INDEX, STEP_NEXT);
+    }
+    if (result != IX_OK && result != IX_GREATER_KEY) return COGO_FAILED;
+    return takeReached(job, walk, name);
 }
 
 int firstCurve(RecordFile* job, ElementName* name) { return firstOfKind(job, CURVE_WALK, name); }
@@ -115,19 +113,15 @@ int nextChain(RecordFile* job, ElementName* name)
 
 int firstProfile(RecordFile* job, ElementName* name)
 {
-    return positionOnFirst(job, TAG_PROFILE, KIND_PROFILE, name);
+    return firstOfKind(job, PROFILE_WALK, name);
 }
 
-// Like the other walks this one goes on to a name that sorts behind the last one: reading a
-// profile has led back to the key of its name, whichever key the walk had reached.
-int nextProfile(RecordFile* job, ElementName* name)
+int nextProfile(RecordFile* job, ElementName* name) { return nextOfKind(job, PROFILE_WALK, name); }
+
+int findProfile(RecordFile* job, const char* name)
 {
-    KeyComponents here = componentsAtPosition(job);
-    bool onProfile = kindOfTag(here.recordTag) == KIND_PROFILE;
-    KeyComponents key;
-    do {
-        if (stepWithinKind(job, KIND_PROFILE, &key) != COGO_OK) return COGO_FAILED;
-    } while (onProfile && !sortsBehind(key.elementName, here.elementName));
-    *name = nameOf(key);
+    const KeyComponents key = keyComponents(TAG_PROFILE, name, "", "");
+    if (findByKey(job, &key) != IX_OK) return COGO_FAILED;
+    keepKey(job, PROFILE_WALK.last);
     return COGO_OK;
 }

@@ -19,8 +19,6 @@ int findLine(RecordFile* job, const char* name) { return findTagged(job, TAG_LIN
 
 int findSpiral(RecordFile* job, const char* name) { return findTagged(job, TAG_SPIRAL, name); }
 
-int findProfile(RecordFile* job, const char* name) { return findTagged(job, TAG_PROFILE, name); }
-
 int findChainContinuation(RecordFile* job, const char* name, int member)
 {
     return findTagged(job, TAG_CHAIN, continuationName(name, member).text);

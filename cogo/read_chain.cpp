@@ -69,17 +69,21 @@ static int loadChainRecord(RecordFile* job)
 }
 
 // Appends the descriptions of the continuations that exist and can be read, as far as there is
-// room.
-static void appendContinuations(RecordFile* job, const char* chainName, ChainResult* result)
+// room. Returns COGO_OK, or COGO_FAILED when it cannot be told whether there is one.
+static int appendContinuations(RecordFile* job, const char* chainName, ChainResult* result)
 {
     size_t length = std::strlen(result->description);
     for (int member = 1; member <= CHAIN_CONTINUATIONS; ++member) {
-        if (findChainContinuation(job, chainName, member) != COGO_OK) continue;
+        if (findChainContinuation(job, chainName, member) != COGO_OK) {
+            if (lookupFailed(job)) return COGO_FAILED;
+            continue;
+        }
         if (readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD) != IX_OK) continue;
         copyText(result->description + length, sizeof result->description - length,
                  cogoState.chain.description);
         length += std::strlen(result->description + length);
     }
+    return COGO_OK;
 }
 
 int readChain(RecordFile* job, const char* name, ChainResult* result)
@@ -87,12 +91,13 @@ int readChain(RecordFile* job, const char* name, ChainResult* result)
     if (name[0] == '\0') return COGO_FAILED;
     int found = loadChainRecord(job);
     if (found == CHAIN_UNREADABLE) return COGO_FAILED;
-    *result = cogoState.chain;
-    copyText(result->name, sizeof result->name, name);
-    if (found == CHAIN_OLDER) return COGO_OK;
-
-    appendContinuations(job, name, result);
-    char* end = std::strstr(result->description, END_OF_DESCRIPTION);
-    if (end != nullptr) *end = '\0';
+    ChainResult chain = cogoState.chain;
+    copyText(chain.name, sizeof chain.name, name);
+    if (found == CHAIN_CURRENT) {
+        if (appendContinuations(job, name, &chain) != COGO_OK) return COGO_FAILED;
+        char* end = std::strstr(chain.description, END_OF_DESCRIPTION);
+        if (end != nullptr) *end = '\0';
+    }
+    *result = chain;
     return COGO_OK;
 }

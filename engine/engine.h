@@ -55,7 +55,8 @@ struct KeyBlock {
 
 // Steps over the records behind the position that are reached without a search: inside an
 // outermost read those whose keys lie in the same leaf. The last one becomes the position.
-// Fills the block with their keys, which may be none: ixNext goes on then. Never fails.
+// Fills the block with their keys, each key string once, which may be none: ixNext goes on then.
+// Never fails.
 void ixStepAlong(IndexFile* tree, int index, KeyBlock* keys);
 
 // -- Insertion and deletion (updates.cpp) ------------------------------------

@@ -92,6 +92,7 @@ void ixStepAlong(IndexFile* tree, int index, KeyBlock* keys)
 
     char* text = keys->texts; // the keys of a leaf together are shorter than its page
     while (moveOnInLeaf(&place)) {
+        if (!place.firstOfKey) continue;
         size_t size = static_cast<size_t>(entryKeyLength(place.entry)); // index byte included
         memcpy(text, entryKey(place.entry) + 1, size);
         text += size;

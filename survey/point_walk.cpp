@@ -15,6 +15,13 @@ ElementName pointNameAtPosition(const RecordFile* job)
     return name;
 }
 
+bool isPointAtPosition(const RecordFile* job, const char* name)
+{
+    char key[SURVEY_NAME_ROOM];
+    return buildPointNameKey(key, name) == SURVEY_OK &&
+           std::strcmp(key, keyAtPosition(job, POINT_NAME_INDEX)) == 0;
+}
+
 // Returns the number of the selection that restricts the walk over the points, with its text
 // in SELECTION_ROOM bytes, or NO_SELECTION.
 static int walkSelection(char* text)
@@ -36,11 +43,26 @@ int surveyFirstPoint(RecordFile* job)
     return findSurveyRecord(job, text, selection, MATCH_EXACT);
 }
 
+// Steps to the next point of another key. One that is filed under the key of the last one cannot
+// be found by its name, and looking that up would lead the walk back.
+static int nextOtherKey(RecordFile* job)
+{
+    const bool begun = job->tree.positions[POINT_NAME_INDEX].index == POINT_NAME_INDEX;
+    char last[KEY_BUFFER_SIZE];
+    std::strcpy(last, keyAtPosition(job, POINT_NAME_INDEX));
+    int result = nextInIndex(job, POINT_NAME_INDEX);
+    while (result == SURVEY_OK && begun &&
+           std::strcmp(keyAtPosition(job, POINT_NAME_INDEX), last) == 0) {
+        result = nextInIndex(job, POINT_NAME_INDEX);
+    }
+    return result;
+}
+
 int surveyNextPoint(RecordFile* job)
 {
     char text[SELECTION_ROOM];
     int selection = walkSelection(text);
-    if (selection == NO_SELECTION) return nextInIndex(job, POINT_NAME_INDEX);
+    if (selection == NO_SELECTION) return nextOtherKey(job);
     int result = nextInIndex(job, selection);
     if (result != SURVEY_OK) return result;
     const char* key = keyAtPosition(job, selection);

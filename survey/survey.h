@@ -83,9 +83,9 @@ struct PointListRecord {
     char pointList[POINT_LIST_ROOM]; // point names, separated by commas
 };
 
-// Look a record up, which is then the current one. Each returns SURVEY_OK, or a failure: for
-// points the result of recordFind, or SPLIT_... (point_name.h) for a name that no point can have;
-// for all others SURVEY_FAILED.
+// Look a record up, which is then the current one; without one the position of the index stays
+// where it was. Each returns SURVEY_OK, or a failure: for points the result of recordFind, or
+// SPLIT_... (point_name.h) for a name that no point can have; for all others SURVEY_FAILED.
 int findPoint(RecordFile* job, const char* name);
 int findSurveyChain(RecordFile* job, const char* name);
 int findChainPointList(RecordFile* job, const char* name);
@@ -119,6 +119,9 @@ struct ElementName {
 
 // Returns the name of the point at the position of POINT_NAME_INDEX.
 ElementName pointNameAtPosition(const RecordFile* job);
+// True when the point there is the one that is found by the name: a key may be another one than
+// that of the name for which it stands.
+bool isPointAtPosition(const RecordFile* job, const char* name);
 
 // Step to the first or the next point. Each returns SURVEY_OK with the name of the point
 // reached, any other code when there is none. The first step empties the selections; when one

@@ -8,17 +8,27 @@
 
 // -- Lookups and steps -------------------------------------------------------
 
+// Looks a key up. Where that fails, the position stays where it was, and with it the walk of the
+// index.
+static int findKey(RecordFile* job, int index, const char* key, int matchMode)
+{
+    Position* position = &job->tree.positions[index];
+    const Position before = *position;
+    int result = recordFind(job, index, key, matchMode);
+    if (result != IX_OK) *position = before;
+    return result;
+}
+
 int findSurveyRecord(RecordFile* job, const char* name, int index, int matchMode)
 {
     if (name == nullptr) return SURVEY_FAILED;
     if (index != POINT_NAME_INDEX) {
-        int result = recordFind(job, index, name, matchMode);
-        return result == IX_OK ? SURVEY_OK : SURVEY_FAILED;
+        return findKey(job, index, name, matchMode) == IX_OK ? SURVEY_OK : SURVEY_FAILED;
     }
     char key[SURVEY_NAME_ROOM];
     int failure = buildPointNameKey(key, name);
     if (failure != SURVEY_OK) return failure;
-    return recordFind(job, index, key, matchMode);
+    return findKey(job, index, key, matchMode);
 }
 
 int findPoint(RecordFile* job, const char* name)

@@ -92,6 +92,43 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
     EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
+// A lock that cannot be released keeps the next calls from beginning: they find nothing out.
+TEST(PublicCalls, FailAsLongAsTheLockOfAnEarlierOneIsKept)
+{
+    osFaults = {};
+    IdxConnection* job = nullptr;
+    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, freshJob("tiny").c_str(), 0), IDX_OK);
+    osFaults.call = OS_CALL_UNLOCK;
+    osFaults.first = 1;
+    osFaults.lasting = true;
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        uint32_t count = 0;
+        EXPECT_EQ(orvIdx_numberOfElements(job, kind, &count, nullptr), IDX_ERROR) << kind;
+    }
+    osFaults = {};
+    EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 8u);
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+}
+
+// What would change the file inside a reading bracket is refused, and told of, whatever
+// layer forgot to ask.
+TEST(ReadingBracket, WritesNothing)
+{
+    IndexFile file = {};
+    std::string path = freshJob("tiny");
+    ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
+    std::string bytes = fileBytes(path);
+    ASSERT_EQ(ixBeginRead(&file.file), 0);
+    EXPECT_EQ(ixAdd(&file, 20, "KEY", 1, nullptr, 0), IX_FILE_LOCK);
+    EXPECT_TRUE(file.file.pending.refused);
+    uint8_t page[NODE_PAGE_SIZE] = {};
+    EXPECT_EQ(cachedPageWrite(&file.file, page, file.file.header.rootPage), IX_PAGE_IO);
+    EXPECT_EQ(writeHeader(&file.file), IX_PAGE_IO);
+    EXPECT_EQ(ixEndRead(&file.file), 0);
+    EXPECT_EQ(ixClose(&file), IX_OK);
+    EXPECT_EQ(fileBytes(path), bytes);
+}
+
 // Whether a search or a step along the leaf has reached it.
 TEST(PointList, CutsEveryLongNameAlike)
 {

@@ -98,6 +98,7 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
     uint32_t count = 99;
     void* element = &count;
     EXPECT_EQ(orvIdx_numberOfElements(job, 7, &count, nullptr), IDX_ERROR);
+    EXPECT_EQ(orvIdx_numberOfElements(job, 7, nullptr, nullptr), IDX_ERROR);
     EXPECT_EQ(orvIdx_numberOfElements(nullptr, 0, &count, nullptr), IDX_ERROR);
     EXPECT_EQ(orvIdx_numberOfElements(job, 0, nullptr, nullptr), IDX_OK);
     EXPECT_EQ(orvIdx_readElementbyName(job, 7, "9", &element), IDX_ERROR);

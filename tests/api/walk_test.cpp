@@ -12,6 +12,7 @@
 constexpr char FIRST[] = "(first)";
 constexpr char NEXT[] = "(next)";
 constexpr char UNREADABLE[] = "(unreadable)";
+constexpr char PADDING[] = "    ";        // as hosts may give names
 constexpr size_t ELEMENT_NAME_LIMIT = 15; // an element has no room for more of its name
 
 // The name of the element read.
@@ -32,12 +33,15 @@ static std::string read(IdxConnection* job, uint32_t kind, const std::string& wh
     return copy;
 }
 
-// Walks the kind to its end and beyond. Each element is read by name as well, and one
-// of another name where that does not move the walk; for survey chains that is a chain.
+// Walks the kind to its end and beyond. Each element is read by name as well, one that does
+// not exist, and another one where that does not move the walk; for survey chains that is a
+// chain, for profiles a curve.
 static void expectWalk(IdxConnection* job, uint32_t kind)
 {
-    bool moved = kind == ELEMENT_POINT || kind == ELEMENT_PROFILE;
-    uint32_t otherKind = kind == ELEMENT_SURVEY_CHAIN ? ELEMENT_CHAIN : kind;
+    bool moved = kind == ELEMENT_POINT;
+    uint32_t otherKind = kind == ELEMENT_SURVEY_CHAIN ? ELEMENT_CHAIN
+                         : kind == ELEMENT_PROFILE    ? ELEMENT_CURVE
+                                                      : kind;
     std::vector<std::string> others = namesOf(job, otherKind);
     std::vector<std::string> names = namesOf(job, kind);
     uint32_t count = 0;
@@ -47,7 +51,8 @@ static void expectWalk(IdxConnection* job, uint32_t kind)
     size_t at = 0;
     for (const std::string& name : names) {
         std::string reached = read(job, kind, step);
-        EXPECT_EQ(reached, read(job, kind, name)) << name;
+        EXPECT_EQ(reached, read(job, kind, name + PADDING)) << name;
+        EXPECT_EQ(read(job, kind, "MISSPELT5"), UNREADABLE);
         EXPECT_TRUE(reached == UNREADABLE || reached == name.substr(0, ELEMENT_NAME_LIMIT)) << name;
         if (!moved) read(job, otherKind, others[++at * 7 % others.size()]);
         step = NEXT;
@@ -88,6 +93,21 @@ class Walks : public testing::TestWithParam<const char*>
 };
 
 INSTANTIATE_TEST_SUITE_P(Golden, Walks, testing::Values("tiny", "mixed", "deep"));
+
+TEST_P(Walks, BeginAnewWithEachConnection)
+{
+    std::string path = freshJob(GetParam());
+    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
+        IdxConnection* job = nullptr;
+        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+        std::string first = read(job, kind, FIRST);
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+        bool begins = kind == ELEMENT_POINT || kind == ELEMENT_SURVEY_CHAIN;
+        EXPECT_EQ(read(job, kind, NEXT), begins ? first : UNREADABLE) << kind;
+        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+    }
+}
 
 TEST_P(Walks, GiveTheNamesOfTheListWhateverHappensInBetween)
 {
