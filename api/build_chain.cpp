@@ -46,6 +46,9 @@ constexpr char REFERENCE[] = "CHA";
 constexpr size_t REFERENCE_KEYWORD_LENGTH = 4; // with the blank behind it
 constexpr size_t WORD_ROOM = 256;
 constexpr size_t FIRST_EXPANDED_ROOM = 12500;
+// A few thousand references of a small file could stand for gigabytes of members. With so
+// many characters a chain has 65,536 members at most.
+constexpr size_t EXPANDED_LIMIT = 131072;
 
 // What became of a member that was to be appended.
 constexpr int MEMBER_ADDED = 0;
@@ -66,6 +69,13 @@ struct Reference {
     bool nameFits;        // a longer one is that of no chain
     const char* nameEnd;
     const char* rest; // the blank from which the description goes on, or null at its end
+};
+
+// The description of a chain while the references in it are replaced.
+struct Expansion {
+    RecordFile* job;
+    TextBlock* text;
+    bool unresolved; // a chain that is referred to cannot be read
 };
 
 // A chain while its members are appended.
@@ -106,19 +116,30 @@ static bool copyWord(char* name, const char* word, const char* end)
 
 // -- References --------------------------------------------------------------
 
-// Appends the description of the chain, or nothing when the chain does not exist or cannot be
-// read. Returns IDX_OK; or IDX_ERROR when there is no memory, or when reading the chain has to
-// write, which a bracket for reading has refused.
-static int appendDescription(RecordFile* job, const char* name, TextBlock* text)
+// Returns IDX_OK, or IDX_ERROR when the text would exceed its limit or there is no memory.
+static int appendExpanded(TextBlock* text, const char* added, size_t length)
 {
+    if (length > EXPANDED_LIMIT - text->length) return IDX_ERROR;
+    return appendText(text, added, length);
+}
+
+// Appends the description of the chain, or nothing when there is no such chain or it cannot be
+// read. Returns as appendExpanded; IDX_ERROR also when that cannot be told, or when reading the
+// chain has to write, which a bracket for reading has refused.
+static int appendDescription(Expansion* expansion, const char* name)
+{
+    RecordFile* job = expansion->job;
     ChainResult result;
-    if (findChain(job, name) != COGO_OK) return IDX_OK;
-    if (readChain(job, name, &result) != COGO_OK) return hasToWrite(job) ? IDX_ERROR : IDX_OK;
+    if (findChain(job, name) != COGO_OK) return fileOf(job)->trouble ? IDX_ERROR : IDX_OK;
+    if (readChain(job, name, &result) != COGO_OK) {
+        expansion->unresolved = true;
+        return hasToWrite(job) || fileOf(job)->trouble ? IDX_ERROR : IDX_OK;
+    }
     size_t length = std::strlen(result.description);
     while (length > 0 && result.description[length - 1] == BLANK) {
         --length;
     }
-    return appendText(text, result.description, length);
+    return appendExpanded(expansion->text, result.description, length);
 }
 
 // Finds the first reference in the text, which need not stand at the begin of a word. False
@@ -142,32 +163,32 @@ static bool findReference(const char* text, Reference* reference)
 
 // Appends the text up to the reference, and the description that takes the reference's place.
 // Returns as appendDescription.
-static int replaceReference(RecordFile* job, const char* text, const Reference* reference,
-                            TextBlock* expanded)
+static int replaceReference(Expansion* expansion, const char* text, const Reference* reference)
 {
     if (!reference->nameFits) {
         // The reference is kept, and becomes an unresolved member.
         const char* end = reference->rest != nullptr ? reference->rest : reference->nameEnd;
-        return appendText(expanded, text, static_cast<size_t>(end - text));
+        return appendExpanded(expansion->text, text, static_cast<size_t>(end - text));
     }
     // The character before the letters goes with them: the blank that separates the members.
     const char* end = reference->begin > text ? reference->begin - 1 : text;
-    if (appendText(expanded, text, static_cast<size_t>(end - text)) != IDX_OK) return IDX_ERROR;
-    return appendDescription(job, reference->name, expanded);
+    size_t length = static_cast<size_t>(end - text);
+    if (appendExpanded(expansion->text, text, length) != IDX_OK) return IDX_ERROR;
+    return appendDescription(expansion, reference->name);
 }
 
 // Copies the description, with each reference replaced by the description of the chain that it
 // names. References in that one stay. Expects the description to end with a newline. Returns
 // as appendDescription.
-static int expandReferences(RecordFile* job, const char* description, TextBlock* expanded)
+static int expandReferences(Expansion* expansion, const char* description)
 {
     Reference reference;
     const char* cursor = description;
     while (cursor != nullptr) {
         if (!findReference(cursor, &reference)) {
-            return appendText(expanded, cursor, std::strlen(cursor));
+            return appendExpanded(expansion->text, cursor, std::strlen(cursor));
         }
-        if (replaceReference(job, cursor, &reference, expanded) != IDX_OK) return IDX_ERROR;
+        if (replaceReference(expansion, cursor, &reference) != IDX_OK) return IDX_ERROR;
         cursor = reference.rest;
     }
     return IDX_OK;
@@ -312,7 +333,7 @@ static int addToken(MemberList* list, const Token* token)
 }
 
 // Adds all members of the expanded description. Returns IDX_OK, or IDX_ERROR when there is no
-// memory.
+// memory or it cannot be told what some member is.
 static int addMembers(RecordFile* job, ChainElement* chain, char* text)
 {
     MemberList list = {job, chain, nullptr};
@@ -322,7 +343,7 @@ static int addMembers(RecordFile* job, ChainElement* chain, char* text)
         cursor = takeToken(cursor, &token);
         int added = addToken(&list, &token);
         if (added == MEMBER_UNRESOLVED) chain->unresolvedMembers = 1;
-        if (added == MEMBER_NO_MEMORY) return IDX_ERROR;
+        if (added == MEMBER_NO_MEMORY || fileOf(job)->trouble) return IDX_ERROR;
     }
     return IDX_OK;
 }
@@ -342,7 +363,10 @@ static int fillChain(RecordFile* job, const char* name, ChainElement* chain, Tex
     std::memcpy(description, result.description, length);
     description[length] = '\n';
     description[length + 1] = '\0';
-    return expandReferences(job, description, text);
+    Expansion expansion = {job, text, false};
+    int expanded = expandReferences(&expansion, description);
+    chain->unresolvedMembers = expansion.unresolved ? 1 : 0;
+    return expanded;
 }
 
 ChainElement* buildChain(RecordFile* job, const Reached& reached)

@@ -3,11 +3,8 @@
 #include "api/orvIdx.h"
 #include "platform/platform.h"
 
+#include <algorithm>
 #include <cstring>
-
-// A survey chain begins with room for this many points: memory that is not used costs nothing,
-// and a list that fits is never copied.
-constexpr int32_t FIRST_POINT_ROOM = 2500;
 
 constexpr char LIST_SEPARATOR = ',';
 constexpr char BLANK_PIECE[] = " "; // passed over, as a piece without characters is
@@ -15,12 +12,12 @@ constexpr size_t PIECE_ROOM = 24;   // no point name is longer
 constexpr char GAP_NAME[] = "GAP";
 constexpr int32_t GAP_MARK = 2; // integer1 of a gap
 constexpr int32_t NO_POINT = -1;
+constexpr size_t ROOM_AT_LEAST = 1; // so that an array without points is one all the same
 
-// A survey chain while its points are appended.
+// A survey chain while its points are appended, for which there is room.
 struct PointArray {
     RecordFile* job;
     SurveyChainElement* chain;
-    int32_t room;      // of chain->points
     int32_t lastFound; // the point last found by its name, NO_POINT before the first
 };
 
@@ -46,69 +43,91 @@ static int fillLine(RecordFile* job, const char* name, LineElement* line)
     return fillNamedPoint(job, result.endPointName, &line->endPoint);
 }
 
-// Makes room for the next point and one more. Returns IDX_OK or IDX_ERROR.
-static int makeRoom(PointArray* array)
-{
-    SurveyChainElement* chain = array->chain;
-    if (chain->pointCount + 1 <= array->room - 1) return IDX_OK;
-    size_t bytes = static_cast<size_t>(array->room) * sizeof(PointElement);
-    void* grown = reallocate(chain->points, bytes, 2 * bytes);
-    if (grown == nullptr) return IDX_ERROR;
-    chain->points = static_cast<PointElement*>(grown);
-    array->room *= 2;
-    return IDX_OK;
-}
-
 // Appends the point of that name, or marks the chain when there is none or its record cannot be
-// read. Returns IDX_OK, or IDX_ERROR when there is no memory.
-static int appendPoint(PointArray* array, const char* name)
+// read.
+static void appendPoint(PointArray* array, const char* name)
 {
     SurveyChainElement* chain = array->chain;
-    if (makeRoom(array) != IDX_OK) return IDX_ERROR;
     PointElement* point = &chain->points[chain->pointCount];
     bool isGap = std::strcmp(name, GAP_NAME) == 0;
+    // Whole blocks, for the bytes between the members reach the host too.
     if (fillNamedPoint(array->job, name, point) == IDX_OK) {
         array->lastFound = chain->pointCount;
     } else if (!isGap) {
-        *point = {}; // the next point is filled in its place
+        std::memset(point, 0, sizeof *point); // the next point is filled in its place
         chain->unresolvedPoints = 1;
-        return IDX_OK;
+        return;
     } else if (array->lastFound != NO_POINT) {
-        *point = chain->points[array->lastFound];
+        std::memcpy(point, &chain->points[array->lastFound], sizeof *point);
     }
     if (isGap) {
         point->integer1 = GAP_MARK;
         setMember(point->name, GAP_NAME);
     }
     ++chain->pointCount;
-    return IDX_OK;
 }
 
-// Appends the point that a piece of the list names. Returns as appendPoint.
-static int appendPiece(PointArray* array, const char* piece, size_t length)
+// Appends the point that a piece of the list names.
+static void appendPiece(PointArray* array, const char* piece, size_t length)
 {
     if (length >= PIECE_ROOM) {
         array->chain->unresolvedPoints = 1;
-        return IDX_OK;
+        return;
     }
     char name[PIECE_ROOM] = "";
     std::memcpy(name, piece, length);
-    if (length == 0 || std::strcmp(name, BLANK_PIECE) == 0) return IDX_OK;
-    return appendPoint(array, name);
+    if (length != 0 && std::strcmp(name, BLANK_PIECE) != 0) appendPoint(array, name);
 }
 
-// Appends the points of a list of names. Returns as appendPoint.
-static int appendPoints(PointArray* array, const char* list)
+// Appends the points of a list of names. Returns IDX_OK, or IDX_ERROR when it cannot be told
+// whether some point exists.
+static int appendPieces(PointArray* array, const char* list)
 {
     const char* piece = list;
     while (piece != nullptr) {
         const char* separator = std::strchr(piece, LIST_SEPARATOR);
         size_t length =
             separator != nullptr ? static_cast<size_t>(separator - piece) : std::strlen(piece);
-        if (appendPiece(array, piece, length) != IDX_OK) return IDX_ERROR;
+        appendPiece(array, piece, length);
+        if (fileOf(array->job)->trouble) return IDX_ERROR;
         piece = separator != nullptr ? separator + 1 : nullptr;
     }
     return IDX_OK;
+}
+
+// The pieces of a list that have characters.
+static size_t pieceCount(const char* list)
+{
+    size_t count = 0;
+    char before = LIST_SEPARATOR;
+    for (; *list != '\0'; ++list) {
+        count += before == LIST_SEPARATOR && *list != LIST_SEPARATOR ? 1 : 0;
+        before = *list;
+    }
+    return count;
+}
+
+// Gives back the room behind the points, but for that of the first. Returns IDX_OK or IDX_ERROR.
+static int fitPoints(SurveyChainElement* chain, size_t room)
+{
+    size_t needed = std::max(static_cast<size_t>(chain->pointCount), ROOM_AT_LEAST);
+    if (needed == room) return IDX_OK;
+    void* fitted =
+        reallocate(chain->points, room * sizeof(PointElement), needed * sizeof(PointElement));
+    if (fitted == nullptr) return IDX_ERROR;
+    chain->points = static_cast<PointElement*>(fitted);
+    return IDX_OK;
+}
+
+// Makes the array of the points that a list names. Returns IDX_OK or IDX_ERROR.
+static int makePoints(RecordFile* job, SurveyChainElement* chain, const char* list)
+{
+    size_t room = std::max(pieceCount(list), ROOM_AT_LEAST);
+    chain->points = static_cast<PointElement*>(allocateZeroed(room, sizeof(PointElement)));
+    if (chain->points == nullptr) return IDX_ERROR;
+    PointArray array = {job, chain, NO_POINT};
+    if (appendPieces(&array, list) != IDX_OK) return IDX_ERROR;
+    return fitPoints(chain, room);
 }
 
 // Fills the survey chain whose record is the current one, and appends its points. Returns
@@ -132,8 +151,7 @@ static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
     PointListRecord list;
     if (findChainPointList(job, record.name) != SURVEY_OK) return IDX_ERROR;
     if (readChainPointList(job, &list) != SURVEY_OK) return IDX_ERROR;
-    PointArray array = {job, chain, FIRST_POINT_ROOM, NO_POINT};
-    return appendPoints(&array, list.pointList);
+    return makePoints(job, chain, list.pointList);
 }
 
 int fillPoint(RecordFile* job, const char* name, PointElement* point)
@@ -162,7 +180,8 @@ int fillPoint(RecordFile* job, const char* name, PointElement* point)
         readPointFeature(job, feature) == SURVEY_OK) {
         setMember(point->featureText, feature + FEATURE_TEXT);
     }
-    return IDX_OK;
+    // Without a feature only when there is none, or a damaged one.
+    return fileOf(job)->trouble ? IDX_ERROR : IDX_OK;
 }
 
 PointElement* buildPoint(RecordFile* job, const Reached& reached)
@@ -186,10 +205,7 @@ SurveyChainElement* buildSurveyChain(RecordFile* job, const Reached& reached)
     job->currentRecordNumber = reached.recordNumber;
     SurveyChainElement* chain =
         static_cast<SurveyChainElement*>(allocateZeroed(1, sizeof(SurveyChainElement)));
-    if (chain == nullptr) return nullptr;
-    chain->points =
-        static_cast<PointElement*>(allocateZeroed(FIRST_POINT_ROOM, sizeof(PointElement)));
-    if (chain->points != nullptr && fillSurveyChain(job, chain) == IDX_OK) return chain;
+    if (chain != nullptr && fillSurveyChain(job, chain) == IDX_OK) return chain;
     releaseElement(ELEMENT_SURVEY_CHAIN, chain);
     return nullptr;
 }

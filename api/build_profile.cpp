@@ -3,6 +3,9 @@
 #include "api/orvIdx.h"
 #include "platform/platform.h"
 
+#include <algorithm>
+
+constexpr int32_t ROOM_AT_LEAST = 1; // so that an array without vertices is one all the same
 constexpr int32_t FIRST_VERTEX_ROOM = 100;
 constexpr int32_t MOST_ROOM_AT_ONCE = 100000;
 constexpr int32_t NO_CODE = 0;    // of a segment's end: no vertex there
@@ -138,6 +141,19 @@ static int32_t roomFor(int32_t segments)
     return room;
 }
 
+// Gives back the room behind the vertices, but for that of the first.
+static int fitVertices(const VertexArray* array)
+{
+    ProfileElement* profile = array->profile;
+    int32_t needed = std::max(profile->vertexCount, ROOM_AT_LEAST);
+    void* fitted =
+        reallocate(profile->vertices, static_cast<size_t>(array->room) * sizeof(ProfileVertex),
+                   static_cast<size_t>(needed) * sizeof(ProfileVertex));
+    if (fitted == nullptr) return IDX_ERROR;
+    profile->vertices = static_cast<ProfileVertex*>(fitted);
+    return IDX_OK;
+}
+
 // Converts the segments of a profile, of which there is at least one, into a new array.
 static int appendVertices(ProfileElement* profile, const ProfileResult& result)
 {
@@ -161,7 +177,7 @@ static int appendVertices(ProfileElement* profile, const ProfileResult& result)
     if (last->kind == SEGMENT_VERTICAL_CURVE) {
         append(&array, VERTEX_POINT, last->curve.endStation, last->curve.endElevation);
     }
-    return array.result;
+    return array.result == IDX_OK ? fitVertices(&array) : IDX_ERROR;
 }
 
 static int fillProfile(RecordFile* job, const char* name, ProfileElement* profile)

@@ -50,12 +50,26 @@ static bool isOlderFormat(RecordFile* job, const char* path)
 // Returns a handle for the job database just opened, or null when there is no memory for it.
 static IdxConnection* makeHandle(const char* path, uint32_t userValue)
 {
-    IdxConnection* handle = static_cast<IdxConnection*>(allocateZeroed(1, sizeof(IdxConnection)));
-    if (handle == nullptr) return nullptr;
+    LiveHandle* live = static_cast<LiveHandle*>(allocateZeroed(1, sizeof(LiveHandle)));
+    if (live == nullptr) return nullptr;
+    live->former = apiState.handles;
+    apiState.handles = live;
+    IdxConnection* handle = &live->connection;
     handle->fileNumber = COGO_SLOT;
     copyText(handle->path, sizeof handle->path, path);
     handle->userValue = userValue;
     return handle;
+}
+
+// Returns the link that leads to the handle, or to null when it was released already, or never
+// handed out. The handle itself is not looked at.
+static LiveHandle** linkTo(const IdxConnection* handle)
+{
+    LiveHandle** link = &apiState.handles;
+    while (*link != nullptr && &(*link)->connection != handle) {
+        link = &(*link)->former;
+    }
+    return link;
 }
 
 // Makes the file the COGO file and opens it. Returns IDX_OK, IDX_ERROR or IDX_OLDER_FORMAT.
@@ -99,18 +113,23 @@ int32_t ORVIDX_CALL orvIdx_connectToOrvaneOrvFile(IdxConnection** handleOut, con
 int32_t ORVIDX_CALL orvIdx_disconnectFromOrvaneOrvFile(IdxConnection** handleVar)
 {
     if (handleVar == nullptr || *handleVar == nullptr) return IDX_OK;
+    LiveHandle** link = linkTo(*handleVar);
+    LiveHandle* live = *link;
+    if (live == nullptr) return IDX_ERROR;
     // The file of an earlier handle was closed by the connect that followed it.
     if (handleIsInForce(*handleVar)) {
         if (!closeConnection(slotContext())) return IDX_ERROR;
         apiState.connection = nullptr;
     }
-    release(*handleVar);
+    *link = live->former;
+    release(live);
     *handleVar = nullptr;
     return IDX_OK;
 }
 
 char* ORVIDX_CALL dlmPassword(char* buffer)
 {
+    if (buffer == nullptr) return nullptr;
     std::memcpy(buffer, PASS_CODE, sizeof PASS_CODE);
     return buffer;
 }

@@ -6,8 +6,10 @@
  * compiler would lay them out otherwise, it refuses them. Texts are zero-terminated single-byte
  * strings in arrays of the width given; the unused rest of an array is zero. Numbers are 32-bit
  * signed integers and IEEE doubles, a double on a multiple of 8 bytes also on 32-bit platforms.
+ * Every byte is determined, those between members too.
  * Stations, lengths, coordinates and elevations are in the project's own length
- * unit, angles in decimal degrees, grades in rise over run.
+ * unit, grades in rise over run. Numbers are handed out as they are stored: that angles
+ * are in decimal degrees is known of curve10 alone.
  *
  * For hosts, in C99 or later or in C++11 or later; included by orvIdx.h.
  */
@@ -132,12 +134,16 @@ typedef struct ChainMember {
     ChainMemberPayload payload;
 } ChainMember;
 
-/* Kind 4: a chain (horizontal alignment). */
+/* Kind 4: a chain (horizontal alignment). Its description, with those of the chains that it
+ * refers to in their places, has up to 131,072 characters, which is 65,536 members; a chain
+ * with a longer one cannot be read. */
 typedef struct ChainElement {
     char name[16];
     char secondaryCode[25];
     char noteText[257];
-    uint8_t unresolvedMembers; /* 1 when a member of the description could not be handed out */
+    uint8_t unresolvedMembers; /* 1 when a member of the description could not be handed out, or a
+                                  chain referred to exists and cannot be read; not for a missing
+                                  part of a group of spirals and curve, or a missing chain */
     ChainMember* firstMember;  /* in description order, null for a chain without members */
 } ChainElement;
 
@@ -166,7 +172,7 @@ typedef struct ProfileElement {
     char secondaryCode[25];
     char noteText[259];
     int32_t vertexCount;
-    ProfileVertex* vertices; /* vertexCount vertices in station order */
+    ProfileVertex* vertices; /* vertexCount vertices in station order, never null */
 } ProfileElement;
 
 /* Kind 6: a survey chain, a named list of points. */
@@ -177,9 +183,10 @@ typedef struct SurveyChainElement {
     char note[259];
     int32_t number1; /* first number text, as a decimal integer */
     int32_t integer4;
-    uint8_t unresolvedPoints; /* 1 when a name of the list is neither a point nor GAP */
+    uint8_t unresolvedPoints; /* 1 when a name of the list is neither GAP nor a point that can be
+                                 read */
     int32_t pointCount;
-    PointElement* points; /* pointCount points in list order */
+    PointElement* points; /* pointCount points in list order, never null */
 } SurveyChainElement;
 
 #pragma pack(pop)

@@ -52,6 +52,12 @@ check_files() {
   # With thread-local storage in it, Windows goes on telling it of threads.
   [[ $headers == *"Entry 9 00000000 00000000 Thread Storage Directory"* ]] ||
     fail "the DLL has thread-local storage"
+  # Addresses chosen anew, no code in data; bits 0x40 and 0x100 of the DLL's characteristics.
+  local bits
+  bits=$(sed -n 's/^DllCharacteristics[[:space:]]*\([0-9a-f]*\)$/\1/p' <<<"$headers")
+  [ $((0x${bits:-0} & 0x140)) -eq $((0x140)) ] || fail "the DLL has neither ASLR nor DEP: $bits"
+  [ -z "$("$objdump" -t "$dll" | grep -m1 '(sec')" ] || fail "the DLL is not stripped"
+  [ -n "$("$objdump" -t "$dll.debug" | grep -m1 '(sec')" ] || fail "the DLL has no symbols beside it"
   version=$(i686-w64-mingw32-windres -J coff -O rc "$dll")
   [[ $version == *'"OriginalFilename", "orvIdx.2.0.dll"'* ]] ||
     fail "the DLL has no version information"

@@ -116,11 +116,16 @@ TEST(Connect, KeepsToOneConnectionAndToKnownKinds)
     ASSERT_EQ(connectTo(longPath, &other), IDX_OK);
     EXPECT_EQ(other->path, longPath);
     EXPECT_FALSE(isRead(job, ELEMENT_POINT, "9"));
+    // Copies of a handle do not release it once more.
+    IdxConnection* copies[] = {job, other};
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&copies[0]), IDX_ERROR);
     EXPECT_TRUE(isRead(other, ELEMENT_POINT, "9"));
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&other), IDX_OK);
+    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&copies[1]), IDX_ERROR);
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&other), IDX_OK);
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(nullptr), IDX_OK);
+    EXPECT_EQ(dlmPassword(nullptr), nullptr);
 }
 
 // The next file gets the descriptor of the one whose pages could not be written.

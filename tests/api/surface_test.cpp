@@ -52,9 +52,10 @@ TEST(Library, ExportsExactlyTheElevenNames)
 
 // Returns the words in brackets of the dynamic entries with a tag, as in
 // 0x0001 (NEEDED) Shared library: [libc.so.6]
-static std::set<std::string> dynamicEntries(const std::string& tag)
+static std::set<std::string> dynamicEntries(const std::string& tag,
+                                            const std::string& file = ORVIDX_LIBRARY)
 {
-    CommandResult run = runCommand({ORVIDX_READELF, "-dW", ORVIDX_LIBRARY});
+    CommandResult run = runCommand({ORVIDX_READELF, "-dW", file});
     EXPECT_EQ(run.status, 0) << run.errors;
     std::set<std::string> values;
     for (const std::vector<std::string>& words : linesOfWords(run.output)) {
@@ -62,6 +63,35 @@ static std::set<std::string> dynamicEntries(const std::string& tag)
             values.insert(words.back().substr(1, words.back().size() - 2));
     }
     return values;
+}
+
+static bool has(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+// Their relocations are done and protected before they run, their stack is not executable, and
+// they look for libraries in no folder that depends on where they are started.
+TEST(LibraryAndTools, AreBuiltToBeHard)
+{
+    for (const std::string file : {ORVIDX_LIBRARY, ORVIDX_TOOL, ORVIDX_JOB_TOOL}) {
+        std::string headers = runCommand({ORVIDX_READELF, "-lW", file}).output;
+        std::string entries = runCommand({ORVIDX_READELF, "-dW", file}).output;
+        EXPECT_TRUE(has(headers, "GNU_RELRO") && has(headers, "GNU_STACK")) << file;
+        EXPECT_FALSE(has(headers, "RWE")) << file;
+        EXPECT_TRUE(has(entries, "BIND_NOW")) << file;
+        for (const std::string& paths : dynamicEntries("RUNPATH", file)) {
+            EXPECT_TRUE(paths.starts_with("$ORIGIN/") && !has(paths, ":")) << file << " " << paths;
+        }
+        std::string symbols = runCommand({ORVIDX_NM, "-D", file}).output;
+        EXPECT_TRUE(ORVIDX_SANITIZED || has(symbols, "__stack_chk_fail")) << file;
+        EXPECT_EQ(has(symbols, "printf_chk"), bool(ORVIDX_FORTIFIED)) << file;
+    }
+    std::istringstream objects(fileBytes(ORVIDX_OBJECT_LIST));
+    for (std::string object; std::getline(objects, object);) {
+        std::string notes = runCommand({ORVIDX_READELF, "-nW", object}).output;
+        EXPECT_EQ(has(notes, "IBT, SHSTK"), bool(ORVIDX_MARKS_JUMPS)) << object;
+    }
 }
 
 TEST(Library, NeedsTheLanguageRuntimesOnlyAndCarriesItsVersion)
