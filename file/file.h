@@ -12,20 +12,9 @@
 
 #include <cstdint>
 
-#if defined(_WIN32)
-#define FILE_EXPORT
-#define FILE_CALL __cdecl
-#else
-#define FILE_EXPORT __attribute__((visibility("default")))
-#define FILE_CALL
-#endif
-
-// Exported: the hook where a flush of the file could be made durable. Does nothing; its 0
-// becomes the result of the step that calls it.
-extern "C" FILE_EXPORT int32_t FILE_CALL initialize(void);
-
-// The same hook under the name of its purpose.
-inline int makeDurable() { return initialize(); }
+// Where a flush of the file could be made durable. Calls the exported hook of that purpose,
+// `initialize`, which does nothing; its 0 becomes the result of the step that calls it.
+int makeDurable();
 
 // -- Open and close (open_file.cpp) ------------------------------------------
 

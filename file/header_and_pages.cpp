@@ -10,6 +10,8 @@ constexpr int BUSY_MARKER_SIZE = 4;
 
 int32_t FILE_CALL initialize(void) { return 0; }
 
+int makeDurable() { return initialize(); }
+
 int lastIoError() { return fileState.lastIoError; }
 
 int failWith(int code)

@@ -4,6 +4,17 @@
 
 #include "file/open_file.h"
 
+#if defined(_WIN32)
+#define FILE_EXPORT
+#define FILE_CALL __cdecl
+#else
+#define FILE_EXPORT __attribute__((visibility("default")))
+#define FILE_CALL
+#endif
+
+// Exported: the hook that makeDurable calls. The public header declares it for hosts.
+extern "C" FILE_EXPORT int32_t FILE_CALL initialize(void);
+
 // 0, IX_SEEK, IX_SHORT_READ or IX_BAD_MAGIC; into a buffer of HEADER_SIZE bytes.
 int readHeader(OpenFile* file, uint8_t* record);
 // Copies the header's fields, all but the change counter. False, and nothing copied, when
