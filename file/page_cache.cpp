@@ -232,8 +232,10 @@ static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** targ
         int result = makeRoom(file);
         if (result != IX_OK) return result;
     }
-    *target = fileState.cache.freeHead;
-    moveToHead(*target);
+    block = fileState.cache.freeHead;
+    if (block == nullptr) return IX_PAGE_IO;
+    moveToHead(block);
+    *target = block;
     return IX_OK;
 }
 
