@@ -32,7 +32,7 @@ static std::string fullJobWithOlderChain(uint32_t filled)
     strcpy(attributes.secondaryCode, "CODE");
     EXPECT_EQ(addOlderChain(&job, "OLD", "GAP GAP", attributes), IX_OK);
     int32_t number = 0;
-    const std::string filler(MAX_ENTRY_SIZE, 'x');
+    const std::string filler(NODE_ENTRY_AREA, 'x');
     for (uint32_t length : {240U, 240U, filled}) {
         EXPECT_EQ(ixAdd(&job.records.tree, 20, "", ++number, filler.data(), length), IX_OK);
     }
