@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build=build/coverage
-folders=(api jobdb cogo engine platform)
+folders=(format platform file engine records survey cogo api)
 
 scripts/packages.sh gcovr
 cmake -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORVIDX_BENCH=OFF -DORVIDX_CLANG="" \
