@@ -1,11 +1,11 @@
-#include "job_export.h"
+#include "tools/orvidx/job_export.h"
 
-#include "element_json.h"
-#include "job_reading.h"
-#include "latin1.h"
+#include "tools/reading/element_json.h"
+#include "tools/reading/job_reading.h"
+#include "tools/reading/latin1.h"
+#include "tools/terminal/progress.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <random>
@@ -15,36 +15,6 @@
 
 namespace fs = std::filesystem;
 using nlohmann::ordered_json;
-using Clock = std::chrono::steady_clock;
-
-constexpr auto PROGRESS_INTERVAL = std::chrono::milliseconds(200);
-
-struct Progress {
-    std::FILE* stream;          // null: nobody watches
-    Clock::time_point nextLine; // not before then
-    size_t shown;               // characters on the line
-};
-
-static void showProgress(Progress& progress, uint32_t kind, size_t done, size_t count)
-{
-    if (progress.stream == nullptr || Clock::now() < progress.nextLine) return;
-    std::string line = std::string(ELEMENT_KINDS[kind].plural) + ": " + std::to_string(done) +
-                       " of " + std::to_string(count);
-    size_t length = line.size();
-    if (length < progress.shown) line.append(progress.shown - length, ' ');
-    std::fprintf(progress.stream, "\r%s", line.c_str());
-    std::fflush(progress.stream);
-    progress.shown = length;
-    progress.nextLine = Clock::now() + PROGRESS_INTERVAL;
-}
-
-static void eraseProgress(Progress& progress)
-{
-    if (progress.shown == 0) return;
-    std::fprintf(progress.stream, "\r%s\r", std::string(progress.shown, ' ').c_str());
-    std::fflush(progress.stream);
-    progress.shown = 0;
-}
 
 [[noreturn]] static void failToWrite()
 {
@@ -56,7 +26,7 @@ static void put(std::FILE* out, const std::string& text)
     if (std::fwrite(text.data(), 1, text.size(), out) != text.size()) failToWrite();
 }
 
-static void exportKind(IdxConnection* job, uint32_t kind, std::FILE* out, Progress& progress)
+static void exportKind(IdxConnection* job, uint32_t kind, std::FILE* out, Progress* progress)
 {
     std::vector<std::string> names = elementNames(job, kind);
     ordered_json utf8Names = ordered_json::array();
@@ -68,14 +38,15 @@ static void exportKind(IdxConnection* job, uint32_t kind, std::FILE* out, Progre
                  ", \"names\": " + jsonLine(utf8Names) + ", \"elements\": [\n");
 
     for (size_t at = 0; at < names.size(); ++at) {
-        showProgress(progress, kind, at, names.size());
+        showProgress(progress, std::string(ELEMENT_KINDS[kind].plural) + ": " + std::to_string(at) +
+                                   " of " + std::to_string(names.size()));
         const char* end = at + 1 < names.size() ? ",\n" : "\n";
         put(out, jsonLine(readElement(job, kind, names[at])) + end);
     }
     put(out, "]}");
 }
 
-static void exportKinds(IdxConnection* job, std::FILE* out, Progress& progress)
+static void exportKinds(IdxConnection* job, std::FILE* out, Progress* progress)
 {
     put(out, "{\n");
     for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
@@ -86,16 +57,17 @@ static void exportKinds(IdxConnection* job, std::FILE* out, Progress& progress)
     if (std::fflush(out) != 0) failToWrite();
 }
 
-void exportToStream(IdxConnection* job, std::FILE* out, std::FILE* progressStream)
+void exportToStream(IdxConnection* job, std::FILE* out, bool watched)
 {
-    Progress progress = {progressStream, Clock::now() + PROGRESS_INTERVAL, 0};
+    Progress progress = startProgress();
+    progress.watched = progress.watched && watched;
     try {
-        exportKinds(job, out, progress);
+        exportKinds(job, out, &progress);
     } catch (...) {
-        eraseProgress(progress);
+        eraseProgress(&progress);
         throw;
     }
-    eraseProgress(progress);
+    eraseProgress(&progress);
 }
 
 // A name beside the target that no other export takes.
@@ -113,7 +85,7 @@ static void moveIntoPlace(const fs::path& part, const fs::path& target)
     fs::rename(part, target);
 }
 
-void exportToFile(IdxConnection* job, const std::string& path, std::FILE* progress)
+void exportToFile(IdxConnection* job, const std::string& path)
 {
     std::error_code error;
     fs::path target = path;
@@ -130,7 +102,7 @@ void exportToFile(IdxConnection* job, const std::string& path, std::FILE* progre
     std::FILE* out = std::fopen(written.string().c_str(), "wb");
     if (out == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
     try {
-        exportToStream(job, out, progress);
+        exportToStream(job, out, true);
         std::FILE* closing = std::exchange(out, nullptr);
         if (std::fclose(closing) != 0) failToWrite();
         if (replaces) moveIntoPlace(written, target);

@@ -20,12 +20,12 @@
 #include <cstdio>
 #include <string>
 
-// Writes the job to a stream that belongs to the caller. Unless the progress stream is null, it
-// is shown there how far the export has come, on a line that is erased at the end. Throws
+// Writes the job to a stream that belongs to the caller. When it is watched,
+// a person at the terminal sees how far the export has come. Throws
 // std::runtime_error when the job cannot be read or the stream cannot be written.
-void exportToStream(IdxConnection* job, std::FILE* out, std::FILE* progress);
+void exportToStream(IdxConnection* job, std::FILE* out, bool watched);
 
 // Exports the job to a file, which the export replaces when it is complete: until then it grows
 // under another name beside it. Throws std::runtime_error as exportToStream, with the file as
 // it was before.
-void exportToFile(IdxConnection* job, const std::string& path, std::FILE* progress);
+void exportToFile(IdxConnection* job, const std::string& path);

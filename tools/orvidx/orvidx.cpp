@@ -1,10 +1,10 @@
 // orvidx: prints what a job database holds, through the library's exports only.
 
-#include "element_json.h"
-#include "job_export.h"
-#include "job_reading.h"
-#include "latin1.h"
-#include "terminal.h"
+#include "tools/orvidx/job_export.h"
+#include "tools/reading/element_json.h"
+#include "tools/reading/job_reading.h"
+#include "tools/reading/latin1.h"
+#include "tools/terminal/terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -157,12 +157,10 @@ static void printElement(IdxConnection* job, const Arguments& arguments, std::FI
 
 static void exportJob(IdxConnection* job, const Arguments& arguments, std::FILE* out)
 {
-    bool watched = isTerminal(stderr) && (!arguments.outFile.empty() || !isTerminal(out));
-    std::FILE* progress = watched ? stderr : nullptr;
     if (arguments.outFile.empty()) {
-        exportToStream(job, out, progress);
+        exportToStream(job, out, !isTerminal(out));
     } else {
-        exportToFile(job, arguments.outFile, progress);
+        exportToFile(job, arguments.outFile);
     }
 }
 

@@ -1,6 +1,7 @@
 // orvjob: looks after job database files themselves.
 //
 //   orvjob check JOB            verifies the whole file, without changing it
+//   orvjob backup JOB NEW       copies a job that others are using
 //   orvjob create-sample FILE   writes a new job with a believable road in it
 //
 // Exit status 0: done, or clean; 1: complaints, one a line on standard output, or a
@@ -8,7 +9,9 @@
 // It is 1 also when not all points of a sample fit; the line on standard error then tells how
 // many do, and the file holds these.
 #include "tools/check/check.h"
+#include "tools/orvjob/commands.h"
 #include "tools/sample/sample_job.h"
+#include "tools/snapshot/job_snapshot.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,9 +20,11 @@
 #include <cstring>
 #include <limits>
 
-constexpr int STATUS_DONE = 0;
-constexpr int STATUS_FAILED = 1;
-constexpr int STATUS_USAGE = 2;
+int failWith(const std::string& path, const std::string& reason)
+{
+    std::fprintf(stderr, "orvjob: %s: %s\n", path.c_str(), reason.c_str());
+    return STATUS_FAILED;
+}
 
 static int runCheck(const std::string& path)
 {
@@ -79,6 +84,15 @@ static int parseAndRun(int argc, char** argv)
     CLI::App* check = app.add_subcommand("check", "Verify a whole file without changing it");
     check->add_option("JOB", path, "Job database file")->required();
 
+    BackupRequest backup;
+    CLI::App* copy = app.add_subcommand("backup", "Copy a job that others are using");
+    copy->add_option("JOB", backup.job, "Job database file")->required();
+    copy->add_option("NEW", backup.copy, "File to create; it must not exist")->required();
+    copy->add_flag("--force", backup.replaces, "Replace NEW if it exists");
+    copy->add_option("--timeout", backup.lockSeconds, "Seconds to wait for a writer")
+        ->check(CLI::NonNegativeNumber)
+        ->default_val(DEFAULT_LOCK_SECONDS);
+
     SampleRequest sample;
     CLI::App* create =
         app.add_subcommand("create-sample", "Write a new job with a believable road in it");
@@ -96,13 +110,16 @@ static int parseAndRun(int argc, char** argv)
     }
     if (check->parsed()) return runCheck(path);
     if (create->parsed()) return runCreateSample(sample);
+    if (copy->parsed()) return runBackup(backup);
     return STATUS_DONE;
 }
 
 int main(int argc, char** argv)
 {
     try {
-        return parseAndRun(argc, argv);
+        int status = parseAndRun(argc, argv);
+        if (std::fflush(stdout) == 0) return status;
+        return failWith("standard output", std::strerror(errno));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "orvjob: %s\n", error.what());
         return STATUS_FAILED;

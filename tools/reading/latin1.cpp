@@ -1,4 +1,4 @@
-#include "latin1.h"
+#include "tools/reading/latin1.h"
 
 std::string utf8FromLatin1(std::string_view text)
 {

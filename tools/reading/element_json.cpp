@@ -1,6 +1,6 @@
-#include "element_json.h"
+#include "tools/reading/element_json.h"
 
-#include "latin1.h"
+#include "tools/reading/latin1.h"
 
 using nlohmann::ordered_json;
 

@@ -1,6 +1,6 @@
 // Elements as JSON objects: the members of the element records under their names, in order.
 //
-// For orvidx.
+// For orvidx and orvjob.
 #pragma once
 
 #include "orvIdx.h"

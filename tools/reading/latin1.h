@@ -1,7 +1,7 @@
 // Texts of a job are single bytes, each the Unicode code point of the same number
 // (Latin-1); the world outside speaks UTF-8.
 //
-// For orvidx.
+// For orvidx and orvjob.
 #pragma once
 
 #include <string>

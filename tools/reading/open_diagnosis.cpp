@@ -1,4 +1,4 @@
-#include "open_diagnosis.h"
+#include "tools/reading/open_diagnosis.h"
 
 #include "orvIdx.h"
 

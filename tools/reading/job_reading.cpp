@@ -1,7 +1,7 @@
-#include "job_reading.h"
+#include "tools/reading/job_reading.h"
 
-#include "element_json.h"
-#include "open_diagnosis.h"
+#include "tools/reading/element_json.h"
+#include "tools/reading/open_diagnosis.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 // The standard streams, as far as they need the operating system.
 //
-// For orvidx.
+// For the tools.
 #pragma once
 
 #include <cstdio>

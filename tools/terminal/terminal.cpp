@@ -1,4 +1,4 @@
-#include "terminal.h"
+#include "tools/terminal/terminal.h"
 
 #if defined(_WIN32)
 

@@ -1,7 +1,7 @@
 // Why a job could not be opened. The library returns the same result for almost all reasons, so
 // this looks at the file afterwards, with the C++ standard library only.
 //
-// For orvidx.
+// For orvidx and orvjob.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
-// A job as the commands of orvidx use it: opened, counted, listed and read. Each function throws
+// A job as the tools use it: opened, counted, listed and read. Each function throws
 // std::runtime_error with a text for the user when it fails.
 //
-// For orvidx.
+// For orvidx and orvjob.
 #pragma once
 
 #include "orvIdx.h"

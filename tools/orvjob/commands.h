@@ -1,0 +1,21 @@
+// The commands of orvjob. Each returns an exit status, and prints what it has to say: results on
+// standard output, reasons why it failed on standard error.
+#pragma once
+
+#include <string>
+
+constexpr int STATUS_DONE = 0;
+constexpr int STATUS_FAILED = 1;
+constexpr int STATUS_USAGE = 2;
+
+struct BackupRequest {
+    std::string job;
+    std::string copy;
+    bool replaces = false;
+    int lockSeconds = 0;
+};
+
+int runBackup(const BackupRequest& request);
+
+// Prints a line on standard error: which file, and why it failed. Returns STATUS_FAILED.
+int failWith(const std::string& path, const std::string& reason);
