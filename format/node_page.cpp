@@ -1,9 +1,6 @@
 #include "format/node_page.h"
 
-// True when the entry at `entry`, of which `room` bytes lie in the entry area, is
-// well formed: a key of 1 to 101 characters behind a valid index byte, terminated
-// before number and segment, and in a branch exactly a child page as data.
-static bool entryIsSound(const uint8_t* entry, int room, bool branch)
+bool entryIsSound(const uint8_t* entry, int room, bool branch)
 {
     int size = entrySize(entry);
     if (size > room || size < ENTRY_OVERHEAD + 1) return false;

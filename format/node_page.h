@@ -96,6 +96,11 @@ inline int entryDataLength(const uint8_t* entry)
 // Child page of a branch entry, its last two bytes.
 inline int entryChild(const uint8_t* entry) { return loadInt16(nextEntry(entry) - CHILD_SIZE); }
 
+// True when the entry, of which room bytes lie in the entry area, is well formed: a key of 1 to
+// 101 characters behind a valid index byte, terminated before number and segment, and in a
+// branch exactly a child page as data.
+bool entryIsSound(const uint8_t* entry, int room, bool branch);
+
 // True when the page can be searched and walked without leaving it: level and
 // count in range, exactly count entries inside the entry area, free bytes that
 // agree with them, and each entry well formed. Says nothing about key order or

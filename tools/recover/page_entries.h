@@ -1,0 +1,31 @@
+// The entries that can still be read in a page of a job database, whatever has become of the page.
+// For tools/recover/.
+#pragma once
+
+#include "format/format.h"
+
+#include <array>
+#include <deque>
+#include <vector>
+
+// An entry of a leaf, and how far the tree vouches for it.
+struct SalvagedEntry {
+    const uint8_t* entry;
+    int32_t page;
+    uint8_t trust; // one of TRUST_...
+};
+
+constexpr uint8_t TRUST_DENIED = 0;   // the tree has another leaf in its place, without it
+constexpr uint8_t TRUST_UNKNOWN = 1;  // the tree does not lead to its place
+constexpr uint8_t TRUST_IN_PLACE = 2; // a search for its key ends at its page
+
+using EntryBuffer = std::array<uint8_t, MAX_ENTRY_SIZE>;
+
+// Entries that stand in no page as they are. Their addresses stay.
+using EntryStore = std::deque<EntryBuffer>;
+
+// Appends the entries of a page, of which length bytes are there, when it can have been a leaf. A
+// damaged page gives its well-formed entries; where an entry's length may be wrong, it is given
+// with both lengths.
+void collectPageEntries(const uint8_t* page, int pageNumber, int length,
+                        std::vector<SalvagedEntry>* entries, EntryStore* store);
