@@ -1,39 +1,12 @@
 #include "tools/check/record_check.h"
 
-#include "cogo/cogo_state.h"
 #include "records/record_image.h"
-#include "survey/survey_state.h"
+#include "records/record_key.h"
+#include "tools/check/known_layouts.h"
 
 #include <cstring>
 #include <map>
 #include <set>
-
-// A layout of ours and the entries that lead to its records. Layouts may share a signature, so
-// the primary key decides: its index, and in the index of the record keys also its tag.
-struct KnownLayout {
-    const char* name;
-    const LayoutEntry* layout;
-    int primaryIndex;
-    const char* tags[2]; // null: no tag, or no second one
-};
-
-// clang-format off
-constexpr KnownLayout KNOWN_LAYOUTS[] = {
-    // name             layout                         primary index       tags
-    {"chain",           cogoState.chainLayout,         RECORD_KEY_INDEX,   {TAG_CHAIN, TAG_NUMBERED}},
-    {"older chain",     cogoState.olderChainLayout,    RECORD_KEY_INDEX,   {TAG_CHAIN, nullptr}},
-    {"curve",           cogoState.curveLayout,         RECORD_KEY_INDEX,   {TAG_CURVE, nullptr}},
-    {"line",            cogoState.lineLayout,          RECORD_KEY_INDEX,   {TAG_LINE, nullptr}},
-    {"spiral",          cogoState.spiralLayout,        RECORD_KEY_INDEX,   {TAG_SPIRAL, nullptr}},
-    {"extension",       cogoState.extensionLayout,     RECORD_KEY_INDEX,   {TAG_EXTENSION, nullptr}},
-    {"version counter", cogoState.versionLayout,       RECORD_KEY_INDEX,   {TAG_VERSION, nullptr}},
-    {"profile data",    cogoState.profileDataLayout,   RECORD_KEY_INDEX,   {TAG_PROFILE_DATA, nullptr}},
-    {"feature",         surveyState.featureLayout,     RECORD_KEY_INDEX,   {TAG_POINT_FEATURE, TAG_SURVEY_CHAIN_FEATURE}},
-    {"point",           surveyState.pointLayout,       POINT_NAME_INDEX,   {nullptr, nullptr}},
-    {"survey chain",    surveyState.surveyChainLayout, SURVEY_CHAIN_INDEX, {nullptr, nullptr}},
-    {"point list",      surveyState.pointListLayout,   POINT_LIST_INDEX,   {nullptr, nullptr}},
-};
-// clang-format on
 
 // The entries of the leaves, sorted by what they are for.
 struct StoredRecords {
@@ -204,19 +177,6 @@ static void checkLocks(CheckedFile* file, const StoredRecords& stored)
 
 // -- Records and their keys --------------------------------------------------
 
-static bool leadsAsPrimary(const KnownLayout& known, const uint8_t* entry)
-{
-    if (entryIndex(entry) != known.primaryIndex) return false;
-    if (known.tags[0] == nullptr) return true;
-
-    const char* key = entryKey(entry) + 1;
-    if (std::strlen(key) < KEY_TAG + TAG_LENGTH) return false;
-    for (const char* tag : known.tags) {
-        if (tag != nullptr && std::memcmp(key + KEY_TAG, tag, TAG_LENGTH) == 0) return true;
-    }
-    return false;
-}
-
 // Returns the layout of a record by its signature and the keys that lead to it, or null.
 // *orphan tells two reasons for null apart: true when the layout is ours but the primary key
 // is missing, false when the layout is not ours.
@@ -225,11 +185,11 @@ static const KnownLayout* layoutOf(const std::vector<uint8_t>& image,
 {
     bool ours = false;
     *orphan = false;
-    for (const KnownLayout& known : KNOWN_LAYOUTS) {
+    for (const KnownLayout& known : knownLayouts()) {
         if (loadInt16(image.data() + IMAGE_SIGNATURE) != layoutSignature(known.layout)) continue;
         ours = true;
         for (const uint8_t* entry : keys) {
-            if (leadsAsPrimary(known, entry)) return &known;
+            if (isPrimaryKey(known, entryIndex(entry), entryKey(entry) + 1)) return &known;
         }
     }
     // A record key with another tag is that of another program's record.
@@ -331,18 +291,9 @@ static void checkRecord(CheckedFile* file, int32_t number, const std::vector<uin
     }
 }
 
-// Layouts do not depend on any file. Those of a process that has a connection are left alone:
-// building them again would disturb the length of the point block.
-static void buildMissingLayouts()
-{
-    constexpr char NOT_BUILT = 0; // type of the first field in a layout
-    if (cogoState.chainLayout[0].type == NOT_BUILT) buildCogoLayouts();
-    if (surveyState.pointLayout[0].type == NOT_BUILT) buildSurveyLayouts();
-}
-
 void checkRecords(CheckedFile* file)
 {
-    buildMissingLayouts();
+    buildKnownLayouts();
 
     StoredRecords stored;
     for (const uint8_t* entry : file->leafEntries) {
