@@ -17,5 +17,18 @@ struct BackupRequest {
 
 int runBackup(const BackupRequest& request);
 
+struct RecoverRequest {
+    std::string job;
+    std::string rescued; // the new job; empty: none is written
+    bool replaces = false;
+    bool dryRun = false;
+    bool keepBoth = false;
+    bool json = false;
+    int lockSeconds = 0;
+};
+
+// Returns 1 also when something was lost, and 3 when there is nothing to recover.
+int runRecover(const RecoverRequest& request);
+
 // Prints a line on standard error: which file, and why it failed. Returns STATUS_FAILED.
 int failWith(const std::string& path, const std::string& reason);

@@ -2,6 +2,7 @@
 //
 //   orvjob check JOB            verifies the whole file, without changing it
 //   orvjob backup JOB NEW       copies a job that others are using
+//   orvjob recover JOB NEW      builds a sound job from what is left of a damaged one
 //   orvjob create-sample FILE   writes a new job with a believable road in it
 //
 // Exit status 0: done, or clean; 1: complaints, one a line on standard output, or a
@@ -93,6 +94,22 @@ static int parseAndRun(int argc, char** argv)
         ->check(CLI::NonNegativeNumber)
         ->default_val(DEFAULT_LOCK_SECONDS);
 
+    RecoverRequest recover;
+    CLI::App* rescue =
+        app.add_subcommand("recover", "Build a sound job from what is left of a damaged one");
+    rescue->add_option("JOB", recover.job, "Damaged file, which stays as it is")->required();
+    CLI::Option* rescued =
+        rescue->add_option("NEW", recover.rescued, "File to create; it must not exist");
+    CLI::Option* dryRun =
+        rescue->add_flag("--dry-run", recover.dryRun, "Write nothing, report only");
+    rescue->add_flag("--force", recover.replaces, "Replace NEW if it exists");
+    rescue->add_flag("--keep-both", recover.keepBoth,
+                     "Of two versions of an element, keep the other under a name of its own");
+    rescue->add_flag("--json", recover.json, "Report as JSON");
+    rescue->add_option("--timeout", recover.lockSeconds, "Seconds to wait for a writer")
+        ->check(CLI::NonNegativeNumber)
+        ->default_val(DEFAULT_LOCK_SECONDS);
+
     SampleRequest sample;
     CLI::App* create =
         app.add_subcommand("create-sample", "Write a new job with a believable road in it");
@@ -105,12 +122,16 @@ static int parseAndRun(int argc, char** argv)
 
     try {
         app.parse(argc, argv);
+        if (rescue->parsed() && rescued->empty() && dryRun->empty()) {
+            throw CLI::RequiredError("NEW");
+        }
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? STATUS_DONE : STATUS_USAGE;
     }
     if (check->parsed()) return runCheck(path);
     if (create->parsed()) return runCreateSample(sample);
     if (copy->parsed()) return runBackup(backup);
+    if (rescue->parsed()) return runRecover(recover);
     return STATUS_DONE;
 }
 

@@ -5,10 +5,28 @@
 constexpr int SMALLEST_ENTRY = ENTRY_OVERHEAD + 1;
 constexpr int NOWHERE = -1;
 
+const uint8_t* keepBytes(EntryStore* store, const void* bytes, size_t size)
+{
+    constexpr size_t PIECE = 1 << 16;
+    std::deque<std::vector<uint8_t>>* pieces = &store->pieces;
+    const uint8_t* from = static_cast<const uint8_t*>(bytes);
+    if (pieces->empty() || pieces->back().size() + size > PIECE) {
+        pieces->emplace_back().reserve(std::max(PIECE, size));
+    }
+    std::vector<uint8_t>* piece = &pieces->back();
+    piece->insert(piece->end(), from, from + size); // within what is reserved
+    return piece->data() + piece->size() - size;
+}
+
+const uint8_t* keepEntry(EntryStore* store, const uint8_t* entry)
+{
+    return keepBytes(store, entry, static_cast<size_t>(entrySize(entry)));
+}
+
 // A page while its entries are being found; offsets begin at the page.
 struct PageReader {
     const uint8_t* page;
-    int end;                        // of what is there of the page
+    int end; // of what is there of the page
     std::vector<const uint8_t*> found;
 };
 
@@ -69,12 +87,10 @@ static void addWithLength(PageReader* reader, int end, EntryStore* store)
     const uint8_t* entry = reader->found.back();
     int size = static_cast<int>(reader->page + end - entry);
     if (size == entrySize(entry) || size < SMALLEST_ENTRY || size > MAX_ENTRY_SIZE) return;
-    EntryBuffer other = {};
-    memcpy(other.data(), entry, static_cast<size_t>(size));
+    uint8_t other[MAX_ENTRY_SIZE];
+    memcpy(other, entry, static_cast<size_t>(size));
     other[0] = static_cast<uint8_t>(size - 1);
-    if (!entryIsSound(other.data(), size, false)) return;
-    store->push_back(other);
-    reader->found.push_back(store->back().data());
+    if (entryIsSound(other, size, false)) reader->found.push_back(keepEntry(store, other));
 }
 
 static void readDamaged(PageReader* reader, EntryStore* store)
@@ -109,15 +125,15 @@ static void readSound(PageReader* reader)
     }
 }
 
-// The entries of a branch have a child each and nothing else. A leaf may hold one such entry.
+// The entries of a branch have a child each and nothing else, those of a leaf hardly ever two
+// bytes. Of a damaged page a few may be found that are none.
 static bool isBranch(const PageReader* reader)
 {
-    bool allChildren =
-        std::all_of(reader->found.begin(), reader->found.end(),
-                    [](const uint8_t* entry) { return entryDataLength(entry) == CHILD_SIZE; });
-    bool single = reader->found.size() == 1 && nodeLevel(reader->page) == 0 &&
-                  nodeLeftmostChild(reader->page) == 0;
-    return allChildren && !single;
+    auto hasChild = [](const uint8_t* entry) { return entryDataLength(entry) == CHILD_SIZE; };
+    auto children = std::count_if(reader->found.begin(), reader->found.end(), hasChild);
+    auto all = std::ssize(reader->found);
+    bool leafForm = nodeLevel(reader->page) == 0 && nodeLeftmostChild(reader->page) == 0;
+    return leafForm ? all > 1 && children == all : 2 * children > all;
 }
 
 void collectPageEntries(const uint8_t* page, int pageNumber, int length,

@@ -4,7 +4,6 @@
 
 #include "format/format.h"
 
-#include <array>
 #include <deque>
 #include <vector>
 
@@ -19,10 +18,14 @@ constexpr uint8_t TRUST_DENIED = 0;   // the tree has another leaf in its place,
 constexpr uint8_t TRUST_UNKNOWN = 1;  // the tree does not lead to its place
 constexpr uint8_t TRUST_IN_PLACE = 2; // a search for its key ends at its page
 
-using EntryBuffer = std::array<uint8_t, MAX_ENTRY_SIZE>;
+// Entries that stand in no page as they are, in pieces that stay where they are.
+struct EntryStore {
+    std::deque<std::vector<uint8_t>> pieces;
+};
 
-// Entries that stand in no page as they are. Their addresses stay.
-using EntryStore = std::deque<EntryBuffer>;
+// Keep a copy of an entry, or of some bytes. Return its address.
+const uint8_t* keepEntry(EntryStore* store, const uint8_t* entry);
+const uint8_t* keepBytes(EntryStore* store, const void* bytes, size_t size);
 
 // Appends the entries of a page, of which length bytes are there, when it can have been a leaf. A
 // damaged page gives its well-formed entries; where an entry's length may be wrong, it is given

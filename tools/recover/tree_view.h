@@ -6,10 +6,10 @@
 // The file that is looked at: its bytes, filled up to whole pages.
 struct TreeView {
     const std::vector<uint8_t>* bytes;
-    int pages;                  // of the file
-    int rootPage;               // NO_PAGE: none is known
+    int pages;    // of the file
+    int rootPage; // NO_PAGE: none is known
     int height;
-    std::vector<bool> reached;  // for each page: a branch, or a cut leaf before it, leads to it
+    std::vector<bool> reached; // for each page: a branch, or a cut leaf before it, leads to it
 };
 
 const uint8_t* viewPage(const TreeView* view, int page);

@@ -2,6 +2,7 @@
 
 #include "cogo/cogo_state.h"
 #include "cogo/keys.h"
+#include "records/record_image.h"
 #include "records/records_state.h"
 #include "survey/point_name.h"
 #include "survey/survey_state.h"
@@ -251,4 +252,21 @@ int addVersionCounter(JobWriter* job, int32_t counter)
     cogoState.versionCounter = counter;
     setNextKey(TAG_VERSION, VERSION_NAME);
     return addRecord(job, cogoState.versionLayout, KIND_VERSION);
+}
+
+// -- Images alone ------------------------------------------------------------
+
+int packProfileHeader(uint8_t* image, int room, const char* name)
+{
+    LayoutEntry headerLayout[2];
+    buildLayout(headerLayout, PROFILE_HEADER_ROWS, std::ssize(PROFILE_HEADER_ROWS));
+    setNextKey(TAG_PROFILE, name);
+    return packRecord(image, headerLayout, KIND_PROFILE, room);
+}
+
+int packVersionCounter(uint8_t* image, int room, int32_t counter)
+{
+    cogoState.versionCounter = counter;
+    setNextKey(TAG_VERSION, VERSION_NAME);
+    return packRecord(image, cogoState.versionLayout, KIND_VERSION, room);
 }

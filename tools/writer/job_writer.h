@@ -71,3 +71,8 @@ int addProfile(JobWriter* job, const char* name, const ProfileEntry* entries, in
 
 // Adds the counter of element numbers, which holds the highest one that was handed out.
 int addVersionCounter(JobWriter* job, int32_t counter);
+
+// The images of records that are made anew where they are lost: the header of a profile, and the
+// counter. Return the length, or IMAGE_DOES_NOT_FIT.
+int packProfileHeader(uint8_t* image, int room, const char* name);
+int packVersionCounter(uint8_t* image, int room, int32_t counter);

@@ -92,10 +92,21 @@ static std::vector<PackedNode> packBranches(Packing* packing, int level,
     return branches;
 }
 
+// Enough for the leaves, which leave room for less than an entry each, and the branches above.
+static size_t likelySize(const std::vector<const uint8_t*>& entries)
+{
+    size_t bytes = FIRST_PAGE_OFFSET;
+    for (const uint8_t* entry : entries) {
+        bytes += static_cast<size_t>(entrySize(entry));
+    }
+    return bytes + bytes / 8;
+}
+
 std::vector<uint8_t> packTree(const std::vector<const uint8_t*>& entries, int32_t sequenceCounter,
                               uint32_t changeCounter)
 {
     Packing packing = {std::vector<uint8_t>(FIRST_PAGE_OFFSET, 0), 0};
+    packing.bytes.reserve(likelySize(entries));
     std::vector<PackedNode> level = packLeaves(&packing, entries);
     int height = 1;
     while (level.size() > 1 && packing.pages < MAX_PAGES_IN_FILE) {

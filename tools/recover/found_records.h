@@ -1,0 +1,63 @@
+// The records that the entries of a job still make up. For tools/recover/.
+#pragma once
+
+#include "tools/check/known_layouts.h"
+#include "tools/recover/tree_view.h"
+
+#include <string>
+
+// What speaks for the bytes of a record, the least first.
+enum RecordProof {
+    PROOF_NONE,     // all of its segments are in place, but its checksum is another one
+    PROOF_CHECKSUM, // its checksum is that of its bytes
+    PROOF_LAYOUT,   // and it has a layout of ours
+    PROOF_KEY,      // and a key that leads to it is its own
+};
+
+struct FoundRecord {
+    int32_t number;
+    std::vector<const uint8_t*> segments; // entries, in order
+    RecordProof proof;
+    uint8_t trust;            // the least of its segments
+    bool isSecond;            // another version of the record before it
+    const KnownLayout* known; // null: another program's
+};
+
+// All that could be read of a file.
+struct Salvage {
+    TreeView view;
+    EntryStore store;
+    std::vector<SalvagedEntry> entries; // by key, number and segment; the most trusted first
+    std::vector<size_t> keysByNumber;   // the entries that lead to records, by number
+    std::vector<FoundRecord> records;   // by number
+};
+
+// Reads every page of the file, whose bytes are filled up to whole pages and stay where they are.
+// Of the last page lastLength bytes are there.
+void salvageEntries(Salvage* salvage, const std::vector<uint8_t>* bytes, int lastLength);
+
+// Puts the records together: of several versions of a segment those with which the checksum
+// comes out right.
+void findRecords(Salvage* salvage);
+
+std::vector<uint8_t> imageOf(const FoundRecord& record);
+
+// The index and the key string of the record's primary key, as its image has it: a text whose
+// first character is the index. Empty for another program's record.
+std::string primaryKeyOf(const FoundRecord& record);
+
+// True for the indexes whose entries lead to records by their number.
+bool leadsToRecords(int index);
+
+// The entries with exactly this index and key string; begin and end as places in the entries.
+struct EntryRange {
+    size_t begin;
+    size_t end;
+};
+EntryRange entriesWithKey(const Salvage* salvage, const std::string& key);
+
+// The keys that lead to a number, as places in keysByNumber.
+EntryRange keysTo(const Salvage* salvage, int32_t number);
+
+// The record of a number, the first of its versions; null: there is none.
+const FoundRecord* recordOf(const Salvage* salvage, int32_t number);
