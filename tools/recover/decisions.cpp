@@ -9,7 +9,6 @@
 #include <set>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 // -- What leads to a record --------------------------------------------------
 
@@ -242,8 +241,8 @@ static bool isPrimaryIndex(int index)
 
 // The primary keys and the numbers of kept records.
 struct KeptRecords {
-    std::unordered_set<std::string_view> keys;
-    std::unordered_set<int32_t> numbers;
+    std::vector<std::string_view> keys; // sorted, as the others are
+    std::vector<int32_t> numbers;
     std::set<std::pair<std::string, int32_t>> standIns;
 };
 
@@ -252,11 +251,19 @@ static KeptRecords keptRecords(const Decisions* decisions)
     KeptRecords kept;
     for (const Decision& decision : decisions->of) {
         if (decision.fate != FATE_KEPT) continue;
-        kept.numbers.insert(decision.number);
-        if (decision.key[0] != 0) kept.keys.insert(decision.key);
+        kept.numbers.push_back(decision.number);
+        if (decision.key[0] != 0) kept.keys.emplace_back(decision.key);
         if (decision.missedAs != 0) kept.standIns.emplace(decision.key, decision.missedAs);
     }
+    std::sort(kept.keys.begin(), kept.keys.end());
+    std::sort(kept.numbers.begin(), kept.numbers.end());
     return kept;
+}
+
+template <typename Value, typename Sought>
+static bool contains(const std::vector<Value>& sorted, const Sought& value)
+{
+    return std::binary_search(sorted.begin(), sorted.end(), Value(value));
 }
 
 // True for the keys of layouts of which several records may have one.
@@ -271,8 +278,8 @@ static bool maySeveralHave(const char* key)
 // True when what the key leads to is not missing: the record, or one that stands in for it.
 static bool isBack(const KeptRecords& kept, const std::string& key, int32_t number)
 {
-    if (kept.numbers.contains(number) || kept.standIns.contains({key, number})) return true;
-    return kept.keys.contains(key) && !maySeveralHave(key.c_str());
+    if (contains(kept.numbers, number) || kept.standIns.contains({key, number})) return true;
+    return contains(kept.keys, key) && !maySeveralHave(key.c_str());
 }
 
 std::vector<LostKey> lostKeys(const Salvage* salvage, const Decisions* decisions)

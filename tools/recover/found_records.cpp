@@ -67,14 +67,15 @@ void salvageEntries(Salvage* salvage, const std::vector<uint8_t>* bytes, int las
     std::sort(entries->begin(), entries->end(), isBefore);
     entries->erase(std::unique(entries->begin(), entries->end(), isSameEntry), entries->end());
 
-    for (size_t at = 0; at < entries->size(); ++at) {
+    for (uint32_t at = 0; at < entries->size(); ++at) {
         if (leadsToRecords(entryIndex((*entries)[at].entry))) salvage->keysByNumber.push_back(at);
     }
-    std::stable_sort(salvage->keysByNumber.begin(), salvage->keysByNumber.end(),
-                     [entries](size_t one, size_t other) {
-                         return entryNumber((*entries)[one].entry) <
-                                entryNumber((*entries)[other].entry);
-                     });
+    std::sort(salvage->keysByNumber.begin(), salvage->keysByNumber.end(),
+              [entries](uint32_t one, uint32_t other) {
+                  int order =
+                      entryCompare((*entries)[one].entry, entryNumber((*entries)[other].entry));
+                  return order != 0 ? order < 0 : one < other;
+              });
 }
 
 EntryRange entriesWithKey(const Salvage* salvage, const std::string& key)
@@ -93,7 +94,7 @@ EntryRange entriesWithKey(const Salvage* salvage, const std::string& key)
 
 EntryRange keysTo(const Salvage* salvage, int32_t number)
 {
-    const std::vector<size_t>& keys = salvage->keysByNumber;
+    const std::vector<uint32_t>& keys = salvage->keysByNumber;
     auto order = [&](size_t at) { return entryCompare(salvage->entries[at].entry, number); };
     auto begin =
         std::partition_point(keys.begin(), keys.end(), [&](size_t at) { return order(at) < 0; });

@@ -28,7 +28,7 @@ struct Salvage {
     TreeView view;
     EntryStore store;
     std::vector<SalvagedEntry> entries; // by key, number and segment; the most trusted first
-    std::vector<size_t> keysByNumber;   // the entries that lead to records, by number
+    std::vector<uint32_t> keysByNumber; // the entries that lead to records, by number
     std::vector<FoundRecord> records;   // by number
 };
 
