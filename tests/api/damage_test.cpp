@@ -184,6 +184,9 @@ TEST(DamagedSegments, AreRefused)
     std::vector<std::string> gap = segments;
     gap.erase(gap.begin() + 1);
     EXPECT_FALSE(isReadable(ELEMENT_CURVE, gap));
+    // The next segment by its ordinal, but of another record.
+    std::string other = rawEntry(19, "", 2, image.substr(60), 129);
+    EXPECT_FALSE(isReadable(ELEMENT_CURVE, {segments[0], other}));
     segments.pop_back();
     EXPECT_FALSE(isReadable(ELEMENT_CURVE, segments));
 
