@@ -44,6 +44,8 @@ TEST(DamagedFile, TellsNothingThatTheSoundOneDoesNot)
         }
         SCOPED_TRACE(changes);
         tiny.expectNothingWrong(damaged);
+        // One wrong field of a page makes nothing look as if it had to be written.
+        EXPECT_TRUE(run % 10 != 0 || fileBytes(tiny.path) == damaged);
     }
     // The pages behind the root are not used.
     writeBytes(tiny.path, tiny.sound.bytes.substr(0, static_cast<size_t>(pageAt(10))));
