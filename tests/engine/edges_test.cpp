@@ -194,6 +194,9 @@ TEST(Record, ThatDoesNotFitOrHasAnotherLayoutStays)
         for (size_t room : {100, 16384}) {
             job.recordBuffer.resize(room);
             job.open(mode);
+            if (room == 100) {
+                EXPECT_EQ(recordAdd(&job.file, job.layout), IX_RECORD_TOO_LONG);
+            }
             job.layout[1].type = room == 100 ? 'D' : 'L';
             int read = room == 100 ? IX_DAMAGED_IMAGE : IX_OTHER_LAYOUT;
             ASSERT_EQ(job.findRecord(), IX_OK);
@@ -302,6 +305,13 @@ TEST(Limits, AreNotExceeded)
         EXPECT_EQ(job.file.tree.file.header.sequenceCounter, counter);
     }
     const std::string entry = rawEntry(3, "a", 1, std::string(240, 0));
+    // Entries that fill a leaf to its last byte need no other.
+    Job full(emptyJob(5));
+    for (int number = 1; number <= 5; ++number) {
+        const std::string data(244, 'x');
+        EXPECT_EQ(ixAdd(&full.file.tree, 3, "a", number, data.data(), 244), IX_OK);
+        EXPECT_EQ(full.file.tree.file.header.nextFreePage, number <= 4 ? 1 : 3);
+    }
     // Twenty levels, and no room in the only leaf.
     std::string bytes = emptyJob(0).substr(0, 1024);
     bytes.replace(2, 2, rawNumber(19, 2)).replace(14, 2, rawNumber(20, 2));
