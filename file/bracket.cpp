@@ -8,10 +8,11 @@
 #include "file/lock_bytes.h"
 #include "platform/platform.h"
 
-// The state changes only when the release worked.
+// The state changes only when the release worked. 0 or IX_FILE_LOCK, which no operation in the
+// bracket can mistake for an entry that is not there.
 static int releaseFileLock(OpenFile* file)
 {
-    if (releaseByte(file->descriptor, FILE_LOCK_BYTE) != IX_OK) return IX_LOCK_FAILED;
+    if (releaseByte(file->descriptor, FILE_LOCK_BYTE) != IX_OK) return IX_FILE_LOCK;
     file->sharing.fileLock = UNLOCKED;
     file->sharing.exclusively = false;
     return IX_OK;

@@ -17,7 +17,7 @@ struct OpenFile;
 int ixBeginRead(OpenFile* file);
 int ixBeginUpdate(OpenFile* file);
 
-// 0, or the error of the release, or of writing the changes. An update whose
+// 0, or IX_FILE_LOCK when the lock stays, or the error of writing the changes. An update whose
 // changes could not be written keeps them in memory for the next bracket to write,
 // unless another process has written the file by then.
 int ixEndRead(OpenFile* file);

@@ -119,7 +119,7 @@ TEST(Operations, TellOfALockThatStays)
         ASSERT_EQ(job.find(20, "K"), IX_OK);
         job.file.currentRecordNumber = 1;
         osFaults = {.call = OS_CALL_UNLOCK, .first = 1};
-        EXPECT_LT(operation(job, 20), 0);
+        EXPECT_EQ(operation(job, 20), IX_FILE_LOCK);
         EXPECT_EQ(osFaults.failures, 1);
         osFaults = {};
     }
