@@ -3,7 +3,8 @@
 //
 // Boundary of engine/, for the record layer. Every operation answers IX_NOT_OPEN for a
 // context that is not open, IX_BAD_ARGUMENT for an index number outside 1 to 20, and
-// IX_FILE_LOCK when the file lock cannot be taken; it leaves its result in tree->status too.
+// IX_FILE_LOCK when the file lock cannot be taken or released; it leaves its result in
+// tree->status too.
 //
 // Searches and steps deliver the record at the entry they reach into data (capacity length;
 // 0 wants none); tree->found then describes the entry. The brackets of file/bracket.h hold
@@ -19,8 +20,9 @@
 // -- Opening and closing (open_close.cpp) ------------------------------------
 
 // Binds the context to the file, unless it is open. mode: OPEN_SHARED falls back to read-only
-// access, then to exclusive use. IX_OK, IX_OPEN_FAILED, IX_NO_FREE_SLOT, IX_PAGE_IO, IX_BAD_MAGIC,
-// IX_SEEK, IX_SHORT_READ or IX_OPEN_LOCK; after a failure the context is as open or closed as
+// access where writing is not permitted, and to exclusive use where shared locks are refused.
+// IX_OK, IX_OPEN_FAILED, IX_NO_FREE_SLOT, IX_PAGE_IO, IX_BAD_MAGIC, IX_SEEK, IX_SHORT_READ,
+// IX_OPEN_LOCK or IX_FILE_LOCK; after a failure the context is as open or closed as
 // before and no other descriptor is left.
 int ixOpen(IndexFile* tree, const char* path, char mode);
 

@@ -18,8 +18,9 @@ int makeDurable();
 
 // -- Open and close (open_file.cpp) ------------------------------------------
 
-// Opens the file for the mode; shared use falls back to read-only access, then to exclusive
-// use. IX_OK with the file ready for beginOpen, or IX_OPEN_FAILED.
+// Opens the file for the mode; shared use falls back to read-only access where writing is not
+// permitted, and to exclusive use where the open probe is refused. IX_OK with the file ready for
+// beginOpen, or IX_OPEN_FAILED.
 int openFile(OpenFile* file, const char* path, char mode);
 // Opens the bracket of the open; without the file lock, exclusive use is the last resort.
 // IX_OK, or IX_OPEN_LOCK with the descriptor closed.

@@ -12,7 +12,9 @@ int setFormatVersion(bool set, int version)
     return CURRENT_FORMAT_VERSION + fileState.formatVersionShift;
 }
 
-static int openForSharedUse(const char* path, bool* readOnly)
+// Returns a descriptor or OS_FAILED; *keptOut tells that the file can be opened, but somebody
+// else has it for exclusive use.
+static int openForSharedUse(const char* path, bool* readOnly, bool* keptOut)
 {
     int descriptor = osOpen(path, OS_READ_WRITE);
     *readOnly = descriptor == OS_NO_WRITE_ACCESS;
@@ -21,7 +23,8 @@ static int openForSharedUse(const char* path, bool* readOnly)
 
     // An exclusive opener holds the range of this byte. Readers ask too: they
     // would otherwise wait for the file lock until it closes.
-    if (lockRangeShared(descriptor, LOCK_AT_ONCE, OPEN_PROBE_BYTE, 1) != OS_DONE) {
+    *keptOut = lockRangeShared(descriptor, LOCK_AT_ONCE, OPEN_PROBE_BYTE, 1) != OS_DONE;
+    if (*keptOut) {
         closeDescriptor(descriptor);
         return OS_FAILED;
     }
@@ -43,9 +46,10 @@ static int openForExclusiveUse(const char* path)
 int openFile(OpenFile* file, const char* path, char mode)
 {
     bool readOnly = false;
-    int descriptor = -1;
-    if (mode == OPEN_SHARED) descriptor = openForSharedUse(path, &readOnly);
-    if (descriptor < 0) {
+    bool alone = mode == OPEN_EXCLUSIVE;
+    int descriptor = OS_FAILED;
+    if (!alone) descriptor = openForSharedUse(path, &readOnly, &alone);
+    if (alone) {
         mode = OPEN_EXCLUSIVE;
         readOnly = false;
         descriptor = openForExclusiveUse(path);
