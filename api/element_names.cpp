@@ -61,20 +61,17 @@ static int gatherNames(RecordFile* job, uint32_t kind, uint32_t* count, TextBloc
     SurveyChainRecord record;
     Reached reached = {};
     int result = IDX_OK;
-    int found = NOT_REACHED;
     CallBracket call = beginCall(job);
-    do {
-        found = position(job, &call, *count == 0 ? FIRST : NEXT, kind, nullptr, &reached);
+    while (result == IDX_OK) {
+        int found = position(job, &call, *count == 0 ? FIRST : NEXT, kind, nullptr, &reached);
         if (found == NOT_REACHED) break;
         const char* name = nameOf(job, kind, reached, &record);
         if (leaveToWrite(&call)) name = nameOf(job, kind, reached, &record);
-        result = takeName(name, count, list);
-        if (kind == ELEMENT_POINT && found == REACHED && result == IDX_OK) {
-            result = takeNextPoints(job, count, list);
-        }
+        // A failure of the engine is no element.
+        result = found == REACHED ? takeName(name, count, list) : IDX_ERROR;
+        if (kind == ELEMENT_POINT && result == IDX_OK) result = takeNextPoints(job, count, list);
         goOn(&call);
-        // A failure of the engine has been counted as an element, but nothing follows it.
-    } while (result == IDX_OK && found == REACHED);
+    }
     int ended = endCall(&call);
     return result != IDX_OK ? result : ended;
 }

@@ -1,13 +1,12 @@
 // A system that fails for a while: each reading, locking, letting go and block of memory
-// that a public call asks for is refused in turn. The call says so, or hands out what is
-// right as far as it goes; and when the system works again, so does the job.
+// that a public call asks for is refused in turn. The call is IDX_ERROR, whatever it was that
+// failed; and when the system works again, so does the job.
 #include "tests/support/command.h"
 #include "tests/support/exports.h"
 #include "tests/support/facts.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/raw_job.h"
 
-#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -20,6 +19,7 @@ constexpr char LIST[] = "list"; // a fact about a kind
 struct Answer {
     int32_t result = IDX_ERROR;
     Facts facts = {};
+    uint32_t count = 0; // of a list
 };
 
 Answer readElement(uint32_t kind, const std::function<int32_t(void**)>& call)
@@ -38,18 +38,10 @@ Answer readList(IdxConnection* job, uint32_t kind)
     char* names = nullptr;
     Answer answer = {orvIdx_numberOfElements(job, kind, &count, &names), {}};
     EXPECT_EQ(names != nullptr, answer.result == IDX_OK);
+    answer.count = count;
     if (names != nullptr) answer.facts.emplace(LIST, names);
     EXPECT_EQ(orvIdx_freeElementNameList(&names), IDX_OK);
     return answer;
-}
-
-// True when all that is told is so: a list may end early, an element lack parts.
-bool isTrue(const Answer& told, const Answer& sound)
-{
-    return std::all_of(told.facts.begin(), told.facts.end(), [&](const auto& fact) {
-        if (fact.first == LIST) return sound.facts.begin()->second.starts_with(fact.second);
-        return fact.first.starts_with(PARTS) || sound.facts.contains(fact);
-    });
 }
 
 struct Fault {
@@ -99,9 +91,8 @@ class CallFaults : public testing::TestWithParam<Drive>
                 failures = osFaults.failures;
                 osFaults = {};
                 EXPECT_TRUE(failures > 0 || told.facts == sound.facts);
-                bool error = failures == 0 || told.result == IDX_ERROR;
-                EXPECT_TRUE(error || fault.call != OS_CALL_ALLOCATE);
-                EXPECT_TRUE(isTrue(told, sound));
+                EXPECT_TRUE(failures == 0 || told.result == IDX_ERROR);
+                EXPECT_LE(told.count, sound.count);
                 before();
                 EXPECT_TRUE(call().facts == sound.facts);
                 EXPECT_EQ(liveBlocks, blocks);
@@ -124,7 +115,7 @@ const Drive DRIVES[] = {
       {OS_CALL_UNLOCK, false, false},
       {OS_CALL_UNLOCK, true, false}},
      {0, 1, 2, 3, 4, 5, 6}},
-    {"LargerFile", "mixed", {{OS_CALL_READ, false, false}}, {ELEMENT_LINE, ELEMENT_PROFILE}},
+    {"LargerFile", "mixed", {{OS_CALL_READ, false, false}}, {0, 1, 2, 3, 4, 5, 6}},
     {"Memory", "mixed", {{OS_CALL_ALLOCATE, false, false}}, {0, 1, 2, 3, 4, 5, 6}}};
 
 INSTANTIATE_TEST_SUITE_P(Of, CallFaults, testing::ValuesIn(DRIVES),
@@ -159,7 +150,7 @@ TEST_P(CallFaults, MakeNoListAndNoElementWrong)
                     readElement(kind, next);
                 }
             };
-            if (steps < 10) failEach([&] { return readElement(kind, next); }, walkThere);
+            if (steps < 5) failEach([&] { return readElement(kind, next); }, walkThere);
             ++steps;
         }
     }
@@ -168,7 +159,7 @@ TEST_P(CallFaults, MakeNoListAndNoElementWrong)
 TEST(Connect, OpensNothingWhenTheSystemFails)
 {
     std::string path = freshJob("tiny");
-    for (OsCall call : {OS_CALL_READ, OS_CALL_ALLOCATE}) {
+    for (OsCall call : {OS_CALL_OPEN, OS_CALL_READ, OS_CALL_ALLOCATE}) {
         int number = 0;
         for (int failures = 1; failures > 0;) {
             IdxConnection* job = nullptr;

@@ -187,6 +187,7 @@ TEST(DestroyedFile, IsReportedAndLetGoOf)
         uint32_t count = 0;
         for (uint32_t each = ELEMENT_POINT; each <= ELEMENT_SURVEY_CHAIN && !changed; ++each) {
             EXPECT_EQ(orvIdx_numberOfElements(job, each, &count, nullptr), IDX_ERROR) << each;
+            EXPECT_EQ(count, 0U) << each;
         }
         EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), told);
         EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);

@@ -68,9 +68,7 @@ static void add(Facts* facts, const ProfileElement& profile)
     std::string subject = std::string("profile ") + profile.name;
     std::string vertices = raw(profile.vertexCount);
     for (int32_t i = 0; i < profile.vertexCount; ++i) {
-        const ProfileVertex& vertex = profile.vertices[i];
-        vertices += raw(vertex.vertexCode) + raw(vertex.station) + raw(vertex.segmentNumber) +
-                    raw(vertex.elevation) + raw(vertex.backLength) + raw(vertex.aheadLength);
+        vertices += raw(profile.vertices[i]); // and what lies between the members
     }
     tell(facts, subject, vertices);
     tell(facts, "texts of " + subject, std::string(profile.secondaryCode) + profile.noteText);
