@@ -25,7 +25,7 @@ Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
 
     position->removed = false;
     if (isEndMarker(entry)) {
-        ++position->index;
+        position->index = position->home + 1; // also from before the start of an empty index
         return failed(IX_NOT_FOUND);
     }
     bool ordered = check == ANY_KEY || compareWithSegments(entry, &before) > 0;

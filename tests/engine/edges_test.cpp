@@ -261,6 +261,25 @@ size_t stepsToTheEnd(Job& job, int first(IndexFile*, int, void*, uint32_t),
     return steps;
 }
 
+TEST(EmptyIndex, HasNothingWhateverTheStepsBefore)
+{
+    const std::vector<std::string> contents[] = {{},
+                                                 {rawEntry(4, "K", 1)},
+                                                 {rawEntry(6, "K", 1)},
+                                                 {rawEntry(4, "K", 1), rawEntry(6, "K", 1)}};
+    for (int kind = 0; kind < 8; ++kind) {
+        Job job(rawJob(contents[kind / 2]), kind % 2 == 0 ? OPEN_SHARED : OPEN_EXCLUSIVE);
+        const Position fresh = job.file.tree.positions[5];
+        for (int steps = 0; steps < 1024; ++steps) {
+            SCOPED_TRACE(testing::Message() << "kind " << kind << " steps " << steps);
+            job.file.tree.positions[5] = fresh;
+            for (int step = steps, count = 0; count < 5; step /= 4, ++count) {
+                EXPECT_EQ(OPERATIONS[1 + step % 4](job, 5), IX_NOT_FOUND);
+            }
+        }
+    }
+}
+
 // Pages that have left the cache come back damaged, wherever a position stands in them.
 TEST(DamagedTree, EndsEveryOperationAndWalk)
 {
