@@ -52,15 +52,20 @@ static const uint8_t* walkLeaf(const uint8_t* leaf, const SoughtKey* sought, int
 
 constexpr int DAMAGED_LEAF = -2;
 
+// Right halves that no branch knows are not empty when they are written; some may be emptied
+// later by programs that do not look for them.
+constexpr int MOST_EMPTY_HALVES = 16;
+
 // The leaf to the right of this one in which the search has to go on: the next one with
-// entries, if its first entry is not above the sought key. That is never so in a sound tree;
-// it is where a process was killed between writing a split leaf and its parent. NO_PAGE when
-// the search ends here, DAMAGED_LEAF when a leaf on the way is damaged. *moves counts the
-// leaves looked at by one descent: more than there are pages run in a circle.
-static int leafToGoOnIn(OpenFile* file, const uint8_t* leaf, const SoughtKey* sought, int* moves)
+// entries before that which the parent has behind it, if its first entry is not above the sought
+// key. There is one where a process was killed between writing a split leaf and its parent.
+// NO_PAGE when the search ends here, DAMAGED_LEAF when a leaf on the way is damaged. *moves
+// counts the leaves looked at by one descent: more than there are pages run in a circle.
+static int leafToGoOnIn(OpenFile* file, const Descent* way, const SoughtKey* sought, int* moves)
 {
-    int page = nodeNextPage(leaf);
-    while (page != NO_PAGE) {
+    int page = nodeNextPage(way->leaf.node);
+    for (int empty = 0; empty <= MOST_EMPTY_HALVES; ++empty) {
+        if (page == NO_PAGE || page == way->following) return NO_PAGE;
         bool circle = ++*moves > file->header.pagesInFile;
         if (circle || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
         const uint8_t* next = engineState.peekBuffer;
@@ -92,6 +97,7 @@ static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
     *way = {};
     way->unfinishedLevel = NO_LEVEL;
     if (viewNode(file, page, level, view) != IX_OK) return false;
+    way->following = NO_PAGE;
     way->followed = nodeNextPage(view->node) == NO_PAGE;
     way->current = way->followed;
     while (level > 0) {
@@ -104,6 +110,7 @@ static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
         page = child.page;
         --level;
         if (viewNode(file, page, level, view) != IX_OK) return false;
+        way->following = child.following;
         way->followed = nodeNextPage(view->node) == child.following;
         way->current = way->current && way->followed;
     }
@@ -119,7 +126,7 @@ bool descend(OpenFile* file, const SoughtKey* sought, Descent* way)
     int moves = 0;
     way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
     while (isEndMarker(way->entry) && !way->followed) {
-        int right = leafToGoOnIn(file, leaf->node, sought, &moves);
+        int right = leafToGoOnIn(file, way, sought, &moves);
         if (right == NO_PAGE) break;
         if (viewNode(file, right, 0, leaf) != IX_OK) return false;
         goAside(way, 0, way->page);
@@ -187,7 +194,36 @@ static void notePlace(Position* position, const Descent* way)
     place->boundOffset = static_cast<uint16_t>(way->boundOffset);
 }
 
-Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought)
+bool findBound(OpenFile* file, const Descent* way, const uint8_t** bound)
+{
+    *bound = nullptr;
+    if (way->branchContent == 0 || way->aside) return true;
+    NodeView branch = {};
+    if (viewNode(file, way->branchPage, 1, &branch) != IX_OK) return false;
+    const uint8_t* entry = branch.node + way->boundOffset;
+    if (!isEndMarker(entry)) *bound = entry;
+    return true;
+}
+
+static bool isEmptyLeaf(OpenFile* file, int page)
+{
+    NodeView leaf = {};
+    return page != NO_PAGE && viewNode(file, page, 0, &leaf) == IX_OK && nodeCount(leaf.node) == 0;
+}
+
+// True when a search that has ended behind the last entry of a leaf need not go on: leaves that
+// were emptied follow, and what is searched for would have to stand before the leaf's bound.
+static bool endsHere(OpenFile* file, const Descent* way, const SoughtKey* sought, SearchFor what)
+{
+    if (!way->followed || !isEmptyLeaf(file, way->following)) return false;
+    const uint8_t* bound = nullptr;
+    if (!findBound(file, way, &bound) || bound == nullptr) return false;
+    if (what == FOR_INDEX) return entryIndex(bound) != static_cast<uint8_t>(sought->key[0]);
+    bool sameKey = strcmp(entryKey(bound), sought->key) == 0;
+    return !sameKey || (what == FOR_RECORD && entryNumber(bound) != sought->number);
+}
+
+Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought, SearchFor what)
 {
     Descent way;
     if (!descend(file, sought, &way)) return nowhere(file);
@@ -196,6 +232,7 @@ Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought)
     if (isEndMarker(way.entry)) {
         standPastEnd(position);
         way.current = false;
+        if (endsHere(file, &way, sought, what)) return {IX_NOT_FOUND, nullptr};
         way.entry = nextNonEmptyLeaf(file, position, &way.leaf);
         if (way.entry == nullptr) return nowhere(file);
         if (isEndMarker(way.entry)) return {IX_NOT_FOUND, nullptr};
@@ -234,11 +271,11 @@ static const uint8_t* crossToNextLeaf(OpenFile* file, NotedPlace* place, int* le
     return firstEntry(leaf->node);
 }
 
-Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought)
+Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought, SearchFor what)
 {
     NodeView leaf = {};
     const uint8_t* entry = entryAtNotedPlace(file, position, &leaf);
-    if (entry == nullptr) return locate(file, position, sought);
+    if (entry == nullptr) return locate(file, position, sought, what);
 
     NotedPlace place = position->place;
     int leafPage = position->leafPage;
@@ -251,7 +288,7 @@ Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought
         ordinal = 0;
         entry = crossToNextLeaf(file, &place, &leafPage, &leaf);
         if (entry == nullptr || compareEntry(entry, sought) < 0) {
-            return locate(file, position, sought);
+            return locate(file, position, sought, what);
         }
     } else {
         place.offset = static_cast<uint16_t>(entry - leaf.node);
@@ -275,11 +312,11 @@ static bool mayStandOn(const Position* position, const SoughtKey* sought)
            strcmp(position->key, sought->key + 1) == 0;
 }
 
-Arrival locateHere(OpenFile* file, Position* position, const SoughtKey* sought)
+Arrival locateHere(OpenFile* file, Position* position, const SoughtKey* sought, SearchFor what)
 {
     NodeView leaf = {};
     const uint8_t* entry =
         mayStandOn(position, sought) ? entryAtNotedPlace(file, position, &leaf) : nullptr;
-    if (entry == nullptr) return locate(file, position, sought);
+    if (entry == nullptr) return locate(file, position, sought, what);
     return {position->number == sought->number ? IX_OK : IX_SAME_KEY, entry};
 }

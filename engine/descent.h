@@ -22,11 +22,16 @@ struct Descent {
     bool aside; // the leaf was entered from its left neighbour
     // The parent knows what follows the leaf: a search that ends there need not look further.
     bool followed;
+    int following; // the page that the parent has behind the leaf; NO_PAGE: none
     // Where the search had to go aside: the level and the page whose right half no branch knows,
     // because a process was killed after the page was cut. NO_LEVEL in a sound tree.
     int unfinishedLevel;
     int unfinishedPage;
 };
+
+// The entry of the leaf's parent that bounds the keys of the leaf; null when it has none, or was
+// not entered from its parent. False when the parent cannot be read.
+bool findBound(OpenFile* file, const Descent* way, const uint8_t** bound);
 
 // Descends to the leaf where the sought key belongs. False when a page is damaged or cannot
 // be read. Moves no position.
@@ -46,12 +51,13 @@ struct Arrival {
 const uint8_t* nextNonEmptyLeaf(OpenFile* file, Position* position, NodeView* leaf);
 
 // Finds the first entry of the tree at or after the sought key, which may belong to a later
-// index, and makes it the position. The sought key must not lie in the position.
-Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought);
+// index, and makes it the position; before empty leaves IX_NOT_FOUND when there is none of what
+// is searched for. The sought key must not lie in the position.
+Arrival locate(OpenFile* file, Position* position, const SoughtKey* sought, SearchFor what);
 
 // The same for a key above that at the position: along the leaf when its place is noted.
-Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought);
+Arrival locateOnward(OpenFile* file, Position* position, const SoughtKey* sought, SearchFor what);
 
 // The same for the first segment of a key of the index itself, which the position may be on
 // already.
-Arrival locateHere(OpenFile* file, Position* position, const SoughtKey* sought);
+Arrival locateHere(OpenFile* file, Position* position, const SoughtKey* sought, SearchFor what);

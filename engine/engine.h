@@ -40,6 +40,9 @@ void ixAbandon(IndexFile* tree);
 // IX_NOT_FOUND, IX_BROKEN_RECORD or IX_DESCENT_FAILED.
 int ixFind(IndexFile* tree, int index, const char* key, int32_t number, void* data,
            uint32_t length);
+// The first record with the key string: IX_SAME_KEY, IX_OK when its number is 0, else
+// IX_GREATER_KEY, IX_NOT_FOUND or a failure. Delivers no data.
+int ixFindKey(IndexFile* tree, int index, const char* key);
 // IX_OK, IX_NOT_FOUND when there is no such entry, or a failure code.
 int ixFindFirst(IndexFile* tree, int index, void* data, uint32_t length);
 int ixFindLast(IndexFile* tree, int index, void* data, uint32_t length);
@@ -97,9 +100,9 @@ int ixCheckLock(IndexFile* tree, int index);
 // record locks are neither released nor asked for, and status stays. The index number is one
 // of the twenty.
 
-// Results as of ixFind.
-int ixInnerFind(IndexFile* tree, int index, const char* key, int32_t number, void* data,
-                uint32_t length);
+// Results as of ixFind; IX_NOT_FOUND also when there is none of what is searched for.
+int ixInnerFind(IndexFile* tree, int index, SearchFor what, const char* key, int32_t number,
+                void* data, uint32_t length);
 // Deletes the record with this key string and number, whatever its segments. IX_OK,
 // IX_NOT_FOUND, IX_DESCENT_FAILED or IX_PAGE_IO.
 int ixInnerDelete(IndexFile* tree, int index, const char* key, int32_t number);

@@ -11,13 +11,11 @@ int deliver(IndexFile* tree, const Position* position, const uint8_t* entry, voi
     return readRecordAt(tree, position, data, length);
 }
 
-int findSought(IndexFile* tree, int index, const SoughtKey* sought, SearchFrom from, void* data,
-               uint32_t length)
+// Delivers what a search has reached, unless that is past the end of the index.
+static int deliverArrival(IndexFile* tree, int index, const Arrival& arrival,
+                          const SoughtKey* sought, void* data, uint32_t length)
 {
     Position* position = &tree->positions[index];
-    OpenFile* file = &tree->file;
-    Arrival arrival = from == FROM_POSITION ? locateOnward(file, position, sought)
-                                            : locateHere(file, position, sought);
     bool past =
         arrival.entry == nullptr ? arrival.result == IX_NOT_FOUND : position->index != index;
     if (past) {
@@ -31,13 +29,26 @@ int findSought(IndexFile* tree, int index, const SoughtKey* sought, SearchFrom f
     return read != IX_OK ? read : arrival.result;
 }
 
-int ixInnerFind(IndexFile* tree, int index, const char* key, int32_t number, void* data,
-                uint32_t length)
+int findSought(IndexFile* tree, int index, const SoughtKey* sought, SearchFor what, void* data,
+               uint32_t length)
+{
+    Arrival arrival = locateHere(&tree->file, &tree->positions[index], sought, what);
+    return deliverArrival(tree, index, arrival, sought, data, length);
+}
+
+int findOnward(IndexFile* tree, int index, const SoughtKey* sought, void* data, uint32_t length)
+{
+    Arrival arrival = locateOnward(&tree->file, &tree->positions[index], sought, FOR_INDEX);
+    return deliverArrival(tree, index, arrival, sought, data, length);
+}
+
+int ixInnerFind(IndexFile* tree, int index, SearchFor what, const char* key, int32_t number,
+                void* data, uint32_t length)
 {
     if (strlen(key) > MAX_KEY) return IX_NOT_FOUND;
     char text[SOUGHT_KEY_SIZE];
     buildSoughtKey(text, index, key); // before anything moves: the key may be the position's
     tree->ioError = 0;
     SoughtKey sought = {text, number, 0}; // the first segment of a record
-    return findSought(tree, index, &sought, FROM_ROOT, data, length);
+    return findSought(tree, index, &sought, what, data, length);
 }

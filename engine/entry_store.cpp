@@ -43,7 +43,8 @@ static int storeSegments(IndexFile* tree, int mode, SoughtKey* key, const uint8_
 
     if (ordinal > 1) {
         SoughtKey first = {key->key, key->number, 0};
-        locate(&tree->file, &tree->positions[static_cast<uint8_t>(key->key[0])], &first);
+        locate(&tree->file, &tree->positions[static_cast<uint8_t>(key->key[0])], &first,
+               FOR_RECORD);
     }
     return IX_OK;
 }

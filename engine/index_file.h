@@ -47,6 +47,14 @@ struct FoundEntry {
     uint8_t bytes[MAX_ENTRY_SIZE];
 };
 
+// What a search is for. It ends at the leaf to which its key belongs when nothing behind that
+// leaf can be what it is for, and else goes on over empty leaves.
+enum SearchFor {
+    FOR_INDEX, // the next entry of the index
+    FOR_KEY,   // an entry with the key string
+    FOR_RECORD // an entry with key string and number
+};
+
 struct IndexFile {
     OpenFile file;
     Position positions[INDEX_SLOTS]; // by index number

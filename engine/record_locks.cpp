@@ -24,7 +24,8 @@ static LockKey lockKeyAt(const Position* position)
 static int readLockEntry(IndexFile* tree, const LockKey* lock, int32_t* slot)
 {
     uint8_t data[LOCK_DATA_SIZE] = {};
-    int result = ixInnerFind(tree, LOCK_INDEX, lock->key, lock->number, data, sizeof data);
+    int result =
+        ixInnerFind(tree, LOCK_INDEX, FOR_RECORD, lock->key, lock->number, data, sizeof data);
     *slot = NO_SLOT;
     if (result == IX_OK && tree->found.recordLength == LOCK_DATA_SIZE) *slot = loadInt32(data);
     return result;

@@ -129,7 +129,7 @@ Arrival stepToNextSegment(OpenFile* file, Position* position)
     buildSoughtKey(text, position->home, position->key);
     uint8_t nextSegment = static_cast<uint8_t>(position->segment + 1);
     SoughtKey sought = {text, position->number, nextSegment};
-    return locateOnward(file, position, &sought);
+    return locateOnward(file, position, &sought, FOR_RECORD);
 }
 
 // -- Within a leaf -----------------------------------------------------------

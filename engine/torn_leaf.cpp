@@ -2,19 +2,6 @@
 
 #include "engine/node_insert.h"
 
-// The entry of the leaf's parent that bounds it; null when it has none, or was not entered from
-// its parent. False when the parent cannot be read.
-static bool findBound(OpenFile* file, const Descent* way, const uint8_t** bound)
-{
-    *bound = nullptr;
-    if (way->branchContent == 0 || way->aside) return true;
-    NodeView branch = {};
-    if (viewNode(file, way->branchPage, 1, &branch) != IX_OK) return false;
-    const uint8_t* entry = branch.node + way->boundOffset;
-    if (!isEndMarker(entry)) *bound = entry;
-    return true;
-}
-
 static SoughtKey keyOf(const uint8_t* entry)
 {
     return {entryKey(entry), entryNumber(entry), entrySegment(entry)};

@@ -39,7 +39,7 @@ static int nextByKey(IndexFile* tree, int index, void* data, uint32_t length)
     char text[SOUGHT_KEY_SIZE];
     SoughtKey sought = keyBehindPosition(position, text);
     tree->ioError = 0;
-    int result = findSought(tree, index, &sought, FROM_POSITION, data, length);
+    int result = findOnward(tree, index, &sought, data, length);
     if (result >= 0) return IX_OK;
     if (result == IX_BROKEN_RECORD) return result; // it was reached all the same
 
@@ -129,7 +129,7 @@ static int readByKey(IndexFile* tree, int index, void* data, uint32_t length)
     char key[KEY_BUFFER_SIZE];
     memcpy(key, position->key, sizeof key);
     int32_t number = position->number;
-    int result = ixInnerFind(tree, index, key, number, data, length);
+    int result = ixInnerFind(tree, index, FOR_RECORD, key, number, data, length);
     if (result == IX_OK) return IX_OK;
 
     setPositionKey(position, key, number);
@@ -202,7 +202,7 @@ static int refindPosition(IndexFile* tree, int index, SoughtKey* bound, char* te
     if (result != IX_NOT_FOUND) return result == IX_NO_CURRENT ? IX_OK : result;
 
     *bound = keyBehindPosition(position, text);
-    result = locate(&tree->file, position, bound).result;
+    result = locate(&tree->file, position, bound, FOR_INDEX).result;
     return result < IX_NOT_FOUND ? result : IX_OK;
 }
 
@@ -234,7 +234,7 @@ int ixFindLast(IndexFile* tree, int index, void* data, uint32_t length)
     if (result != IX_OK) return withStatus(tree, result);
     const char next[] = {static_cast<char>(index + 1), 0};
     SoughtKey sought = {next, 0, 0}; // where the next index begins
-    result = locate(&tree->file, &tree->positions[index], &sought).result;
+    result = locate(&tree->file, &tree->positions[index], &sought, FOR_INDEX).result;
     if (result >= IX_NOT_FOUND) result = previousByPlace(tree, index, nullptr, data, length);
     return withStatus(tree, resultOf(endMove(tree, updating), result));
 }

@@ -45,7 +45,7 @@ int ixAddUnique(IndexFile* tree, int index, const char* key, int32_t number, con
     if (result != IX_OK) return result;
     if (ixBeginUpdate(&tree->file) != IX_OK) return withStatus(tree, IX_FILE_LOCK);
 
-    result = ixFind(tree, index, key, 0, nullptr, 0);
+    result = ixFindKey(tree, index, key);
     if (result == IX_OK || result == IX_SAME_KEY) {
         result = IX_EXISTS;
     } else if (result == IX_GREATER_KEY || result == IX_NOT_FOUND) {
@@ -60,7 +60,7 @@ int ixAddUnique(IndexFile* tree, int index, const char* key, int32_t number, con
 static int mayDelete(IndexFile* tree, int index, const char* key, int32_t number)
 {
     if (isExclusive(&tree->file)) return IX_OK;
-    int result = ixInnerFind(tree, index, key, number, nullptr, 0);
+    int result = ixInnerFind(tree, index, FOR_RECORD, key, number, nullptr, 0);
     if (result > 0) return IX_NOT_FOUND;
     if (result < 0) return result;
     int check = ixCheckLock(tree, index);

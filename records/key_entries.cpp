@@ -30,7 +30,7 @@ static ImageWalk startWalk(const RecordImage* image)
 static int nextHolder(IndexFile* tree, int index, const char* key, int32_t* number)
 {
     if (*number == INT32_MAX) return IX_NOT_FOUND;
-    int result = ixInnerFind(tree, index, key, *number + 1, nullptr, 0);
+    int result = ixInnerFind(tree, index, FOR_KEY, key, *number + 1, nullptr, 0);
     if (result == IX_GREATER_KEY) return IX_NOT_FOUND;
     *number = tree->found.number;
     return result == IX_OK ? IX_SAME_KEY : result;
@@ -118,7 +118,7 @@ int removeKeyEntries(IndexFile* tree, const RecordImage* image, int32_t number)
 
 static bool numberIsInUse(IndexFile* tree, int32_t number)
 {
-    return ixInnerFind(tree, DATA_INDEX, "", number, nullptr, 0) == IX_OK;
+    return ixInnerFind(tree, DATA_INDEX, FOR_RECORD, "", number, nullptr, 0) == IX_OK;
 }
 
 // Takes the lowest released number out of its index. False when there is none or it

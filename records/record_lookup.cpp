@@ -57,7 +57,8 @@ int recordFind(RecordFile* job, int index, const char* key, int matchMode)
     result = beginMove(tree, index, &updating);
     if (result != IX_OK) return withStatus(tree, result);
 
-    int found = ixFind(tree, index, key, 0, nullptr, 0);
+    int found = matchMode == MATCH_EXACT ? ixFindKey(tree, index, key)
+                                         : ixFind(tree, index, key, 0, nullptr, 0);
     int outcome = applyMatchMode(tree, index, found, matchMode);
     bool reached = outcome == IX_OK || outcome == IX_GREATER_KEY || outcome == IX_BEFORE;
     job->currentRecordNumber = reached ? tree->found.number : NO_RECORD;
@@ -116,8 +117,8 @@ static int readImage(RecordFile* job, LayoutEntry* layout)
 {
     if (job->currentRecordNumber == NO_RECORD) return IX_NO_CURRENT;
     uint32_t room = static_cast<uint32_t>(job->recordBufferSize);
-    int result =
-        ixInnerFind(&job->tree, DATA_INDEX, "", job->currentRecordNumber, job->recordBuffer, room);
+    int result = ixInnerFind(&job->tree, DATA_INDEX, FOR_RECORD, "", job->currentRecordNumber,
+                             job->recordBuffer, room);
     if (result != IX_OK) return IX_NOT_FOUND;
 
     // An image that was cut to the buffer, or a record without bytes, which leaves

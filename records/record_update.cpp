@@ -116,7 +116,8 @@ static bool mayChange(int lockCheck)
 static int readStoredImage(RecordFile* job, int32_t number)
 {
     uint32_t room = static_cast<uint32_t>(job->recordBufferSize);
-    int result = ixInnerFind(&job->tree, DATA_INDEX, "", number, job->recordBuffer, room);
+    int result =
+        ixInnerFind(&job->tree, DATA_INDEX, FOR_RECORD, "", number, job->recordBuffer, room);
     if (result != IX_OK) return IX_NO_DATA_ENTRY;
     uint32_t length = job->tree.found.recordLength;
     bool complete = length <= room && length >= IMAGE_MIN_SIZE;

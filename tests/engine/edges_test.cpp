@@ -280,6 +280,39 @@ TEST(EmptyIndex, HasNothingWhateverTheStepsBefore)
     }
 }
 
+// Neither for what is not there nor for the place of something new.
+TEST(EmptyLeaves, AreNotWalkedOver)
+{
+    std::vector<std::string> entries(4, rawEntry(5, "K", 1, std::string(235, 'x')));
+    for (int i = 1; i <= 400; ++i) {
+        entries.push_back(rawEntry(19, "", i, std::string(240, 'x')));
+    }
+    std::string bytes = rawJob(entries, 9);
+    for (size_t leaf = 1; leaf < 100; ++leaf) {
+        bytes.replace(1024 + 1024 * leaf + 2, 4, rawNumber(0, 2) + rawNumber(1012, 2));
+        bytes.replace(1024 + 1024 * leaf + 12, 1012, std::string(1012, 0));
+    }
+    Job job(bytes);
+    IndexFile* tree = &job.file.tree;
+    const std::function<int()> lookups[] = {
+        [&] { return ixFindFirst(tree, LOCK_INDEX, nullptr, 0); },
+        [&] { return ixFindKey(tree, 18, "K"); },
+        [&] { return ixAdd(tree, 18, "", 7, nullptr, 0) == IX_OK ? IX_NOT_FOUND : IX_OK; },
+        [&] { return ixDelete(tree, DATA_INDEX, "", 50); },
+        [&] { return ixInnerFind(tree, DATA_INDEX, FOR_RECORD, "", 90, nullptr, 0); }};
+    for (const auto& lookup : lookups) {
+        ASSERT_EQ(ixBeginUpdate(&tree->file), IX_OK);
+        dropFile(tree->file.descriptor);
+        osFaults = {};
+        EXPECT_EQ(lookup(), IX_NOT_FOUND);
+        EXPECT_LE(osFaults.transfers.size(), 6U);
+        EXPECT_EQ(ixEndUpdate(&tree->file), IX_OK);
+    }
+    // But for what comes behind them.
+    EXPECT_EQ(job.find(DATA_INDEX, "", 90), IX_SAME_KEY);
+    EXPECT_EQ(tree->found.number, 397);
+}
+
 // Pages that have left the cache come back damaged, wherever a position stands in them.
 TEST(DamagedTree, EndsEveryOperationAndWalk)
 {
