@@ -1,212 +1,121 @@
-// The table of job files against a plain model: random commands, and after each of them
-// everything compared that the table holds.
+// The table of job files, command by command, and the contexts that travel with the files.
 #include "records/records_state.h"
 #include "tests/support/command.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-#include <string>
-
-namespace
+// What the whole table holds: a name for each slot in use, "-" for a free one, the numbers
+// that mark the contexts, and the current slot. The room of a name behind it is zero.
+static std::string tableState()
 {
-
-struct Model {
-    int inUse[JOB_FILE_SLOTS] = {};
-    std::string names[JOB_FILE_SLOTS];
-    int contexts[JOB_FILE_SLOTS] = {}; // by the numbers that mark them
-    int current = -1;
-    std::string old;
-    std::string alternate;
-};
-
-// What a command is given, and what it leaves there.
-struct Call {
-    const char* command;
-    std::string name; // a file, or what the buffer for one holds
-    bool hasName;
-    int index;
-};
-
-} // namespace
-
-template <typename Item>
-static int indexOf(const Item (&items)[JOB_FILE_SLOTS], const Item& item, int first = 0)
-{
-    auto found = std::find(items + first, std::end(items), item);
-    return found == std::end(items) ? -1 : static_cast<int>(found - items);
-}
-
-static int makeCurrent(Model& model, Call& call, int slot)
-{
-    call.index = model.current = slot;
-    return JOB_FILE_DONE;
-}
-
-static void occupy(Model& model, int slot, const std::string& name)
-{
-    model.inUse[slot] = 1;
-    model.names[slot] = name.substr(0, 254);
-}
-
-static void vacate(Model& model, int slot)
-{
-    model.inUse[slot] = 0;
-    model.names[slot] = "";
-}
-
-static void exchangeWithCogo(Model& model, int slot)
-{
-    std::swap(model.names[0], model.names[slot]);
-    std::swap(model.contexts[0], model.contexts[slot]);
-    model.inUse[0] = model.inUse[slot] = 1;
-}
-
-static int addFile(Model& model, Call& call)
-{
-    int slot = indexOf(model.names, call.name);
-    if (slot >= 0) return makeCurrent(model, call, slot);
-    slot = indexOf(model.inUse, 0);
-    if (slot < 0) return JOB_FILE_REFUSED;
-    occupy(model, slot, call.name);
-    return makeCurrent(model, call, slot);
-}
-
-static int addCogoFile(Model& model, Call& call)
-{
-    int slot = indexOf(model.names, call.name);
-    if (slot > 0) {
-        exchangeWithCogo(model, slot);
-    } else if (slot < 0) {
-        int next = indexOf(model.inUse, 0, 1);
-        if (model.inUse[0] == 1 && next < 0) return JOB_FILE_REFUSED;
-        if (model.inUse[0] == 1) {
-            occupy(model, next, model.names[0]);
-            model.contexts[next] = model.contexts[0];
-        }
-        occupy(model, 0, call.name);
-    }
-    makeCurrent(model, call, 0);
-    return slot == 0 ? JOB_FILE_ALREADY_COGO : JOB_FILE_DONE;
-}
-
-static int setFileToCogo(Model& model, Call& call)
-{
-    int slot = call.index = indexOf(model.names, call.name);
-    if (slot < 0) return JOB_FILE_DONE;
-    if (slot > 0 && model.inUse[0] == 1) {
-        exchangeWithCogo(model, slot);
-    } else if (slot > 0) {
-        occupy(model, 0, model.names[slot]);
-        vacate(model, slot);
-        model.contexts[0] = model.contexts[slot];
-    }
-    return makeCurrent(model, call, 0);
-}
-
-static int run(Model& model, Call& call)
-{
-    std::string command = call.command;
-    std::string currentName = model.current < 0 ? "" : model.names[model.current];
-    if (command == "ADD_FILE") return addFile(model, call);
-    if (command == "ADD_COGO_FILE") return addCogoFile(model, call);
-    if (command == "SET_FILE_TO_COGO") return setFileToCogo(model, call);
-    if (command == "REMOVE_FILE") {
-        call.index = indexOf(model.names, call.name);
-        if (call.index >= 0) vacate(model, call.index);
-    }
-    if (command == "INITIALIZE") {
-        for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
-            vacate(model, slot);
-        }
-        model.current = -1;
-    }
-    if (command == "SET_COGO_FILE") model.current = 0;
-    if (command == "GET_FILE_NUMBER") {
-        call.index = call.hasName ? indexOf(model.names, call.name) : model.current;
-        if (call.index >= 0) model.current = call.index;
-    }
-    if (command == "CURRENT") {
-        call.name = model.old = currentName;
-        call.index = model.current;
-    }
-    if (command == "CURRENT_ALT") call.name = model.alternate = currentName;
-    if (command == "GET_ALT") call.name = model.alternate;
-    if (command == "GET_OLD_FILE") call.name = model.old;
-    return JOB_FILE_DONE;
-}
-
-// Marks each context by a number.
-static void markContexts(Model& model)
-{
-    for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
-        recordsState.table.contexts[slot].recordTypeByte = static_cast<uint8_t>(slot);
-        model.contexts[slot] = slot;
-    }
-}
-
-static std::string padded(std::string name)
-{
-    name.resize(FILE_NAME_ROOM);
-    return name;
-}
-
-static void expectState(const Model& model)
-{
+    auto text = [](const char* name) {
+        std::string room(name, FILE_NAME_ROOM);
+        room.erase(room.find_last_not_of('\0') + 1);
+        return room.size() > 20 ? std::to_string(room.size()) : room;
+    };
     const JobFileTable& table = recordsState.table;
-    auto text = [](const char* name) { return std::string(name, FILE_NAME_ROOM); };
+    std::string names;
+    std::string contexts = " ";
     for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
-        EXPECT_EQ(text(table.slots[slot].name), padded(model.names[slot]));
-        EXPECT_EQ(table.slots[slot].inUse, model.inUse[slot]);
-        EXPECT_EQ(contextOfSlot(slot)->recordTypeByte, model.contexts[slot]);
+        const std::string name = text(table.slots[slot].name);
+        names += (table.slots[slot].inUse == 0 ? "-" : name.empty() ? "_" : "") + name;
+        contexts += std::to_string(contextOfSlot(slot)->recordTypeByte);
     }
-    EXPECT_EQ(table.currentSlot, model.current);
-    EXPECT_EQ(slotContext(), contextOfSlot(std::max(model.current, 0)));
-    EXPECT_EQ(text(table.oldFileName), padded(model.old));
-    EXPECT_EQ(text(table.alternateFileName), padded(model.alternate));
+    EXPECT_EQ(slotContext(), contextOfSlot(std::max(table.currentSlot, 0)));
+    return names + contexts + " " + std::to_string(table.currentSlot) + " " +
+           text(table.oldFileName) + "," + text(table.alternateFileName);
 }
 
-static int expectAnswer(Model& model, Call call, bool takesIndex)
-{
-    std::string buffer = padded(call.name);
-    std::string expected = buffer;
-    int32_t index = 77;
-    int answer = jobFileCommand(takesIndex ? &index : nullptr,
-                                call.hasName ? buffer.data() : nullptr, call.command);
-    EXPECT_EQ(answer, run(model, call));
-    EXPECT_EQ(index, takesIndex ? call.index : 77);
-    // Bytes behind the name are left alone.
-    if (call.hasName) expected.replace(0, call.name.size() + 1, call.name + '\0');
-    EXPECT_EQ(buffer, expected);
-    return answer;
-}
+struct Row {
+    std::string command; // and, behind a blank, the name that it is given
+    int answer;          // 0: refused, 1: done, 2: it is the COGO file already
+    int index;           // that it tells; UNTOLD is left alone
+    std::string name;    // that it leaves in the buffer
+    const char* state;
+};
 
-TEST(JobFileTable, DoesWhatAPlainModelDoes)
+constexpr int UNTOLD = 77;
+const std::string LONG(300, 'L'); // too long to be found again
+const std::string CUT(254, 'L');
+
+// clang-format off
+const Row ROWS[] = {
+    {"INITIALIZE x", 1, UNTOLD, "x", "---------- 0123456789 -1 ,"},
+    {"CURRENT xyz", 1, -1, "", "---------- 0123456789 -1 ,"},
+    {"ADD_FILE A", 1, 0, "A", "A--------- 0123456789 0 ,"},
+    {"ADD_FILE B", 1, 1, "B", "AB-------- 0123456789 1 ,"},
+    {"ADD_FILE C", 1, 2, "C", "ABC------- 0123456789 2 ,"},
+    {"add_file D", 1, UNTOLD, "D", "ABC------- 0123456789 2 ,"},
+    {"ADD_FILE", 0, UNTOLD, "", "ABC------- 0123456789 2 ,"},
+    {"ADD_FILE A", 1, 0, "A", "ABC------- 0123456789 0 ,"},
+    {"CURRENT", 1, 0, "", "ABC------- 0123456789 0 A,"},
+    {"CURRENT_ALT x", 1, UNTOLD, "A", "ABC------- 0123456789 0 A,A"},
+    {"GET_FILE_NUMBER B", 1, 1, "B", "ABC------- 0123456789 1 A,A"},
+    {"GET_FILE_NUMBER Z", 1, -1, "Z", "ABC------- 0123456789 1 A,A"},
+    {"GET_FILE_NUMBER", 1, 1, "", "ABC------- 0123456789 1 A,A"},
+    {"GET_ALT x", 1, UNTOLD, "A", "ABC------- 0123456789 1 A,A"},
+    {"CURRENT x", 1, 1, "B", "ABC------- 0123456789 1 B,A"},
+    {"GET_OLD_FILE xyz", 1, UNTOLD, "B", "ABC------- 0123456789 1 B,A"},
+    {"REMOVE_FILE Z", 1, -1, "Z", "ABC------- 0123456789 1 B,A"},
+    {"REMOVE_FILE A", 1, 0, "A", "-BC------- 0123456789 1 B,A"},
+    {"SET_FILE_TO_COGO Z", 1, -1, "Z", "-BC------- 0123456789 1 B,A"},
+    {"SET_FILE_TO_COGO C", 1, 0, "C", "CB-------- 2123456789 0 B,A"},
+    {"ADD_FILE D", 1, 2, "D", "CBD------- 2123456789 2 B,A"},
+    {"SET_FILE_TO_COGO B", 1, 0, "B", "BCD------- 1223456789 0 B,A"},
+    {"GET_FILE_NUMBER D", 1, 2, "D", "BCD------- 1223456789 2 B,A"},
+    {"SET_FILE_TO_COGO B", 1, 0, "B", "BCD------- 1223456789 0 B,A"},
+    {"GET_FILE_NUMBER D", 1, 2, "D", "BCD------- 1223456789 2 B,A"},
+    {"ADD_COGO_FILE B", 2, 0, "B", "BCD------- 1223456789 0 B,A"},
+    {"ADD_COGO_FILE D", 1, 0, "D", "DCB------- 2213456789 0 B,A"},
+    {"GET_FILE_NUMBER C", 1, 1, "C", "DCB------- 2213456789 1 B,A"},
+    {"ADD_COGO_FILE E", 1, 0, "E", "ECBD------ 2212456789 0 B,A"},
+    {"ADD_FILE " + CUT, 1, 4, CUT, "ECBD254----- 2212456789 4 B,A"},
+    {"ADD_FILE " + LONG, 1, 5, LONG, "ECBD254254---- 2212456789 5 B,A"},
+    {"ADD_FILE " + LONG, 1, 6, LONG, "ECBD254254254--- 2212456789 6 B,A"},
+    {"REMOVE_FILE D", 1, 3, "D", "ECB-254254254--- 2212456789 6 B,A"},
+    {"SET_FILE_TO_COGO ", 1, 0, "", "_CBE254254254--- 2212456789 0 B,A"},
+    {"ADD_COGO_FILE E", 1, 0, "E", "ECB_254254254--- 2212456789 0 B,A"},
+    {"REMOVE_FILE ", 1, 3, "", "ECB-254254254--- 2212456789 0 B,A"},
+    {"ADD_COGO_FILE ", 1, 0, "", "_CBE254254254--- 2212456789 0 B,A"},
+    {"ADD_FILE F", 1, 7, "F", "_CBE254254254F-- 2212456789 7 B,A"},
+    {"ADD_FILE G", 1, 8, "G", "_CBE254254254FG- 2212456789 8 B,A"},
+    {"ADD_FILE H", 1, 9, "H", "_CBE254254254FGH 2212456789 9 B,A"},
+    {"ADD_FILE I", 0, UNTOLD, "I", "_CBE254254254FGH 2212456789 9 B,A"},
+    {"ADD_COGO_FILE I", 0, UNTOLD, "I", "_CBE254254254FGH 2212456789 9 B,A"},
+    {"SET_COGO_FILE", 1, UNTOLD, "", "_CBE254254254FGH 2212456789 0 B,A"},
+    {"CURRENT", 1, 0, "", "_CBE254254254FGH 2212456789 0 ,A"},
+    {"REMOVE_FILE H", 1, 9, "H", "_CBE254254254FG- 2212456789 0 ,A"},
+    {"ADD_FILE I", 1, 9, "I", "_CBE254254254FGI 2212456789 9 ,A"},
+    {"INITIALIZE", 1, UNTOLD, "", "---------- 2212456789 -1 ,A"},
+    {"ADD_COGO_FILE A", 1, 0, "A", "A--------- 2212456789 0 ,A"},
+};
+// clang-format on
+
+TEST(JobFileTable, IsAfterEachCommandAsItShouldBe)
 {
-    const char* const commands[] = {"CURRENT",          "CURRENT_ALT",   "GET_ALT",
-                                    "GET_FILE_NUMBER",  "GET_OLD_FILE",  "ADD_FILE",
-                                    "ADD_FILE",         "ADD_COGO_FILE", "SET_COGO_FILE",
-                                    "SET_FILE_TO_COGO", "REMOVE_FILE",   "add_file"};
-    // Names for more files than slots, some too long to be found again.
-    std::vector<std::string> names = {"", std::string(254, 'L'), std::string(300, 'L'), "a", "AB"};
-    for (char letter = 'A'; letter < 'J'; ++letter) {
-        names.push_back(std::string(1, letter));
+    for (bool takesIndex : {true, false}) {
+        recordsState = {};
+        for (int slot = 0; slot < JOB_FILE_SLOTS; ++slot) {
+            recordsState.table.contexts[slot].recordTypeByte = static_cast<uint8_t>(slot);
+        }
+        for (const Row& row : ROWS) {
+            SCOPED_TRACE(row.command);
+            const size_t blank = row.command.find(' ');
+            const bool hasName = blank != std::string::npos;
+            std::string buffer = hasName ? row.command.substr(blank + 1) + '\0' : "";
+            buffer.resize(FILE_NAME_ROOM, '?'); // what lies behind the name is left alone
+            std::string left = buffer;
+            if (hasName) left.replace(0, row.name.size() + 1, row.name + '\0');
+            int32_t index = UNTOLD;
+            int answer =
+                jobFileCommand(takesIndex ? &index : nullptr, hasName ? buffer.data() : nullptr,
+                               row.command.substr(0, blank).c_str());
+            EXPECT_EQ(answer, row.answer);
+            EXPECT_EQ(index, takesIndex ? row.index : UNTOLD);
+            EXPECT_EQ(buffer, left);
+            EXPECT_EQ(tableState(), row.state);
+        }
     }
-    std::mt19937 random(1);
-    auto anyOf = [&](const auto& items) { return items[random() % std::size(items)]; };
-    Model model;
-    int refused = 0;
-    for (int step = 0; step < 5000 && !testing::Test::HasFailure(); ++step) {
-        bool starts = step % 200 == 0;
-        Call call = {starts ? "INITIALIZE" : anyOf(commands), anyOf(names), true, 77};
-        if (call.command == std::string("GET_FILE_NUMBER")) call.hasName = random() % 4 > 0;
-        SCOPED_TRACE(testing::Message() << step << " " << call.command << " " << call.name);
-        refused += expectAnswer(model, call, random() % 4 > 0) == JOB_FILE_REFUSED;
-        if (starts) markContexts(model);
-        expectState(model);
-    }
-    EXPECT_GT(refused, 50);
     EXPECT_EQ(jobFileCommand(nullptr, nullptr, nullptr), JOB_FILE_REFUSED);
     EXPECT_EQ(copyContextFromCogo(-1), JOB_FILE_REFUSED);
     EXPECT_EQ(swapContextWithCogo(JOB_FILE_SLOTS), JOB_FILE_REFUSED);

@@ -22,6 +22,15 @@ TEST(PointNames, AreLettersThenANumber)
 
 TEST(Numbers, AreConvertedWhateverTheyAre)
 {
+    for (const auto& [text, number] : {std::pair<const char*, int64_t>(" \t\n12x", 12),
+                                       {"", 0},
+                                       {"+7", 7},
+                                       {"-7", -7},
+                                       {"- 7", 0},
+                                       {"9223372036854775807", INT64_MAX},
+                                       {"9223372036854775808", INT64_MAX}}) {
+        EXPECT_EQ(parseInt64(text), number) << text;
+    }
     for (double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 2147483648.0, -2147483649.0}) {
         EXPECT_EQ(truncateToInt32(value), 0) << value;
     }
