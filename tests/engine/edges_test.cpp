@@ -181,6 +181,61 @@ TEST(DeletedEntry, IsNotDeletedAgain)
     }
 }
 
+// What is answered, and the record that is the current one then.
+std::string reached(const Job& job, int result)
+{
+    return std::to_string(result) + "/" + std::to_string(job.file.currentRecordNumber) + " ";
+}
+
+TEST(Records, AreFoundAndSteppedToInEveryMode)
+{
+    for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
+        Job job(emptyJob(3), mode);
+        for (const char* name : {"D", "B"}) {
+            strcpy(job.text, name);
+            ASSERT_EQ(recordAdd(&job.file, job.layout), IX_OK);
+        }
+        // D is record 1, B is record 2; sought are A to E.
+        const std::pair<int, const char*> modes[] = {
+            {MATCH_EXACT, "-1/-1 0/2 -1/-1 0/1 -1/-1 "},
+            {MATCH_AFTER, "0/2 0/1 0/1 -1/-1 -1/-1 "},
+            {MATCH_AT_OR_AFTER, "2/2 0/2 2/1 0/1 -1/-1 "},
+            {MATCH_BEFORE, "-1/-1 -1/-1 0/2 0/2 0/1 "},
+            {MATCH_AT_OR_BEFORE, "-1/-1 0/2 3/2 0/1 3/1 "}};
+        for (const auto& [match, expected] : modes) {
+            std::string found;
+            for (const char* key : {"A", "B", "C", "D", "E"}) {
+                found += reached(job, recordFind(&job.file, 5, key, match));
+            }
+            EXPECT_EQ(found, expected) << match;
+        }
+        std::string steps;
+        for (int step :
+             {STEP_FIRST, STEP_NEXT, STEP_NEXT, STEP_LAST, STEP_PREVIOUS, 9, STEP_PREVIOUS}) {
+            steps += reached(job, recordStep(&job.file, 5, step));
+        }
+        EXPECT_EQ(steps, "0/2 0/1 -1/-1 0/1 0/2 0/2 -1/-1 ");
+        for (size_t i = WITH_INDEX + 1; i < std::size(OPERATIONS); ++i) {
+            bool adds = i == WITH_INDEX + 2;
+            EXPECT_TRUE(adds || OPERATIONS[i](job, 5) == IX_NO_CURRENT) << i;
+        }
+        // Numbers that were released are handed out again, the lowest first; an update
+        // takes one before it releases the old one.
+        strcpy(job.text, "B");
+        ASSERT_EQ(recordAdd(&job.file, job.layout), IX_NOT_FOUND); // would be number 3
+        ASSERT_EQ(job.findRecord(), IX_OK);
+        EXPECT_EQ(reached(job, recordUpdateCurrent(&job.file, job.layout)), "0/3 ");
+        strcpy(job.text, "D");
+        EXPECT_EQ(reached(job, recordUpdateCurrent(&job.file, job.layout)), "-1/3 ");
+        EXPECT_EQ(reached(job, recordDeleteCurrent(&job.file, job.layout)), "0/-1 ");
+        for (const char* number : {"0/2 ", "0/3 ", "0/4 "}) {
+            job.text[0] = number[2];
+            EXPECT_EQ(reached(job, recordAdd(&job.file, job.layout)), number);
+        }
+        EXPECT_EQ(checkTreeFile(job.path).complaints, std::vector<std::string>());
+    }
+}
+
 TEST(Record, ThatDoesNotFitOrHasAnotherLayoutStays)
 {
     for (char mode : {OPEN_SHARED, OPEN_EXCLUSIVE}) {
