@@ -14,55 +14,34 @@
 #include <sys/resource.h>
 #include <thread>
 
-static std::vector<std::vector<std::string>> linesOfWords(const std::string& text)
+// What a shell command prints; {} stands for the file.
+static std::string shell(std::string command, const std::string& file = ORVIDX_LIBRARY)
 {
-    std::vector<std::vector<std::string>> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        std::istringstream words(line);
-        lines.emplace_back(std::istream_iterator<std::string>(words),
-                           std::istream_iterator<std::string>());
+    for (size_t at = 0; (at = command.find("{}")) != std::string::npos;) {
+        command.replace(at, 2, "'" + file + "'");
     }
-    return lines;
+    CommandResult run = runCommand({"/bin/sh", "-c", command});
+    EXPECT_EQ(run.status, 0) << command << ": " << run.errors;
+    return run.output;
 }
 
 TEST(Library, ExportsExactlyTheElevenNames)
 {
-    CommandResult run = runCommand({ORVIDX_NM, "-D", "--defined-only", ORVIDX_LIBRARY});
-    ASSERT_EQ(run.status, 0) << run.errors;
-    std::set<std::string> names;
-    for (const std::vector<std::string>& words : linesOfWords(run.output)) {
-        // The name of the symbol version itself is an absolute symbol.
-        if (words.size() == 3 && words[1] != "A")
-            names.insert(words[2].substr(0, words[2].find('@')));
-    }
-    std::set<std::string> expected = {"orvIdx_isOrvaneOrvFile",
-                                      "orvIdx_connectToOrvaneOrvFile",
-                                      "orvIdx_disconnectFromOrvaneOrvFile",
-                                      "orvIdx_numberOfElements",
-                                      "orvIdx_freeElementNameList",
-                                      "orvIdx_readElementbyName",
-                                      "orvIdx_readFirstElement",
-                                      "orvIdx_readNextElement",
-                                      "orvIdx_freeElement",
-                                      "initialize",
-                                      "dlmPassword"};
-    EXPECT_EQ(names, expected);
+    // The name of the symbol version itself is an absolute symbol.
+    EXPECT_EQ(shell(ORVIDX_NM " -D --defined-only {} | awk '$2 != \"A\" { sub(/@.*/, \"\", $3);"
+                              " print $3 }' | LC_ALL=C sort | tr '\\n' ' '"),
+              "dlmPassword initialize orvIdx_connectToOrvaneOrvFile "
+              "orvIdx_disconnectFromOrvaneOrvFile orvIdx_freeElement orvIdx_freeElementNameList "
+              "orvIdx_isOrvaneOrvFile orvIdx_numberOfElements orvIdx_readElementbyName "
+              "orvIdx_readFirstElement orvIdx_readNextElement ");
 }
 
-// Returns the words in brackets of the dynamic entries with a tag, as in
+// The words in brackets of the dynamic entries with a tag, as in
 // 0x0001 (NEEDED) Shared library: [libc.so.6]
-static std::set<std::string> dynamicEntries(const std::string& tag,
-                                            const std::string& file = ORVIDX_LIBRARY)
+static std::string dynamicEntries(const std::string& tag, const std::string& file = ORVIDX_LIBRARY)
 {
-    CommandResult run = runCommand({ORVIDX_READELF, "-dW", file});
-    EXPECT_EQ(run.status, 0) << run.errors;
-    std::set<std::string> values;
-    for (const std::vector<std::string>& words : linesOfWords(run.output)) {
-        if (words.size() > 2 && words[1] == "(" + tag + ")")
-            values.insert(words.back().substr(1, words.back().size() - 2));
-    }
-    return values;
+    return shell(ORVIDX_READELF " -dW {} | sed -n 's/.*(" + tag + ").*\\[\\(.*\\)\\]$/\\1/p'",
+                 file);
 }
 
 static bool has(const std::string& text, const std::string& part)
@@ -75,36 +54,34 @@ static bool has(const std::string& text, const std::string& part)
 TEST(LibraryAndTools, AreBuiltToBeHard)
 {
     for (const std::string file : {ORVIDX_LIBRARY, ORVIDX_TOOL, ORVIDX_JOB_TOOL}) {
-        std::string headers = runCommand({ORVIDX_READELF, "-lW", file}).output;
-        std::string entries = runCommand({ORVIDX_READELF, "-dW", file}).output;
+        std::string headers = shell(ORVIDX_READELF " -ldW {}", file);
         EXPECT_TRUE(has(headers, "GNU_RELRO") && has(headers, "GNU_STACK")) << file;
-        EXPECT_FALSE(has(headers, "RWE")) << file;
-        EXPECT_TRUE(has(entries, "BIND_NOW")) << file;
-        for (const std::string& paths : dynamicEntries("RUNPATH", file)) {
-            EXPECT_TRUE(paths.starts_with("$ORIGIN/") && !has(paths, ":")) << file << " " << paths;
-        }
-        std::string symbols = runCommand({ORVIDX_NM, "-D", file}).output;
+        EXPECT_TRUE(has(headers, "BIND_NOW") && !has(headers, "RWE")) << file;
+        std::string paths = dynamicEntries("RUNPATH", file);
+        EXPECT_TRUE(paths.empty() || (paths.starts_with("$ORIGIN/") && !has(paths, ":"))) << paths;
+        std::string symbols = shell(ORVIDX_NM " -D {}", file);
         EXPECT_TRUE(ORVIDX_SANITIZED || has(symbols, "__stack_chk_fail")) << file;
         EXPECT_EQ(has(symbols, "printf_chk"), bool(ORVIDX_FORTIFIED)) << file;
     }
-    std::istringstream objects(fileBytes(ORVIDX_OBJECT_LIST));
-    for (std::string object; std::getline(objects, object);) {
-        std::string notes = runCommand({ORVIDX_READELF, "-nW", object}).output;
-        EXPECT_EQ(has(notes, "IBT, SHSTK"), bool(ORVIDX_MARKS_JUMPS)) << object;
-    }
+    const std::string marked =
+        shell("xargs -d '\\n' -n 1 " ORVIDX_READELF " -nW < {} | grep -c 'IBT, SHSTK' || true",
+              ORVIDX_OBJECT_LIST);
+    const std::string objects = shell("grep -c . {}", ORVIDX_OBJECT_LIST);
+    EXPECT_EQ(marked, ORVIDX_MARKS_JUMPS ? objects : "0\n");
 }
 
 TEST(Library, NeedsTheLanguageRuntimesOnlyAndCarriesItsVersion)
 {
+    std::istringstream needed(dynamicEntries("NEEDED"));
     std::set<std::string> runtimes = {"libc", "libm", "libgcc_s", "libstdc++"};
     if (ORVIDX_SANITIZED) runtimes.insert({"libasan", "libubsan"});
-    std::set<std::string> needed = dynamicEntries("NEEDED");
-    EXPECT_FALSE(needed.empty());
-    for (const std::string& name : needed) {
+    int count = 0;
+    for (std::string name; std::getline(needed, name); ++count) {
         bool loader = name.starts_with("ld-linux");
         EXPECT_TRUE(loader || runtimes.contains(name.substr(0, name.find(".so")))) << name;
     }
-    EXPECT_EQ(dynamicEntries("SONAME"), std::set<std::string>{"liborvIdx.so.2.0"});
+    EXPECT_GT(count, 0);
+    EXPECT_EQ(dynamicEntries("SONAME"), "liborvIdx.so.2.0\n");
 }
 
 TEST(Library, CallsItsOwnInitializeWhenTheHostHasOne)
@@ -113,47 +90,21 @@ TEST(Library, CallsItsOwnInitializeWhenTheHostHasOne)
     EXPECT_EQ(run.status, 0) << run.errors;
 }
 
-static bool isWritableSection(const std::string& section)
-{
-    if (section.starts_with(".data.rel.ro")) return false;
-    for (const char* writable : {".data", ".bss", ".tdata", ".tbss", "*COM*"}) {
-        if (section.starts_with(writable)) return true;
-    }
-    return false;
-}
-
-// Returns the names of the objects in writable sections of an object file. A line of
-// the symbol table: address, seven columns of flags, section, tab, size, name.
-static std::vector<std::string> writableObjects(const std::string& objectFile)
-{
-    CommandResult run = runCommand({ORVIDX_OBJDUMP, "-t", objectFile});
-    EXPECT_EQ(run.status, 0) << run.errors;
-    std::vector<std::string> names;
-    std::istringstream stream(run.output);
-    for (std::string line; std::getline(stream, line);) {
-        size_t tab = line.find('\t');
-        if (tab == std::string::npos) continue;
-        std::string section = line.substr(line.rfind(' ', tab) + 1, tab - line.rfind(' ', tab) - 1);
-        bool isSectionSymbol = line.substr(0, tab).find(" d ") != std::string::npos;
-        if (!isSectionSymbol && isWritableSection(section)) names.push_back(line.substr(tab + 1));
-    }
-    return names;
-}
-
+// The objects in writable sections, each with its file in front. A line of the symbol
+// table: address, seven columns of flags, section, tab, size, name.
 TEST(Product, KeepsWritableObjectsInStateFilesOnly)
 {
     if (ORVIDX_SANITIZED) GTEST_SKIP() << "the sanitizers add writable objects of their own";
-    bool stateSeen = false;
-    std::istringstream files(fileBytes(ORVIDX_OBJECT_LIST));
-    for (std::string file; std::getline(files, file);) {
-        std::vector<std::string> objects = writableObjects(file);
-        if (file.ends_with("_state.cpp.o")) {
-            stateSeen = stateSeen || !objects.empty();
-        } else {
-            EXPECT_TRUE(objects.empty()) << file << ": " << objects.front();
-        }
+    std::string objects =
+        shell("xargs -d '\\n' " ORVIDX_OBJDUMP " -t < {} | awk '/file format/ { file = $1 }"
+              " / d / || /\\.data\\.rel\\.ro/ { next }"
+              " /[ ](\\.data|\\.bss|\\.tdata|\\.tbss|\\*COM\\*)[^ ]*\\t/ { print file $NF }'",
+              ORVIDX_OBJECT_LIST);
+    std::istringstream lines(objects);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_TRUE(has(line, "_state.cpp.o:")) << line;
     }
-    EXPECT_TRUE(stateSeen) << "not even the state was found";
+    EXPECT_TRUE(has(objects, "engineState")) << "not even the state was found";
 }
 
 TEST(Orvidx, KeepsTheOldExportWhenTheDiskIsFull)
