@@ -2,11 +2,9 @@
 // write, and let go from time to time in long ones.
 #include "engine/engine.h"
 #include "tests/support/command.h"
-#include "tests/support/exports.h"
+#include "tests/support/connection.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/raw_job.h"
-
-#include <gtest/gtest.h>
 
 // How often the file lock was taken since the last question.
 static int locksTaken()
@@ -24,29 +22,23 @@ static void expectOneLockACall(IdxConnection* job, uint32_t kind, int32_t writte
     std::vector<std::string> names = namesOf(job, kind);
     EXPECT_EQ(locksTaken(), 1);
     int32_t updates = 0;
-    void* element = nullptr;
     for (const std::string& name : names) {
-        int32_t result = orvIdx_readElementbyName(job, kind, name.c_str(), &element);
+        const bool read(Element(job, kind, name));
         updates += locksTaken() - 1;
-        EXPECT_EQ(orvIdx_freeElement(kind, &element), IDX_OK);
-        EXPECT_EQ(orvIdx_readElementbyName(job, kind, name.c_str(), &element), result) << name;
+        EXPECT_EQ(bool(Element(job, kind, name)), read) << name;
         EXPECT_EQ(locksTaken(), 1) << name;
-        orvIdx_freeElement(kind, &element);
     }
     EXPECT_EQ(updates, written);
-    orvIdx_readFirstElement(job, kind, &element);
-    for (size_t step = 0; step < names.size(); ++step) {
+    for (size_t step = 0; step <= names.size(); ++step) {
+        Element(job, kind, step == 0 ? FIRST : NEXT);
         EXPECT_EQ(locksTaken(), 1) << step;
-        orvIdx_freeElement(kind, &element);
-        orvIdx_readNextElement(job, kind, &element);
     }
 }
 
 TEST(PublicCalls, TakeTheFileLockOnceAndOnceMoreToWrite)
 {
     osFaults = {.time = 1}; // no call takes long enough to let others in
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, freshJob("mixed").c_str(), 0), IDX_OK);
+    Connection job(freshJob("mixed"));
     // Eight lines have no extension record, four chains the older layout; the first of
     // those is rewritten when a chain is read that refers to it.
     const int32_t written[] = {0, 8, 0, 0, 4, 0, 0};
@@ -54,7 +46,6 @@ TEST(PublicCalls, TakeTheFileLockOnceAndOnceMoreToWrite)
         SCOPED_TRACE(kind);
         expectOneLockACall(job, kind, written[kind]);
     }
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
     osFaults = {};
 }
 
@@ -96,8 +87,7 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
 TEST(PublicCalls, FailAsLongAsTheLockOfAnEarlierOneIsKept)
 {
     osFaults = {};
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, freshJob("tiny").c_str(), 0), IDX_OK);
+    Connection job(freshJob("tiny"));
     osFaults.call = OS_CALL_UNLOCK;
     osFaults.first = 1;
     osFaults.lasting = true;
@@ -107,7 +97,6 @@ TEST(PublicCalls, FailAsLongAsTheLockOfAnEarlierOneIsKept)
     }
     osFaults = {};
     EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 8u);
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }
 
 // What would change the file inside a reading bracket is refused, and told of, whatever
@@ -135,10 +124,8 @@ TEST(PointList, CutsEveryLongNameAlike)
     const std::string tail = "12345678901234567890123456";
     std::string path = writeJob(rawJob({rawEntry(5, "      7", 1), rawEntry(5, "A" + tail, 2),
                                         rawEntry(5, "B 1" + tail, 3), rawEntry(5, "C" + tail, 4)}));
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    Connection job(path);
     const std::vector<std::string> names = {"7", "A" + tail.substr(0, 19),
                                             "B1" + tail.substr(0, 18), "C" + tail.substr(0, 19)};
     EXPECT_EQ(namesOf(job, ELEMENT_POINT), names);
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }

@@ -2,29 +2,30 @@
 #include "engine/engine.h"
 #include "tests/support/bad_files.h"
 #include "tests/support/command.h"
-#include "tests/support/exports.h"
+#include "tests/support/connection.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/process.h"
 #include "tests/support/raw_job.h"
 
 #include <algorithm>
 #include <cstring>
-#include <gtest/gtest.h>
 
 static int32_t connectTo(const std::string& path, IdxConnection** job)
 {
     return orvIdx_connectToOrvaneOrvFile(job, path.c_str(), 7);
 }
 
-// Whether the element was read; it is given back, twice.
 static bool isRead(IdxConnection* job, uint32_t kind, const std::string& name)
 {
-    void* element = nullptr;
-    int32_t result = orvIdx_readElementbyName(job, kind, name.c_str(), &element);
-    EXPECT_EQ(element != nullptr, result == IDX_OK);
-    EXPECT_EQ(orvIdx_freeElement(kind, &element), IDX_OK);
-    EXPECT_EQ(orvIdx_freeElement(kind, &element), IDX_OK);
-    return result == IDX_OK;
+    return bool(Element(job, kind, name));
+}
+
+// No slot of the job is kept, or the one that uses the file alone would be refused.
+static void expectNoSlotKept(const std::string& path)
+{
+    IndexFile alone = {};
+    EXPECT_EQ(ixOpen(&alone, path.c_str(), OPEN_EXCLUSIVE), IX_OK);
+    EXPECT_EQ(ixClose(&alone), IX_OK);
 }
 
 TEST(Connect, RefusesWhatIsNoCurrentJob)
@@ -62,8 +63,7 @@ TEST(Connect, ClearsABusyMarkerThatStays)
     poke32(path, 1020, 13245);
     permitAll(path, READING);
     if (becomeReader()) {
-        EXPECT_EQ(connectTo(path, &job), IDX_OK);
-        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+        Connection reader(path);
         becomeRootAgain();
     }
     permitAll(path, WRITING);
@@ -161,9 +161,7 @@ TEST(Disconnect, LetsGoOfTheFileWhateverTheSystemAnswers)
         EXPECT_EQ(job, nullptr);
         osFaults = {};
     }
-    IndexFile alone = {};
-    EXPECT_EQ(ixOpen(&alone, path.c_str(), OPEN_EXCLUSIVE), IX_OK) << "a slot was kept";
-    EXPECT_EQ(ixClose(&alone), IX_OK);
+    expectNoSlotKept(path);
 }
 
 // Cut or overwritten by another program, it is no job any more: nothing is made up from it, and
@@ -193,11 +191,8 @@ TEST(DestroyedFile, IsReportedAndLetGoOf)
         EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
         EXPECT_EQ(job, nullptr);
         EXPECT_EQ(fileBytes(path), rest);
-        // No slot is kept, or the one that uses the file alone would be refused.
         writeBytes(path, sound);
-        IndexFile alone = {};
-        EXPECT_EQ(ixOpen(&alone, path.c_str(), OPEN_EXCLUSIVE), IX_OK);
-        EXPECT_EQ(ixClose(&alone), IX_OK);
+        expectNoSlotKept(path);
     }
 }
 

@@ -1,9 +1,7 @@
 // Records whose texts are as long as their fields let them be come back whole.
-#include "api/orvIdx.h"
-#include "tests/support/raw_job.h"
-#include "tools/writer/job_writer.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/command.h"
+#include "tests/support/new_job.h"
+#include "tests/support/os_faulty.h"
 
 #include <algorithm>
 #include <cstring>
@@ -23,17 +21,12 @@ void fill(std::initializer_list<Text> texts)
     }
 }
 
-std::string repeated(const std::string& text, int times)
-{
-    std::string all;
-    while (times-- > 0) {
-        all += text;
-    }
-    return all;
-}
-
 const std::string NAME(15, 'N');
 const std::string FEATURE(37, 'x');
+std::string repeated(const std::string& text, int times)
+{
+    return times > 0 ? text + repeated(text, times - 1) : "";
+}
 const std::string MEMBERS = repeated("1 ", 1249) + "1"; // the last one is the last character
 const std::string LONGEST_POINT = "ABCDEFGHIJKLMN1";
 
@@ -81,14 +74,9 @@ void writeFullRecords(JobWriter* job)
 
 TEST(FullRecords, ComeBackWhole)
 {
-    std::string path = writeEmptyJob(0);
-    JobWriter writer;
-    ASSERT_EQ(openJobWriter(&writer, path, OPEN_SHARED), IX_OK);
-    writeFullRecords(&writer);
-    ASSERT_EQ(closeJobWriter(&writer), IX_OK);
-
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    NewJob made;
+    writeFullRecords(&made.writer);
+    IdxConnection* job = made.connect();
     // How many characters all texts of an element have together, but for its name.
     const struct {
         uint32_t kind;
@@ -105,19 +93,38 @@ TEST(FullRecords, ComeBackWhole)
                 {ELEMENT_CHAIN, NAME, offsetof(ChainElement, firstMember), 24 + 256, 1251},
                 {ELEMENT_CHAIN, "OLDER", offsetof(ChainElement, firstMember), 24 + 256, 1250}};
     for (const auto& row : rows) {
-        void* element = nullptr;
-        ASSERT_EQ(orvIdx_readElementbyName(job, row.kind, row.name.c_str(), &element), IDX_OK);
-        const char* bytes = static_cast<char*>(element);
+        Element element(job, row.kind, row.name);
+        ASSERT_TRUE(element) << row.name;
+        const char* bytes = element.as<char>();
         EXPECT_EQ(std::count(bytes, bytes + row.size, 'x'), row.characters) << row.kind;
         size_t members = 0;
-        auto member = row.members > 0 ? static_cast<ChainElement*>(element)->firstMember : nullptr;
+        auto member = row.members > 0 ? element.as<ChainElement>()->firstMember : nullptr;
         for (; member != nullptr; member = member->next) {
             ++members;
         }
         EXPECT_EQ(members, row.members) << row.name;
-        orvIdx_freeElement(row.kind, &element);
     }
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+}
+
+// An array has room for as many items as are counted, and for one at least.
+template <typename Item> bool hasRoomFor(int32_t count, const Item* items)
+{
+    return blockSizes[items] == sizeof(Item) * static_cast<size_t>(std::max(count, 1));
+}
+
+TEST(Arrays, AreAsLargeAsWhatTheyHold)
+{
+    Connection job(freshJob("mixed"));
+    for (const std::string& name : namesOf(job, ELEMENT_PROFILE)) {
+        Element element(job, ELEMENT_PROFILE, name);
+        auto* read = element.as<ProfileElement>();
+        EXPECT_TRUE(!element || hasRoomFor(read->vertexCount, read->vertices)) << name;
+    }
+    for (const std::string& name : namesOf(job, ELEMENT_SURVEY_CHAIN)) {
+        Element element(job, ELEMENT_SURVEY_CHAIN, name);
+        auto* read = element.as<SurveyChainElement>();
+        EXPECT_TRUE(!element || hasRoomFor(read->pointCount, read->points)) << name;
+    }
 }
 
 } // namespace

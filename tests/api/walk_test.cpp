@@ -2,35 +2,16 @@
 // between, alone and while another process writes to the same file.
 #include "engine/engine.h"
 #include "tests/support/command.h"
-#include "tests/support/exports.h"
+#include "tests/support/connection.h"
 #include "tests/support/peer.h"
 #include "tools/check/check.h"
 
-#include <gtest/gtest.h>
-
-// What to read, beside a name; and the name of what cannot be read.
-constexpr char FIRST[] = "(first)";
-constexpr char NEXT[] = "(next)";
-constexpr char UNREADABLE[] = "(unreadable)";
 constexpr char PADDING[] = "    ";        // as hosts may give names
 constexpr size_t ELEMENT_NAME_LIMIT = 15; // an element has no room for more of its name
 
-// The name of the element read.
 static std::string read(IdxConnection* job, uint32_t kind, const std::string& what)
 {
-    void* element = nullptr;
-    int32_t result = what == FIRST  ? orvIdx_readFirstElement(job, kind, &element)
-                     : what == NEXT ? orvIdx_readNextElement(job, kind, &element)
-                                    : orvIdx_readElementbyName(job, kind, what.c_str(), &element);
-    EXPECT_EQ(element != nullptr, result == IDX_OK);
-    if (element == nullptr) return UNREADABLE;
-
-    const char* name = static_cast<char*>(element); // the first member, but for two kinds
-    if (kind == ELEMENT_POINT) name = static_cast<PointElement*>(element)->name;
-    if (kind == ELEMENT_SURVEY_CHAIN) name = static_cast<SurveyChainElement*>(element)->name;
-    std::string copy = name;
-    EXPECT_EQ(orvIdx_freeElement(kind, &element), IDX_OK);
-    return copy;
+    return Element(job, kind, what).name();
 }
 
 // Walks the kind to its end and beyond. Each element is read by name as well, one that does
@@ -98,31 +79,26 @@ TEST_P(Walks, BeginAnewWithEachConnection)
 {
     std::string path = freshJob(GetParam());
     for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
-        IdxConnection* job = nullptr;
-        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
-        std::string first = read(job, kind, FIRST);
-        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
-        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+        std::string first = read(Connection(path), kind, FIRST);
         bool begins = kind == ELEMENT_POINT || kind == ELEMENT_SURVEY_CHAIN;
-        EXPECT_EQ(read(job, kind, NEXT), begins ? first : UNREADABLE) << kind;
-        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
+        EXPECT_EQ(read(Connection(path), kind, NEXT), begins ? first : UNREADABLE) << kind;
     }
 }
 
 TEST_P(Walks, GiveTheNamesOfTheListWhateverHappensInBetween)
 {
     std::string path = freshJob(GetParam());
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
-    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
-        expectWalk(job, kind);
+    {
+        Connection job(path);
+        Peer writer;
+        for (uint32_t kind = 0; kind < 14; ++kind) {
+            if (kind == 7) {
+                writer = startPeer("writeBeside", path);
+                ASSERT_EQ(hear(writer), "writing");
+            }
+            expectWalk(job, kind % 7);
+        }
+        endPeer(writer);
     }
-    Peer writer = startPeer("writeBeside", path);
-    ASSERT_EQ(hear(writer), "writing");
-    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
-        expectWalk(job, kind);
-    }
-    endPeer(writer);
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
     EXPECT_EQ(checkJobFile(path).complaints, std::vector<std::string>());
 }

@@ -8,11 +8,7 @@
 //   rate      -0.75 / 96 = -1 / 128 = -0.0078125
 //   turning   436 + 0.25 * 128 = 468            109 + 32 * 0.25 - 32 * 32 / 256 = 113
 #include "cogo/vertical_curves.h"
-#include "tests/support/command.h"
-#include "tests/support/exports.h"
-#include "tools/writer/job_writer.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/new_job.h"
 
 #include <cmath>
 
@@ -289,33 +285,25 @@ TEST(ProfileGeometry, TakesAHeaderValueOf16Bits)
 
 TEST(ProfileGeometry, ReachesTheHostAsVertices)
 {
-    std::string path = freshDirectory() + "/job.orv";
-    JobWriter writer;
-    ASSERT_TRUE(createEmptyJob(path));
-    ASSERT_EQ(openJobWriter(&writer, path, OPEN_EXCLUSIVE), IX_OK);
+    NewJob made;
     for (const Case& each : allCases()) {
-        Entries entries;
+        Entries all;
         for (const Entries& record : each.records) {
-            entries.insert(entries.end(), record.begin(), record.end());
+            all.insert(all.end(), record.begin(), record.end());
         }
-        EXPECT_EQ(addProfile(&writer, each.name, entries.data(), static_cast<int>(entries.size())),
-                  IX_OK);
+        int count = static_cast<int>(all.size());
+        EXPECT_EQ(addProfile(&made.writer, each.name, all.data(), count), IX_OK);
     }
-    ASSERT_EQ(closeJobWriter(&writer), IX_OK);
-
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    IdxConnection* job = made.connect();
     for (const Case& each : allCases()) {
         if (each.vertices.empty()) continue;
-        void* element = nullptr;
-        ASSERT_EQ(orvIdx_readElementbyName(job, ELEMENT_PROFILE, each.name, &element), IDX_OK);
-        const auto* profile = static_cast<ProfileElement*>(element);
+        Element element(job, ELEMENT_PROFILE, each.name);
+        ASSERT_TRUE(element) << each.name;
+        auto* profile = element.as<ProfileElement>();
         Lines lines;
         for (int32_t i = 0; i < profile->vertexCount; ++i) {
             lines.push_back(line(profile->vertices[i]));
         }
         EXPECT_EQ(lines, each.vertices) << each.name;
-        EXPECT_EQ(orvIdx_freeElement(ELEMENT_PROFILE, &element), IDX_OK);
     }
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }

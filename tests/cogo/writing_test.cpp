@@ -1,25 +1,16 @@
 // What reading writes: chains of the older layout and extension records of lines, where
 // that fails or nearly does.
 #include "tests/support/command.h"
-#include "tests/support/exports.h"
 #include "tests/support/facts.h"
+#include "tests/support/new_job.h"
 #include "tests/support/os_faulty.h"
-#include "tests/support/raw_job.h"
 #include "tools/check/check.h"
-#include "tools/writer/job_writer.h"
-
-#include <gtest/gtest.h>
 
 // The whole chain or nothing.
 static Facts readChain(IdxConnection* job)
 {
-    void* element = nullptr;
-    Facts facts;
-    int32_t result = orvIdx_readElementbyName(job, ELEMENT_CHAIN, "OLD", &element);
-    if (result == IDX_OK) facts = factsOf(ELEMENT_CHAIN, element);
-    EXPECT_EQ(result == IDX_OK, element != nullptr);
-    EXPECT_EQ(orvIdx_freeElement(ELEMENT_CHAIN, &element), IDX_OK);
-    return facts;
+    Element chain(job, ELEMENT_CHAIN, "OLD");
+    return chain ? factsOf(ELEMENT_CHAIN, chain.element) : Facts();
 }
 
 // A chain of the older layout in a leaf that something else fills up.
@@ -49,8 +40,7 @@ TEST(OlderChain, IsThereWhateverBecomesOfItsRewrite)
         SCOPED_TRACE(filled);
         std::string path = fullJobWithOlderChain(filled);
         if (fileBytes(path).size() > static_cast<size_t>(pageAt(1))) break; // more than the leaf
-        IdxConnection* job = nullptr;
-        ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+        Connection job(path);
         osFaults = {.diskEnd = pageAt(1)};
         Facts first = readChain(job);
         (first.empty() ? refused : rewritten) += 1;
@@ -60,7 +50,6 @@ TEST(OlderChain, IsThereWhateverBecomesOfItsRewrite)
         Facts second = readChain(job);
         EXPECT_FALSE(second.empty());
         EXPECT_TRUE(first.empty() || first == second);
-        EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
     }
     EXPECT_TRUE(rewritten > 5 && refused > 5) << rewritten << " " << refused;
 }
@@ -68,27 +57,25 @@ TEST(OlderChain, IsThereWhateverBecomesOfItsRewrite)
 // The number of a line's new extension, and the next one.
 static std::pair<int32_t, int32_t> numbersAfter(int32_t counter, bool damaged)
 {
-    std::string path = writeEmptyJob(4);
-    JobWriter job;
-    EXPECT_EQ(openJobWriter(&job, path, OPEN_SHARED), IX_OK);
-    EXPECT_EQ(addLine(&job, "L", {}), IX_OK);
+    NewJob made(OPEN_SHARED);
+    EXPECT_EQ(addLine(&made.writer, "L", {}), IX_OK);
     if (counter >= 0) {
-        EXPECT_EQ(addVersionCounter(&job, counter), IX_OK);
+        EXPECT_EQ(addVersionCounter(&made.writer, counter), IX_OK);
     }
-    EXPECT_EQ(closeJobWriter(&job), IX_OK);
+    EXPECT_EQ(closeJobWriter(&made.writer), IX_OK);
+    const std::string path = made.path;
     std::string bytes = fileBytes(path);
     size_t image = bytes.rfind(rawNumber(29, 1) + rawNumber(0, 2) + "   VER");
     if (damaged) bytes[image - 1] ^= 1; // the checksum
     writeBytes(path, bytes);
 
-    IdxConnection* connection = nullptr;
-    EXPECT_EQ(orvIdx_connectToOrvaneOrvFile(&connection, path.c_str(), 0), IDX_OK);
+    made.job.emplace(path);
     LineResult line = {};
     EXPECT_EQ(findLine(slotContext(), "L"), COGO_OK);
     int read = readLine(slotContext(), &line);
     EXPECT_EQ(read == COGO_OK, line.elementNumber > 0);
     int32_t next = nextVersionNumber(slotContext());
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&connection), IDX_OK);
+    made.job.reset();
     EXPECT_EQ(checkJobFile(path).records, line.elementNumber > 0 ? 3 : 2);
     EXPECT_EQ(checkJobFile(path).complaints, std::vector<std::string>());
     return {line.elementNumber, next};

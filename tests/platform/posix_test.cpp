@@ -4,14 +4,13 @@
 #include "file/lock_bytes.h"
 #include "platform/os.h"
 #include "tests/support/command.h"
-#include "tests/support/exports.h"
+#include "tests/support/connection.h"
 #include "tests/support/process.h"
 #include "tests/support/raw_job.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -115,25 +114,21 @@ TEST(ForkedChild, NeitherWritesNorUnlocksWhatIsTheParents)
 TEST(ForkedChild, ConnectsForItself)
 {
     std::string path = freshJob("tiny");
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    Connection job(path);
     const std::vector<std::string> names = namesOf(job, ELEMENT_POINT);
     Process child = forkChild([&] {
         uint32_t count = 0;
-        void* element = nullptr;
         for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
             if (orvIdx_numberOfElements(job, kind, &count, nullptr) != IDX_ERROR) return 1;
-            if (orvIdx_readFirstElement(job, kind, &element) != IDX_ERROR) return 2;
+            if (Element(job, kind, FIRST)) return 2;
         }
-        if (orvIdx_disconnectFromOrvaneOrvFile(&job) != IDX_OK || job != nullptr) return 3;
-        if (orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0) != IDX_OK) return 4;
-        bool reads = namesOf(job, ELEMENT_POINT) == names;
-        return reads && orvIdx_disconnectFromOrvaneOrvFile(&job) == IDX_OK ? 0 : 5;
+        if (orvIdx_disconnectFromOrvaneOrvFile(&job.job) != IDX_OK || job != nullptr) return 3;
+        bool reads = namesOf(Connection(path), ELEMENT_POINT) == names;
+        return reads && !testing::Test::HasFailure() ? 0 : 4;
     });
     EXPECT_EQ(waitForProcess(child), 0);
     EXPECT_EQ(namesOf(job, ELEMENT_POINT), names);
     int other = osOpen(path.c_str(), OS_READ_WRITE);
     EXPECT_EQ(slotState(other, USER_SLOT_BASE), LOCKED);
     osClose(other);
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }

@@ -4,20 +4,18 @@
 
 OsFaults osFaults;
 int liveBlocks;
+std::map<const void*, size_t> blockSizes;
 
-int realOsOpen(const char* path, OsAccess access);
-int realOsClose(int descriptor);
-int realOsReadAt(int descriptor, int64_t offset, void* buffer, int length);
-int realOsWriteAt(int descriptor, int64_t offset, const void* buffer, int length);
-int realOsLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range);
-int realOsUnlock(int descriptor, const OsLockRange* range);
-int realOsProbe(int descriptor, const OsLockRange* range);
-uint32_t realOsForkCount();
-uint32_t realOsMilliseconds();
-void realOsGiveWay();
-void* realAllocateZeroed(size_t count, size_t size);
-void* realReallocate(void* block, size_t oldSize, size_t newSize);
-void realRelease(void* block);
+decltype(osOpen) realOsOpen;
+decltype(osClose) realOsClose;
+decltype(osReadAt) realOsReadAt;
+decltype(osWriteAt) realOsWriteAt;
+decltype(osLock) realOsLock;
+decltype(osUnlock) realOsUnlock;
+decltype(osMilliseconds) realOsMilliseconds;
+decltype(allocateZeroed) realAllocateZeroed;
+decltype(reallocate) realReallocate;
+decltype(release) realRelease;
 
 static bool fails(OsCall call)
 {
@@ -72,24 +70,22 @@ int osUnlock(int descriptor, const OsLockRange* range)
     return fails(OS_CALL_UNLOCK) ? OS_REFUSED : realOsUnlock(descriptor, range);
 }
 
-int osProbe(int descriptor, const OsLockRange* range) { return realOsProbe(descriptor, range); }
-
-uint32_t osForkCount() { return realOsForkCount(); }
-
 uint32_t osMilliseconds() { return osFaults.time != 0 ? osFaults.time : realOsMilliseconds(); }
-
-void osGiveWay() { realOsGiveWay(); }
 
 void* allocateZeroed(size_t count, size_t size)
 {
     void* block = fails(OS_CALL_ALLOCATE) ? nullptr : realAllocateZeroed(count, size);
     liveBlocks += block != nullptr ? 1 : 0;
+    blockSizes[block] = count * size;
     return block;
 }
 
 void* reallocate(void* block, size_t oldSize, size_t newSize)
 {
-    return fails(OS_CALL_ALLOCATE) ? nullptr : realReallocate(block, oldSize, newSize);
+    if (fails(OS_CALL_ALLOCATE)) return nullptr;
+    block = realReallocate(block, oldSize, newSize);
+    blockSizes[block] = newSize;
+    return block;
 }
 
 void release(void* block)

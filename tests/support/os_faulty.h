@@ -5,6 +5,8 @@
 
 #include "platform/os.h"
 
+#include <cstddef>
+#include <map>
 #include <vector>
 
 enum OsCall {
@@ -50,3 +52,4 @@ extern OsFaults osFaults;
 
 // Blocks of memory that the product has and not given back.
 extern int liveBlocks;
+extern std::map<const void*, std::size_t> blockSizes; // also of those given back

@@ -8,10 +8,7 @@
 #define osWriteAt realOsWriteAt
 #define osLock realOsLock
 #define osUnlock realOsUnlock
-#define osProbe realOsProbe
-#define osForkCount realOsForkCount
 #define osMilliseconds realOsMilliseconds
-#define osGiveWay realOsGiveWay
 #define allocateZeroed realAllocateZeroed
 #define reallocate realReallocate
 #define release realRelease

@@ -1,9 +1,7 @@
 // The list of selections, command by command, and the walk that it restricts.
-#include "api/orvIdx.h"
 #include "survey/survey_state.h"
+#include "tests/support/connection.h"
 #include "tests/support/raw_job.h"
-
-#include <gtest/gtest.h>
 
 constexpr int32_t UNTOUCHED = 77;
 
@@ -61,8 +59,7 @@ TEST(Selections, RestrictTheWalkOverThePoints)
     std::string path =
         writeJob(rawJob({rawEntry(5, "A", 1), rawEntry(5, "B", 2), rawEntry(5, "C", 3),
                          rawEntry(7, "12", 1), rawEntry(7, "12", 3), rawEntry(7, "15", 2)}));
-    IdxConnection* job = nullptr;
-    ASSERT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_OK);
+    Connection job(path);
     auto walk = [] {
         std::string numbers;
         RecordFile* records = slotContext();
@@ -78,5 +75,4 @@ TEST(Selections, RestrictTheWalkOverThePoints)
         setSurveyKey(POINT_NUMBER_INDEX, text);
         EXPECT_EQ(walk(), numbers) << text;
     }
-    EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
 }
