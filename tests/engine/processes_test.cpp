@@ -1,6 +1,5 @@
 // Several processes on one job: what each has stored is there afterwards, whoever else
 // wrote, was killed, or left locks behind.
-#include "api/orvIdx.h"
 #include "cogo/cogo_state.h"
 #include "cogo/keys.h"
 #include "format/format.h"
@@ -20,6 +19,7 @@
 #include <thread>
 
 constexpr int PROCESSES = 4;
+constexpr int LINES = 40;
 constexpr char COUNTER[] = "COUNTER"; // a record that all processes count up
 const std::vector<std::string> CLEAN;
 
@@ -32,9 +32,9 @@ static std::string textOf(const std::string& name, int version)
     return text + std::string(std::hash<std::string>()(text) % 1200, text[0]);
 }
 
-static int findRecord(JobWriter* job, const std::string& name, const char* tag = TAG_CHAIN)
+static int findRecord(JobWriter* job, const std::string& name)
 {
-    const KeyComponents key = keyComponents(tag, name.c_str(), "", "");
+    const KeyComponents key = keyComponents(TAG_CHAIN, name.c_str(), "", "");
     return findByKey(&job->records, &key);
 }
 
@@ -94,12 +94,24 @@ static void openShared(JobWriter* job, const std::string& path)
     must(openJobWriter(job, path, OPEN_SHARED) == IX_OK, "open");
 }
 
-// A new job with the counter, left open.
+// The number of a line's extension, which the first one to read it gives it.
+static int numberOfLine(JobWriter* job, int line)
+{
+    LineResult result = {};
+    must(findLine(&job->records, std::to_string(line).c_str()) == COGO_OK, "find line");
+    must(readLine(&job->records, &result) == COGO_OK, "read line");
+    return result.elementNumber;
+}
+
+// A new job with the counter and the lines, left open.
 static std::string openCounterJob(JobWriter* job)
 {
     std::string path = writeEmptyJob(0);
     openShared(job, path);
     must(addChainMember(job, COUNTER, 0, "", {}) == IX_OK, "counter");
+    for (int line = 0; line < LINES; ++line) {
+        must(addLine(job, std::to_string(line).c_str(), {}) == IX_OK, "line");
+    }
     return path;
 }
 
@@ -124,8 +136,9 @@ static std::vector<std::vector<int>> runAtOnce(const std::string& work, const st
 
 // -- All at once -------------------------------------------------------------
 
-// For some seconds does all that the record layer can do, then checks what is there.
-// Tells its records, how far it counted, and the numbers that it drew.
+// For some seconds does all that writers and readers can do, then checks what is there.
+// Tells its records, how far it counted, and the numbers that it drew: those of the version
+// counter are negative.
 static void doEverything(const Peer& test, const std::string& path, int process)
 {
     JobWriter job;
@@ -137,6 +150,7 @@ static void doEverything(const Peer& test, const std::string& path, int process)
     int records = 0;
     int counted = 0;
     std::string drawn;
+    std::map<int, int> lines; // the numbers of those read
     auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
     for (int step = 1; step < 100 || std::chrono::steady_clock::now() < end; ++step) {
         size_t at = random() % versions.size();
@@ -154,6 +168,14 @@ static void doEverything(const Peer& test, const std::string& path, int process)
         int32_t number = 0;
         must(ixNextSequence(&job.records.tree, &number) == IX_OK, "next sequence");
         drawn += " " + std::to_string(number);
+        int line = step / 8 % LINES;
+        lines[line] = numberOfLine(&job, line);
+        int version = nextVersionNumber(&job.records);
+        must(version > 0, "version number");
+        drawn += " -" + std::to_string(version);
+    }
+    for (const auto& [line, number] : lines) {
+        must(numberOfLine(&job, line) == number, "another number: line " + std::to_string(line));
     }
     for (size_t at = 0; at < versions.size(); ++at) {
         int expected = versions[at] == 0 ? IX_NOT_FOUND : IX_OK;
@@ -169,17 +191,23 @@ TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
     JobWriter job;
     std::string path = openCounterJob(&job);
     std::set<int> drawn;
-    int records = 1;
+    int records = 1 + 2 * LINES + 1; // with the version counter
     int counted = 0;
+    int versions = LINES;
     for (const std::vector<int>& told : runAtOnce("doEverything", path)) {
         ASSERT_GT(told.size(), 2u);
         records += told[0];
         counted += told[1];
         for (size_t at = 2; at < told.size(); ++at) {
             EXPECT_TRUE(drawn.insert(told[at]).second) << "drawn twice: " << told[at];
+            versions += told[at] < 0;
             EXPECT_NE(ixFind(&job.records.tree, DATA_INDEX, "", told[at], nullptr, 0), IX_OK);
         }
     }
+    for (int line = 0; line < LINES; ++line) {
+        EXPECT_TRUE(drawn.insert(-numberOfLine(&job, line)).second) << line;
+    }
+    EXPECT_EQ(*drawn.begin(), -versions) << "a number that nobody has";
     EXPECT_EQ(lockData(&job, COUNTER), IX_OK);
     EXPECT_EQ(recordReadCurrent(&job.records, cogoState.chainLayout), IX_OK);
     EXPECT_EQ(cogoState.chain.elementNumber, counted);
@@ -221,12 +249,10 @@ static void addAndRead(const Peer& test, const std::string& path, int process)
 // Whether the tree is whole: a killed process may also have lost pages.
 static bool treeIsWhole(const std::string& path)
 {
-    size_t lost = 0;
-    CheckReport report = checkTreeFile(path);
-    for (const std::string& complaint : report.complaints) {
-        lost += complaint.starts_with(UNREACHABLE_COMPLAINT);
-    }
-    return lost == report.complaints.size();
+    const auto complaints = checkTreeFile(path).complaints;
+    return std::all_of(complaints.begin(), complaints.end(), [](const std::string& complaint) {
+        return complaint.starts_with(UNREACHABLE_COMPLAINT);
+    });
 }
 
 // Writes until it is killed; in odd runs nothing that it writes after some point
@@ -327,64 +353,7 @@ TEST(Processes, TakeOverTheLocksOfAKilledOne)
     EXPECT_EQ(checkJobFile(path).complaints, CLEAN);
 }
 
-// -- Element numbers ---------------------------------------------------------
-
-constexpr int LINES = 40;
-constexpr int DRAWS = 5; // after each line
-
-static std::string lineName(int line) { return "L" + std::to_string(line); }
-
-// Reads all lines and draws numbers in between; tells the lines' and the drawn ones.
-static void readLines(const Peer& test, const std::string& path, int)
-{
-    IdxConnection* connection = nullptr;
-    must(orvIdx_connectToOrvaneOrvFile(&connection, path.c_str(), 0) == IDX_OK, "connect");
-    hear(test);
-    std::string numbers;
-    std::string drawn;
-    for (int line = 0; line < LINES; ++line) {
-        LineResult result = {};
-        must(findLine(slotContext(), lineName(line).c_str()) == COGO_OK, "find");
-        must(readLine(slotContext(), &result) == COGO_OK, "read");
-        numbers += std::to_string(result.elementNumber) + " ";
-        for (int draw = 0; draw < DRAWS; ++draw) {
-            drawn += std::to_string(nextVersionNumber(slotContext())) + " ";
-        }
-    }
-    must(orvIdx_disconnectFromOrvaneOrvFile(&connection) == IDX_OK, "disconnect");
-    say(test, numbers + drawn);
-}
-
-TEST(Processes, GiveEachLineOneExtensionAndNoNumberTwice)
-{
-    std::string path = writeEmptyJob(0);
-    JobWriter job;
-    openShared(&job, path);
-    for (int line = 0; line < LINES; ++line) {
-        ASSERT_EQ(addLine(&job, lineName(line).c_str(), {}), IX_OK);
-    }
-    auto told = runAtOnce("readLines", path);
-    std::multiset<int> all(told[0].begin(), told[0].begin() + LINES); // of the lines
-    for (const std::vector<int>& numbers : told) {
-        ASSERT_EQ(numbers.size(), (1u + DRAWS) * LINES);
-        EXPECT_TRUE(std::equal(numbers.begin(), numbers.begin() + LINES, told[0].begin()));
-        all.insert(numbers.begin() + LINES, numbers.end());
-    }
-    int expected = 0;
-    for (int number : all) {
-        EXPECT_EQ(number, ++expected);
-    }
-    EXPECT_EQ(findRecord(&job, "             VERSION", TAG_VERSION), IX_OK);
-    EXPECT_EQ(recordReadCurrent(&job.records, cogoState.versionLayout), IX_OK);
-    EXPECT_EQ(cogoState.versionCounter, (1 + PROCESSES * DRAWS) * LINES);
-    EXPECT_EQ(closeJobWriter(&job), IX_OK);
-    CheckReport report = checkJobFile(path);
-    EXPECT_EQ(report.complaints, CLEAN);
-    EXPECT_EQ(report.records, 2 * LINES + 1);
-}
-
 const std::map<std::string, PeerWork*> PEER_WORKS = {{"doEverything", doEverything},
                                                      {"addAndRead", addAndRead},
                                                      {"writeUntilKilled", writeUntilKilled},
-                                                     {"holdLocks", holdLocks},
-                                                     {"readLines", readLines}};
+                                                     {"holdLocks", holdLocks}};

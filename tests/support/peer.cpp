@@ -6,8 +6,6 @@
 #include <thread>
 #include <unistd.h>
 
-constexpr size_t LENGTH_DIGITS = 8; // of a message, in front of it
-
 static std::string ownProgram;
 
 // The peer's life. What is thrown ends it, for there is no test to go on with.
@@ -51,10 +49,9 @@ Peer startPeer(const std::string& work, const std::string& path, int number)
 
 void say(const Peer& other, const std::string& message)
 {
-    std::string length = std::to_string(message.size());
-    std::string bytes = std::string(LENGTH_DIGITS - length.size(), '0') + length + message;
-    auto sent = write(other.output, bytes.data(), static_cast<unsigned>(bytes.size()));
-    must(sent == std::ssize(bytes), "nobody hears: " + message.substr(0, 100));
+    std::string line = message + '\n';
+    auto sent = write(other.output, line.data(), static_cast<unsigned>(line.size()));
+    must(sent == std::ssize(line), "nobody hears: " + message.substr(0, 100));
 }
 
 bool hasSpoken(const Peer& other, int patience)
@@ -62,23 +59,15 @@ bool hasSpoken(const Peer& other, int patience)
     return comesTrue([&] { return hasInput(other.input); }, patience);
 }
 
-// So many bytes, or none when the other side has ended.
-static std::string receive(const Peer& other, size_t length)
-{
-    std::string bytes(length, 0);
-    for (size_t at = 0; at < length;) {
-        auto count = read(other.input, &bytes[at], static_cast<unsigned>(length - at));
-        if (count <= 0) return "";
-        at += static_cast<size_t>(count);
-    }
-    return bytes;
-}
-
 std::string hear(const Peer& other)
 {
     must(hasSpoken(other, PEER_PATIENCE), "the other side hangs");
-    std::string length = receive(other, LENGTH_DIGITS);
-    return length.empty() ? "" : receive(other, std::stoul(length));
+    std::string message;
+    char next = 0;
+    while (read(other.input, &next, 1) == 1 && next != '\n') {
+        message += next;
+    }
+    return next == '\n' ? message : "";
 }
 
 void endPeer(const Peer& peer, PeerEnd end)
