@@ -196,14 +196,14 @@ static std::string point(int32_t code, double station, double elevation)
     return std::to_string(code) + ":" + pair(station, ",", elevation);
 }
 
-static std::string line(const ProfileSegment& segment)
+static std::string line(const StraightSegment& s)
 {
-    if (segment.kind == SEGMENT_STRAIGHT) {
-        const StraightSegment& s = segment.straight;
-        return point(s.beginCode, s.beginStation, s.beginElevation) + " > " +
-               point(s.endCode, s.endStation, s.endElevation) + " @" + text(s.grade);
-    }
-    const VerticalCurve& c = segment.curve;
+    return point(s.beginCode, s.beginStation, s.beginElevation) + " > " +
+           point(s.endCode, s.endStation, s.endElevation) + " @" + text(s.grade);
+}
+
+static std::string line(const VerticalCurve& c)
+{
     return pair(c.beginStation, ",", c.beginElevation) + " @" + text(c.gradeIn) + " > " +
            pair(c.endStation, ",", c.endElevation) + " @" + text(c.gradeOut) + " rate " +
            text(c.rateOfChange) + ", " +
@@ -213,13 +213,12 @@ static std::string line(const ProfileSegment& segment)
            std::to_string(c.flag2);
 }
 
-static std::string line(const ProfileVertex& vertex)
+static std::string line(const ProfileVertex& v)
 {
-    std::string shown = point(vertex.vertexCode, vertex.station, vertex.elevation);
-    if (vertex.backLength != 0.0 || vertex.aheadLength != 0.0) {
-        shown += " " + pair(vertex.backLength, "+", vertex.aheadLength);
-    }
-    return vertex.segmentNumber == 1 ? shown : shown + " #" + std::to_string(vertex.segmentNumber);
+    bool lengths = v.backLength != 0.0 || v.aheadLength != 0.0;
+    return point(v.vertexCode, v.station, v.elevation) +
+           (lengths ? " " + pair(v.backLength, "+", v.aheadLength) : "") +
+           (v.segmentNumber != 1 ? " #" + std::to_string(v.segmentNumber) : "");
 }
 
 // The segments of the profile with these records, and its header value. Behind the last
@@ -238,7 +237,8 @@ static Lines segmentsOf(const std::vector<Entries>& records, int32_t behind, int
     for (const ProfileSegment* segment = profile.firstSegment; segment != nullptr;
          previous = segment, segment = segment->next) {
         EXPECT_EQ(segment->previous, previous);
-        lines.push_back(line(*segment));
+        bool straight = segment->kind == SEGMENT_STRAIGHT;
+        lines.push_back(straight ? line(segment->straight) : line(segment->curve));
     }
     EXPECT_EQ(profile.lastSegment, previous);
     EXPECT_EQ(profile.segmentCount, std::ssize(lines));
@@ -272,11 +272,14 @@ TEST(ProfileGeometry, DropsAGroupThatTheRecordCutsShortAndWhatFollowsIt)
 
 TEST(ProfileGeometry, TakesAHeaderValueOf16Bits)
 {
-    const std::pair<double, int32_t> values[] = {
-        {-7.9, -7},  {32767.9, 32767}, {32768, 0}, {-32768.9, -32768},
-        {-32769, 0}, {65537, 0},       {1e10, 0},  {std::nan(""), 0},
-    };
-    for (const auto& [value, expected] : values) {
+    for (const auto& [value, expected] : {std::pair(-7.9, -7),
+                                          {32767.9, 32767},
+                                          {32768.0, 0},
+                                          {-32768.9, -32768},
+                                          {-32769.0, 0},
+                                          {65537.0, 0},
+                                          {1e10, 0},
+                                          {std::nan(""), 0}}) {
         int32_t headerValue = 77;
         segmentsOf({{{-13, value, 0}, {1, 0, 0}, {2, 1, 1}}}, 4, &headerValue);
         EXPECT_EQ(headerValue, expected) << value;

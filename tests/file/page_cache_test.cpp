@@ -41,11 +41,12 @@ struct Model {
     // written to; it becomes the first.
     Block& use(Page page, bool reads)
     {
-        auto holds = [&](const Block& block) { return block.page == page; };
-        auto block = std::find_if(blocks.begin(), blocks.end(), holds);
+        auto first = [&](auto isSought) {
+            return std::find_if(blocks.begin(), blocks.end(), isSought);
+        };
+        auto block = first([&](const Block& each) { return each.page == page; });
         bool found = block != blocks.end();
-        auto isFree = [](const Block& each) { return each.page.first == -1; };
-        if (!found) block = std::find_if(blocks.begin(), blocks.end(), isFree);
+        if (!found) block = first([](const Block& each) { return each.page.first == -1; });
         while (block == blocks.end() || (!found && block->firstChange != 0)) {
             --block;
         }
@@ -54,14 +55,13 @@ struct Model {
         if (reads) transfers.push_back({OS_CALL_READ, page.first, pageAt(page.second)});
         return *block = {page, inFile[page], 0};
     }
-    // Writes the dirty blocks of the file in the order of their first changes, and frees all.
+    // Writes the dirty blocks of the file in the order of their first changes, or frees all.
     void leave(int descriptor, bool writes, bool frees)
     {
         std::map<int, Block*> dirty;
         for (Block& block : blocks) {
-            if (block.page.first == descriptor && block.firstChange != 0) {
-                dirty[block.firstChange] = &block;
-            }
+            bool ofFile = block.page.first == descriptor;
+            if (ofFile && block.firstChange != 0) dirty[block.firstChange] = &block;
         }
         for (auto& [change, block] : dirty) {
             if (writes) writeBack(*block);

@@ -23,29 +23,18 @@ static void tell(Facts* facts, const std::string& subject, const std::string& te
 
 static void add(Facts* facts, PointElement point)
 {
-    std::string subject = std::string("point ") + point.name;
-    tell(facts, "feature of " + subject, point.featureText);
+    tell(facts, std::string("feature of point ") + point.name, point.featureText);
     memset(point.featureText, 0, sizeof point.featureText);
-    tell(facts, subject, raw(point));
+    tell(facts, std::string("point ") + point.name, raw(point));
 }
 
 static void add(Facts* facts, const LineElement& line)
 {
-    std::string subject = std::string("line ") + line.name;
     add(facts, line.beginPoint);
     add(facts, line.endPoint);
+    std::string subject = std::string("line ") + line.name;
     tell(facts, subject, std::string(line.beginPointName) + "," + line.endPointName);
     tell(facts, "texts of " + subject, std::string(line.secondaryCode) + line.noteText);
-}
-
-static void add(Facts* facts, const CurveElement& curve)
-{
-    tell(facts, std::string("curve ") + curve.name, raw(curve));
-}
-
-static void add(Facts* facts, const SpiralElement& spiral)
-{
-    tell(facts, std::string("spiral ") + spiral.name, raw(spiral));
 }
 
 static void add(Facts* facts, const ChainElement& chain)
@@ -55,8 +44,10 @@ static void add(Facts* facts, const ChainElement& chain)
     for (const ChainMember* member = chain.firstMember; member != nullptr; member = member->next) {
         const ChainMemberPayload& payload = member->payload;
         if (member->memberKind == CHAIN_MEMBER_POINT) add(facts, payload.point);
-        if (member->memberKind == CHAIN_MEMBER_CURVE) add(facts, payload.curve);
-        if (member->memberKind == CHAIN_MEMBER_SPIRAL) add(facts, payload.spiral);
+        if (member->memberKind == CHAIN_MEMBER_CURVE)
+            facts->merge(factsOf(ELEMENT_CURVE, &payload));
+        if (member->memberKind == CHAIN_MEMBER_SPIRAL)
+            facts->merge(factsOf(ELEMENT_SPIRAL, &payload));
         parts += raw(member->memberKind) + raw(payload);
     }
     tell(facts, subject, std::string(chain.secondaryCode) + "," + chain.noteText);
@@ -79,31 +70,35 @@ static void add(Facts* facts, const SurveyChainElement& chain)
     std::string subject = std::string("survey chain ") + chain.name;
     std::string parts = raw(chain.unresolvedPoints);
     for (int32_t i = 0; i < chain.pointCount; ++i) {
-        const PointElement& point = chain.points[i];
         // A gap holds the point before it.
-        if (strcmp(point.name, "GAP") != 0) add(facts, point);
-        parts += raw(point);
+        if (strcmp(chain.points[i].name, "GAP") != 0) add(facts, chain.points[i]);
+        parts += raw(chain.points[i]);
     }
-    tell(facts, subject,
-         std::string(chain.setText) + "," + chain.note + raw(chain.number1) + raw(chain.integer4));
+    std::string texts = std::string(chain.setText) + "," + chain.note;
+    tell(facts, subject, texts + raw(chain.number1) + raw(chain.integer4));
     tell(facts, "feature of " + subject, chain.featureText);
     tell(facts, PARTS + subject, parts);
 }
 
-template <typename Element> static Facts factsIn(const void* element)
+template <typename Type> static const Type& as(const void* element)
 {
-    Facts facts;
-    add(&facts, *static_cast<const Element*>(element));
-    return facts;
+    return *static_cast<const Type*>(element);
 }
 
 Facts factsOf(uint32_t kind, const void* element)
 {
-    constexpr Facts (*ofKind[])(const void*) = {factsIn<PointElement>,      factsIn<LineElement>,
-                                                factsIn<CurveElement>,      factsIn<SpiralElement>,
-                                                factsIn<ChainElement>,      factsIn<ProfileElement>,
-                                                factsIn<SurveyChainElement>};
-    return ofKind[kind](element);
+    Facts facts;
+    const char* name = static_cast<const char*>(element);
+    if (kind == ELEMENT_POINT) add(&facts, as<PointElement>(element));
+    if (kind == ELEMENT_LINE) add(&facts, as<LineElement>(element));
+    if (kind == ELEMENT_CURVE)
+        tell(&facts, std::string("curve ") + name, raw(as<CurveElement>(element)));
+    if (kind == ELEMENT_SPIRAL)
+        tell(&facts, std::string("spiral ") + name, raw(as<SpiralElement>(element)));
+    if (kind == ELEMENT_CHAIN) add(&facts, as<ChainElement>(element));
+    if (kind == ELEMENT_PROFILE) add(&facts, as<ProfileElement>(element));
+    if (kind == ELEMENT_SURVEY_CHAIN) add(&facts, as<SurveyChainElement>(element));
+    return facts;
 }
 
 // -- Jobs --------------------------------------------------------------------

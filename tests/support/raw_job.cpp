@@ -20,16 +20,6 @@ void poke(const std::string& path, long offset, const std::string& bytes)
     file << bytes;
 }
 
-void poke16(const std::string& path, long offset, int value)
-{
-    poke(path, offset, rawNumber(value, 2));
-}
-
-void poke32(const std::string& path, long offset, int32_t value)
-{
-    poke(path, offset, rawNumber(value, 4));
-}
-
 std::string rawEntry(int index, const std::string& key, int32_t number, const std::string& data,
                      int segment)
 {
@@ -114,13 +104,9 @@ std::string rawImage(const std::string& fields, const std::string& body)
     return sumOf(fields) + sumOf(body) + body;
 }
 
-std::string emptyJob(int sparePages) { return rawJob({}, sparePages); }
-
 std::string writeJob(const std::string& bytes)
 {
     std::string path = freshDirectory() + "/job.orv";
     writeBytes(path, bytes);
     return path;
 }
-
-std::string writeEmptyJob(int sparePages) { return writeJob(emptyJob(sparePages)); }

@@ -8,12 +8,11 @@
 #include "platform/os.h"
 #include "tests/support/command.h"
 #include "tests/support/facts.h"
-#include "tests/windows/import_patch.h"
 #include "tools/check/check.h"
 #include "tools/orvidx/open_diagnosis.h"
 
-#include <cerrno>
 #include <gtest/gtest.h>
+#include <windows.h>
 
 namespace
 {
@@ -25,14 +24,43 @@ using ReadFunction = BOOL WINAPI(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED);
 using WriteFunction = BOOL WINAPI(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED);
 
 struct {
-    ReadFunction* read;
-    WriteFunction* write;
-    DWORD error;     // why transfers are refused
-    DWORD toRefuse;  // of each header transfer
-    DWORD refused;   // of the header transfer under way
-    DWORD attempts;  // of all header transfers
-    bool slotsTaken; // no user slot can be read
+    DWORD error = ERROR_LOCK_VIOLATION; // why transfers are refused
+    DWORD toRefuse = 0;                 // of each header transfer
+    DWORD refused = 0;                  // of the header transfer under way
+    DWORD attempts = 0;                 // of all header transfers
+    bool slotsTaken = false;            // no user slot can be read
 } shim;
+
+ReadFunction* realRead;
+WriteFunction* realWrite;
+
+// Replaces what the C runtime imports under that name, and answers what was there.
+template <typename Function> Function* patchImport(const char* name, Function* replacement)
+{
+    auto* begin = reinterpret_cast<uint8_t*>(GetModuleHandleA("msvcrt.dll"));
+    auto at = [=](auto* type, DWORD address) { return decltype(type)(begin + address); };
+    auto* headers = at((IMAGE_NT_HEADERS*)nullptr,
+                       static_cast<DWORD>(at((IMAGE_DOS_HEADER*)nullptr, 0)->e_lfanew));
+    const IMAGE_DATA_DIRECTORY& imports =
+        headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    Function* found = nullptr;
+    auto* library = at((IMAGE_IMPORT_DESCRIPTOR*)nullptr, imports.VirtualAddress);
+    for (; library->Name != 0; ++library) {
+        auto* slot = at((IMAGE_THUNK_DATA*)nullptr, library->FirstThunk);
+        auto* entry = at((IMAGE_THUNK_DATA*)nullptr, library->OriginalFirstThunk);
+        for (; entry->u1.AddressOfData != 0; ++entry, ++slot) {
+            if (IMAGE_SNAP_BY_ORDINAL(entry->u1.Ordinal)) continue;
+            auto* imported = at((IMAGE_IMPORT_BY_NAME*)nullptr, entry->u1.AddressOfData);
+            if (name != std::string(imported->Name)) continue;
+            DWORD protection = 0;
+            VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
+            found = reinterpret_cast<Function*>(slot->u1.Function);
+            slot->u1.Function = reinterpret_cast<uintptr_t>(replacement);
+            VirtualProtect(slot, sizeof *slot, protection, &protection);
+        }
+    }
+    return found;
+}
 
 // True, with the system's error set, when this attempt of a transfer is to be refused.
 bool refuses(DWORD length)
@@ -56,77 +84,55 @@ BOOL WINAPI refusingRead(HANDLE file, LPVOID buffer, DWORD length, LPDWORD done,
         SetLastError(ERROR_LOCK_VIOLATION);
         return FALSE;
     }
-    return shim.read(file, buffer, length, done, place);
+    return realRead(file, buffer, length, done, place);
 }
 
 BOOL WINAPI refusingWrite(HANDLE file, LPCVOID buffer, DWORD length, LPDWORD done,
                           LPOVERLAPPED place)
 {
     if (refuses(length)) return FALSE;
-    return shim.write(file, buffer, length, done, place);
-}
-
-void refuse(DWORD error, DWORD times)
-{
-    shim.error = error;
-    shim.toRefuse = times;
-    shim.refused = 0;
-    shim.attempts = 0;
-    shim.slotsTaken = false;
+    return realWrite(file, buffer, length, done, place);
 }
 
 class LockRefusal : public testing::Test
 {
   protected:
-    void SetUp() override
+    LockRefusal()
     {
-        auto read = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(refusingRead));
-        auto write = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(refusingWrite));
-        realRead = patchImport("msvcrt.dll", "ReadFile", read);
-        realWrite = patchImport("msvcrt.dll", "WriteFile", write);
-        ASSERT_NE(realRead, nullptr);
-        ASSERT_NE(realWrite, nullptr);
-        shim.read = reinterpret_cast<ReadFunction*>(reinterpret_cast<void*>(realRead));
-        shim.write = reinterpret_cast<WriteFunction*>(reinterpret_cast<void*>(realWrite));
-        refuse(ERROR_LOCK_VIOLATION, 0);
+        realRead = patchImport("ReadFile", refusingRead);
+        realWrite = patchImport("WriteFile", refusingWrite);
+        EXPECT_TRUE(realRead != nullptr && realWrite != nullptr);
+        shim = {};
     }
-
-    void TearDown() override
+    ~LockRefusal() override
     {
-        patchImport("msvcrt.dll", "ReadFile", realRead);
-        patchImport("msvcrt.dll", "WriteFile", realWrite);
+        patchImport("ReadFile", realRead);
+        patchImport("WriteFile", realWrite);
+        EXPECT_EQ(osClose(file), OS_DONE);
     }
-
-    FARPROC realRead = nullptr;
-    FARPROC realWrite = nullptr;
     const std::string path = freshJob("mixed");
+    const int file = osOpen(path.c_str(), OS_READ_WRITE);
+    uint8_t header[HEADER_SIZE] = {};
 };
 
 } // namespace
 
 TEST_F(LockRefusal, IsWaitedForByAHeaderTransfer)
 {
-    int file = osOpen(path.c_str(), OS_READ_WRITE);
-    ASSERT_GE(file, 0);
-    uint8_t header[HEADER_SIZE] = {};
-    refuse(ERROR_LOCK_VIOLATION, 7);
+    shim = {.toRefuse = 7};
     EXPECT_EQ(osReadAt(file, 0, header, HEADER_SIZE), HEADER_SIZE);
     EXPECT_EQ(shim.attempts, 8U);
 
     header[39] = 0x5A;
     EXPECT_EQ(osWriteAt(file, 1, header, HEADER_SIZE), HEADER_SIZE);
     EXPECT_EQ(shim.attempts, 16U);
-    osClose(file);
     EXPECT_EQ(fileBytes(path)[40], 0x5A);
 }
 
 TEST_F(LockRefusal, ThatDoesNotEndFailsAfterASecond)
 {
-    int file = osOpen(path.c_str(), OS_READ_WRITE);
-    ASSERT_GE(file, 0);
-    uint8_t header[HEADER_SIZE] = {};
     for (bool writing : {false, true}) {
-        refuse(ERROR_LOCK_VIOLATION, FOR_EVER);
+        shim = {.toRefuse = FOR_EVER};
         DWORD begin = GetTickCount();
         int result = writing ? osWriteAt(file, 0, header, HEADER_SIZE)
                              : osReadAt(file, 0, header, HEADER_SIZE);
@@ -135,22 +141,17 @@ TEST_F(LockRefusal, ThatDoesNotEndFailsAfterASecond)
         EXPECT_GE(elapsed, 950U);
         EXPECT_LT(elapsed, 3000U);
     }
-    osClose(file);
 }
 
 TEST_F(LockRefusal, IsToldFromOtherErrors)
 {
-    int file = osOpen(path.c_str(), OS_READ_WRITE);
-    ASSERT_GE(file, 0);
-    uint8_t header[HEADER_SIZE] = {};
     // The runtime makes EACCES of the second and third, too.
     for (DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_WRITE_PROTECT}) {
-        refuse(error, FOR_EVER);
+        shim = {.error = error, .toRefuse = FOR_EVER};
         EXPECT_EQ(osWriteAt(file, 0, header, HEADER_SIZE), OS_FAILED) << error;
         EXPECT_EQ(osReadAt(file, 0, header, HEADER_SIZE), OS_FAILED) << error;
         EXPECT_EQ(shim.attempts, 2U) << error;
     }
-    osClose(file);
 }
 
 TEST_F(LockRefusal, OfHeadersLosesNoUpdate)
@@ -161,9 +162,9 @@ TEST_F(LockRefusal, OfHeadersLosesNoUpdate)
     ASSERT_NE(fileBytes(path), before);
 
     // Refused reads would only make it slow.
-    patchImport("msvcrt.dll", "ReadFile", realRead);
+    patchImport("ReadFile", realRead);
     std::string disturbed = freshJob("mixed");
-    refuse(ERROR_LOCK_VIOLATION, 1);
+    shim = {.toRefuse = 1};
     EXPECT_TRUE(factsOfJob(disturbed) == facts);
     EXPECT_GT(shim.attempts, 10U);
     EXPECT_TRUE(fileBytes(disturbed) == fileBytes(path));
