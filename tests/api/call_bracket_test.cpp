@@ -3,6 +3,7 @@
 #include "engine/engine.h"
 #include "tests/support/command.h"
 #include "tests/support/connection.h"
+#include "tests/support/contexts.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/raw_job.h"
 
@@ -110,6 +111,11 @@ TEST(ReadingBracket, WritesNothing)
     ASSERT_EQ(ixBeginRead(&file.file), 0);
     EXPECT_EQ(ixAdd(&file, 20, "KEY", 1, nullptr, 0), IX_FILE_LOCK);
     EXPECT_TRUE(file.file.pending.refused);
+    ASSERT_EQ(ixFindFirst(&file, 1, nullptr, 0), IX_OK);
+    EXPECT_EQ(ixLockRecord(&file, 1), IX_FILE_LOCK);
+    EXPECT_EQ(ixDelete(&file, 1, foundKey(file).c_str(), file.found.number), IX_FILE_LOCK);
+    int32_t number = 0;
+    EXPECT_EQ(ixNextSequence(&file, &number), IX_FILE_LOCK);
     uint8_t page[NODE_PAGE_SIZE] = {};
     EXPECT_EQ(cachedPageWrite(&file.file, page, file.file.header.rootPage), IX_PAGE_IO);
     EXPECT_EQ(writeHeader(&file.file), IX_PAGE_IO);

@@ -167,23 +167,6 @@ TEST_P(Openers, HoldTheFileLockUntilTheOutermostEnd)
     EXPECT_EQ(ixClose(&writer), IX_OK);
 }
 
-TEST_P(Openers, RefuseAnUpdateInsideAnOutermostRead)
-{
-    ASSERT_EQ(other("S"), "1 writes");
-    ASSERT_EQ(ixAdd(&file, 1, "KEY", 5, nullptr, 0), IX_OK);
-    std::string before = fileBytes(path);
-    ASSERT_EQ(ixBeginRead(&file.file), 0);
-    EXPECT_EQ(ixAdd(&file, 1, "KEY", 6, nullptr, 0), IX_FILE_LOCK);
-    EXPECT_EQ(ixDelete(&file, 1, "KEY", 5), IX_FILE_LOCK);
-    EXPECT_EQ(ixLockRecord(&file, 1), IX_FILE_LOCK);
-    int32_t number = 0;
-    EXPECT_EQ(ixNextSequence(&file, &number), IX_FILE_LOCK);
-    EXPECT_EQ(other(lockByte), "s");
-    EXPECT_EQ(ixEndRead(&file.file), 0);
-    EXPECT_EQ(other(lockByte), "sx");
-    EXPECT_EQ(fileBytes(path), before);
-}
-
 TEST_P(Openers, ClaimTheLowestFreeSlotUpToTheLast)
 {
     std::vector<IndexFile> files(USER_SLOTS); // there is no slot for the first one
