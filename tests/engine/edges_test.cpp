@@ -160,6 +160,48 @@ TEST(LockedRecord, IsLetGoOfWhenAnotherIsRead)
     EXPECT_EQ(checkTreeFile(job.path).entries, 4);
 }
 
+// Held by another one they keep all others from the entries, until that one is gone.
+TEST(Locks, AreTakenOverFromAKilledOpener)
+{
+    Job job(emptyJob(4));
+    auto locks = [&] { return checkTreeFile(job.path).entries - 4; };
+    for (const char* text : {"A", "B"}) {
+        strcpy(job.text, text);
+        ASSERT_EQ(recordAdd(&job.file, job.layout), IX_OK);
+    }
+    IndexFile holder = {};
+    ASSERT_EQ(ixOpen(&holder, job.path.c_str(), OPEN_SHARED), IX_OK);
+    ASSERT_EQ(ixFind(&holder, 5, "A", 1, nullptr, 0), IX_OK);
+    ASSERT_EQ(ixFind(&holder, DATA_INDEX, "", 2, nullptr, 0), IX_OK);
+    EXPECT_EQ(ixLockRecord(&holder, 5) + ixLockRecord(&holder, DATA_INDEX), IX_OK);
+    EXPECT_EQ(locks(), 2);
+    ASSERT_EQ(job.find(5, "A"), IX_OK);
+    EXPECT_EQ(ixLockRecord(&job.file.tree, 5), IX_LOCKED_BY_OTHER);
+    ASSERT_EQ(job.findRecord(), IX_OK);
+    EXPECT_EQ(recordUpdateCurrent(&job.file, job.layout), IX_LOCK_REQUIRED);
+    EXPECT_EQ(recordDeleteCurrent(&job.file, job.layout), IX_LOCK_REQUIRED);
+
+    // Nobody has the slot: whoever wants a lock replaces it.
+    ixAbandon(&holder);
+    ASSERT_EQ(job.find(5, "A"), IX_OK);
+    EXPECT_EQ(ixLockRecord(&job.file.tree, 5), IX_OK);
+    EXPECT_EQ(locks(), 2);
+    EXPECT_EQ(ixUnlockRecord(&job.file.tree, 5), IX_OK);
+    EXPECT_EQ(locks(), 1);
+
+    // The next opener gets the slot and removes the lock that is left; the counter goes
+    // on from what the file says, which the opener has never seen.
+    poke32(job.path, HEADER_CHANGE_COUNTER, 1000);
+    IndexFile next = {};
+    ASSERT_EQ(ixOpen(&next, job.path.c_str(), OPEN_SHARED), IX_OK);
+    EXPECT_EQ(next.file.sharing.userSlot, 1);
+    EXPECT_EQ(locks(), 0);
+    EXPECT_GT(next.file.header.changeCounter, 1000U);
+    ASSERT_EQ(job.findRecord(), IX_OK);
+    EXPECT_EQ(recordUpdateCurrent(&job.file, job.layout), IX_OK);
+    EXPECT_EQ(ixClose(&next), IX_OK);
+}
+
 // -- Entries and records -----------------------------------------------------
 
 TEST(DeletedEntry, IsNotDeletedAgain)
