@@ -181,7 +181,7 @@ TEST(DestroyedFile, IsReportedAndLetGoOf)
         osFaults = {};
         writeBytes(path, rest);
         // Changes that could not be written are told of.
-        int32_t told = changed ? IDX_ERROR : IDX_OK;
+        const int32_t told = changed ? IDX_ERROR : IDX_OK;
         uint32_t count = 0;
         for (uint32_t each = ELEMENT_POINT; each <= ELEMENT_SURVEY_CHAIN && !changed; ++each) {
             EXPECT_EQ(orvIdx_numberOfElements(job, each, &count, nullptr), IDX_ERROR) << each;

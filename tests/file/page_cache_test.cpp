@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <list>
 #include <map>
 #include <random>
@@ -75,25 +74,19 @@ struct Model {
 // A leaf with the version as its only entry's number.
 std::string pageOfVersion(int version)
 {
-    uint8_t page[NODE_BUFFER_SIZE];
-    initNode(page, 0, 0);
-    const char key[] = {1, 'K', 0};
-    int size = buildEntry(page + NODE_ENTRIES, key, version, LAST_SEGMENT, nullptr, 0);
-    storeInt16(page + NODE_COUNT, 1);
-    storeInt16(page + NODE_FREE, NODE_ENTRY_AREA - size);
-    return std::string(page, page + NODE_PAGE_SIZE);
+    return rawPage(0, 1, rawEntry(1, "K", version), -1, -1, 0);
 }
 
 TEST(PageCache, BehavesLikeAListInOrderOfUse)
 {
     constexpr int PAGES = 800; // of each file; the cache holds fewer than both together
+    std::string job(static_cast<size_t>(pageAt(0)), 0);
+    for (int number = 0; number <= PAGES; ++number) {
+        job += pageOfVersion(0);
+    }
     OpenFile files[2] = {};
     for (OpenFile& file : files) {
-        file.descriptor = osOpen(writeEmptyJob(PAGES).c_str(), OS_READ_WRITE);
-        std::string page = pageOfVersion(0);
-        for (int number = 0; number <= PAGES; ++number) {
-            osWriteAt(file.descriptor, pageAt(number), page.data(), NODE_PAGE_SIZE);
-        }
+        file.descriptor = osOpen(writeJob(job).c_str(), OS_READ_WRITE);
     }
     std::mt19937 random(1);
     auto below = [&](int limit) {
@@ -110,20 +103,19 @@ TEST(PageCache, BehavesLikeAListInOrderOfUse)
         file->sharing.exclusively = true;
         int pageNumber = 1 + below(below(2) == 0 ? 60 : PAGES);
         Page page = {file->descriptor, pageNumber};
-        std::string bytes = pageOfVersion(version);
-        uint8_t* buffer = reinterpret_cast<uint8_t*>(bytes.data());
         int result = IX_OK;
         int action = below(1000);
         if (action < 500) {
             Block& block = model.use(page, false);
             block = {page, version, block.firstChange != 0 ? block.firstChange : version};
             if (atOnce) model.writeBack(block);
-            result = cachedPageWrite(file, buffer, pageNumber);
+            std::string bytes = pageOfVersion(version);
+            result = cachedPageWrite(file, reinterpret_cast<uint8_t*>(bytes.data()), pageNumber);
         } else if (action < 994) {
             Block expected = model.use(page, true);
             PageView view = {};
             result = cachedPageView(file, &view, pageNumber);
-            ASSERT_EQ(memcmp(view.page, pageOfVersion(expected.version).data(), NODE_PAGE_SIZE), 0)
+            ASSERT_EQ(memcmp(view.page, pageOfVersion(expected.version).data(), 1024), 0)
                 << version;
         } else if (action < 998) {
             bool frees = action % 2 == 0;

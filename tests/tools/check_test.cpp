@@ -109,8 +109,7 @@ TEST(TreeCheck, FindsEachFaultAndNoOther)
         {{child(BRANCH, 2, 2)}, "page 2: a child more than once", LOST},
         {{child(BRANCH, 2, 4), child(BRANCH, 3, 3)}, "page 3: a child out of order", "separator"},
         {{child(BRANCH, 9, 9)}, "page 12: its bound has child 9, its neighbour leftmost child 10"},
-        {{number(pageAt(BRANCH) + 2, 0),
-          number(pageAt(BRANCH) + 4, 1012),
+        {{{pageAt(BRANCH) + 2, std::string(2, 0) + rawNumber(1012, 2)},
           {pageAt(BRANCH) + 12, std::string(1000, 0)}},
          "page 12: a branch with a right neighbour and no entry",
          LOST},
@@ -167,6 +166,7 @@ TEST(RecordCheck, FindsEachFaultAndNoOther)
 {
     const std::string keyA = recordKey("LIN", "A");
     const std::string keyB = recordKey("LIN", "B");
+    const std::string keyC = recordKey("LIN", "C");
     const std::string featureText = rawNumber(1, 2) + "F01" + '\0';
     const std::string other(20, 'o'); // an image of a layout that is not ours
     const std::vector<std::string> sound = {
@@ -200,11 +200,8 @@ TEST(RecordCheck, FindsEachFaultAndNoOther)
         {0, 1, {rawEntry(1, keyA, 1, "x")}, "number 1: a key with data"},
         {0, 1, {rawEntry(1, keyA, 1, "", 0)}, "number 1: a key with data", "last segment"},
         {1, 1, {}, "record 2: no primary key leads to it"},
-        {2,
-         0,
-         {rawEntry(1, recordKey("LIN", "C"), 2)},
-         "number 2: leads to a record (line) without"},
-        {2, 0, {rawEntry(1, recordKey("LIN", "C"), 6)}, "number 6: there is no such record"},
+        {2, 0, {rawEntry(1, keyC, 2)}, "number 2: leads to a record (line) without"},
+        {2, 0, {rawEntry(1, keyC, 6)}, "number 6: there is no such record"},
         {3, 1, {}, "record 4 (feature): its key in index 3 is missing"},
         {4, 0, {rawEntry(3, "F02", 4)}, "number 4: leads to a record (feature) without this key"},
         {4, 1, {rawEntry(17, '\1' + keyA, 1, "abc")}, "number 1: a lock with 3 bytes"},
