@@ -13,7 +13,6 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <random>
 #include <set>
 
 namespace
@@ -256,65 +255,6 @@ TEST(FailedFlush, DoesNotOverwriteAnotherWriter)
         }
     }
     EXPECT_GT(cases, 20);
-}
-
-using Found = std::vector<std::pair<std::string, int32_t>>;
-
-// The entries of an index, each searched from the root or stepped to.
-Found entriesOf(IndexFile* file, int index, bool searches)
-{
-    Found found;
-    int result = ixFindFirst(file, index, nullptr, 0);
-    while (result >= IX_OK) {
-        const std::string key = foundKey(*file);
-        found.emplace_back(key, file->found.number);
-        result = searches ? ixFind(file, index, key.c_str(), found.back().second + 1, nullptr, 0)
-                          : ixNext(file, index, nullptr, 0);
-    }
-    return found;
-}
-
-// Killed at each write in turn, a writer may leave a leaf that is older than its split:
-// what was moved out of it and deleted afterwards must not come back in a walk.
-TEST(KilledWriter, LeavesAFileThatIsWalkedAsItIsSearched)
-{
-    constexpr int INDEX = 5;
-    const std::string path = writeEmptyJob(0);
-    const std::string empty = fileBytes(path);
-    int write = 0;
-    for (bool killed = true; killed;) {
-        SCOPED_TRACE(++write);
-        writeBytes(path, empty);
-        IndexFile file = {};
-        ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
-        osFaults = {.call = OS_CALL_WRITE, .first = write, .lasting = true};
-        std::mt19937 random(7);
-        Found added;
-        while (osFaults.failures == 0 && added.size() < 600) {
-            const auto from = random() % 10000 * 10;
-            EXPECT_EQ(ixBeginUpdate(&file.file), 0);
-            for (unsigned i = 0; i < 6; ++i) {
-                added.emplace_back(std::to_string(10000000 + from + i), added.size());
-                ixAdd(&file, INDEX, added.back().first.c_str(), added.back().second, nullptr, 0);
-            }
-            ixEndUpdate(&file.file);
-        }
-        killed = osFaults.failures > 0;
-        osFaults = {};
-        ixAbandon(&file);
-
-        IndexFile reader = {};
-        // A header that names a root never written is no tree.
-        if (ixOpen(&reader, path.c_str(), OPEN_SHARED) != IX_OK) continue;
-        for (const auto& [key, number] : added) {
-            if (number % 3 == 0) ixDelete(&reader, INDEX, key.c_str(), number);
-        }
-        EXPECT_EQ(ixBeginRead(&reader.file), 0);
-        EXPECT_EQ(entriesOf(&reader, INDEX, false), entriesOf(&reader, INDEX, true));
-        EXPECT_EQ(ixEndRead(&reader.file), 0);
-        ixAbandon(&reader);
-    }
-    EXPECT_GT(write, 100);
 }
 
 // The page counter at its limit, or the disk full: only what needs no new page works.
