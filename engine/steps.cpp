@@ -5,21 +5,34 @@ static Arrival damaged(OpenFile* file) { return failed(inTrouble(file, IX_DESCEN
 
 // -- Along the leaf chain ----------------------------------------------------
 
+// Where a step starts: the place, its leaf and the key that it leaves behind.
+struct StepStart {
+    Position place;
+    NodeView leaf;
+    SoughtKey key;
+    char keyText[SOUGHT_KEY_SIZE];
+};
+
+static int startStep(OpenFile* file, const Position* position, StepStart* start)
+{
+    start->place = *position;
+    start->leaf = {};
+    start->key = keyAtPosition(position, start->keyText);
+    return viewNode(file, position->leafPage, 0, &start->leaf);
+}
+
 Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
 {
-    char text[SOUGHT_KEY_SIZE];
-    SoughtKey before = keyAtPosition(position, text);
-    Position start = *position;
-    NodeView leaf = {};
-    int result = viewNode(file, position->leafPage, 0, &leaf);
+    StepStart start;
+    int result = startStep(file, position, &start);
     if (result != IX_OK) return failed(result);
 
-    const uint8_t* entry = entryAt(leaf.node, ++position->ordinal);
-    if (position->ordinal >= nodeCount(leaf.node)) {
-        entry = nextNonEmptyLeaf(file, position, &leaf);
+    const uint8_t* entry = entryAt(start.leaf.node, ++position->ordinal);
+    if (position->ordinal >= nodeCount(start.leaf.node)) {
+        entry = nextNonEmptyLeaf(file, position, &start.leaf);
     }
     if (entry == nullptr) {
-        *position = start; // the next step is to start there again
+        *position = start.place; // the next step is to start there again
         return damaged(file);
     }
 
@@ -28,7 +41,7 @@ Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check)
         position->index = position->home + 1; // also from before the start of an empty index
         return failed(IX_NOT_FOUND);
     }
-    bool ordered = check == ANY_KEY || compareWithSegments(entry, &before) > 0;
+    bool ordered = check == ANY_KEY || compareWithSegments(entry, &start.key) > 0;
     if (!ordered) return damaged(file);
     standOn(position, entry);
     return {IX_OK, entry};
@@ -94,18 +107,15 @@ static Arrival entryBefore(OpenFile* file, Position* position, NodeView* leaf, b
 
 Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check)
 {
-    char text[SOUGHT_KEY_SIZE];
-    SoughtKey before = keyAtPosition(position, text);
-    Position start = *position;
-    NodeView leaf = {};
-    int result = viewNode(file, position->leafPage, 0, &leaf);
+    StepStart start;
+    int result = startStep(file, position, &start);
     if (result != IX_OK) return failed(result);
 
     bool alreadyBack = position->removed && position->ordinal != -1;
-    const SoughtKey* bound = check == ORDERED_KEY ? &before : nullptr;
-    Arrival arrival = entryBefore(file, position, &leaf, alreadyBack, bound);
+    const SoughtKey* bound = check == ORDERED_KEY ? &start.key : nullptr;
+    Arrival arrival = entryBefore(file, position, &start.leaf, alreadyBack, bound);
     if (arrival.result == IX_DESCENT_FAILED) {
-        *position = start;
+        *position = start.place;
         return arrival;
     }
     position->removed = false;
@@ -114,7 +124,7 @@ Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check)
         return arrival;
     }
     // A position that rests before its key may have that very key again.
-    int order = compareWithSegments(arrival.entry, &before);
+    int order = compareWithSegments(arrival.entry, &start.key);
     bool ordered = check == ANY_KEY || order < 0 || (order == 0 && alreadyBack);
     if (!ordered) return damaged(file);
     standOn(position, arrival.entry);

@@ -22,23 +22,28 @@ constexpr int32_t FIRST_SURVEY_NUMBER = 400;
 
 // -- Curves, spirals ---------------------------------------------------------
 
+// Of a curve or a spiral.
+template <typename Result>
+static Result described(Sample* sample, Result result, const char* text, const char* note)
+{
+    result.elementNumber = ++sample->elementNumber;
+    copyText(result.textA, RECORD_TEXT_ROOM, text);
+    copyText(result.secondaryCode, SECONDARY_CODE_ROOM, "CENTERLINE");
+    copyText(result.noteText, RECORD_NOTE_ROOM, note);
+    return result;
+}
+
 static int addCurvePiece(Sample* sample, const AlignmentPiece& piece)
 {
-    CurveResult curve = curveRecord(piece);
-    curve.elementNumber = ++sample->elementNumber;
-    copyText(curve.textA, RECORD_TEXT_ROOM, "design speed 80");
-    copyText(curve.secondaryCode, SECONDARY_CODE_ROOM, "CENTERLINE");
-    copyText(curve.noteText, RECORD_NOTE_ROOM, "curve of the main alignment");
+    CurveResult curve =
+        described(sample, curveRecord(piece), "design speed 80", "curve of the main alignment");
     return addCurve(&sample->job, piece.name.c_str(), curve);
 }
 
 static int addSpiralPiece(Sample* sample, const AlignmentPiece& piece)
 {
-    SpiralResult spiral = spiralRecord(piece);
-    spiral.elementNumber = ++sample->elementNumber;
-    copyText(spiral.textA, RECORD_TEXT_ROOM, "clothoid");
-    copyText(spiral.secondaryCode, SECONDARY_CODE_ROOM, "CENTERLINE");
-    copyText(spiral.noteText, RECORD_NOTE_ROOM, "transition of the main alignment");
+    SpiralResult spiral =
+        described(sample, spiralRecord(piece), "clothoid", "transition of the main alignment");
     return addSpiral(&sample->job, piece.name.c_str(), spiral);
 }
 
