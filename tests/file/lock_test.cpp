@@ -155,16 +155,6 @@ TEST_P(Openers, HoldTheFileLockUntilTheOutermostEnd)
     EXPECT_EQ(other(lockByte), "");
     EXPECT_EQ(ixEndUpdate(&file.file), 0);
     EXPECT_EQ(other(lockByte), "sx");
-
-    // Nor does it hide what others have written before.
-    IndexFile writer = {};
-    ASSERT_EQ(ixOpen(&writer, path.c_str(), OPEN_SHARED), IX_OK);
-    EXPECT_EQ(ixFind(&file, 1, "KEY", 5, nullptr, 0), IX_NOT_FOUND);
-    EXPECT_EQ(ixAdd(&writer, 1, "KEY", 5, nullptr, 0), IX_OK);
-    ASSERT_EQ(lockByteShared(descriptor, FILE_LOCK_BYTE), 0);
-    file.file.sharing.fileLock = LOCKED;
-    EXPECT_EQ(ixFind(&file, 1, "KEY", 5, nullptr, 0), IX_OK);
-    EXPECT_EQ(ixClose(&writer), IX_OK);
 }
 
 TEST_P(Openers, ClaimTheLowestFreeSlotUpToTheLast)
