@@ -5,33 +5,10 @@
 
 #include <fstream>
 
-// -- File and header ---------------------------------------------------------
+constexpr size_t LARGEST =
+    FIRST_PAGE_OFFSET + static_cast<size_t>(MAX_PAGES_IN_FILE) * NODE_PAGE_SIZE;
 
-// Reads the file, but no more than the largest job database has. Of the header area it reads
-// only the header record and the busy marker: the user slots lie in between, and on systems
-// where a lock keeps readers out they cannot be read while somebody has the file open. False,
-// with a complaint, when the file cannot be read.
-static bool readFile(CheckedFile* file, const std::string& path)
-{
-    constexpr size_t LARGEST =
-        FIRST_PAGE_OFFSET + static_cast<size_t>(MAX_PAGES_IN_FILE) * NODE_PAGE_SIZE;
-    std::ifstream stream;
-    stream.rdbuf()->pubsetbuf(nullptr, 0); // nothing is read ahead
-    stream.open(path, std::ios::binary);
-    char chunk[NODE_PAGE_SIZE] = {};
-    stream.read(chunk, HEADER_SIZE);
-    stream.seekg(BUSY_MARKER_OFFSET);
-    stream.read(chunk + BUSY_MARKER_OFFSET, FIRST_PAGE_OFFSET - BUSY_MARKER_OFFSET);
-    if (stream) file->bytes.assign(chunk, chunk + FIRST_PAGE_OFFSET);
-    while (stream && file->bytes.size() < LARGEST) {
-        stream.read(chunk, sizeof chunk);
-        file->bytes.insert(file->bytes.end(), chunk, chunk + stream.gcount());
-    }
-    // A directory opens as well, and fails when it is read.
-    file->report.readable = stream.is_open() && !stream.bad();
-    if (!file->report.readable) complain(&file->report, "the file cannot be read");
-    return file->report.readable;
-}
+// -- Header ------------------------------------------------------------------
 
 // Checks the header's fields against each other and against the file's length. False when the
 // pages cannot be looked at.
@@ -62,8 +39,7 @@ static bool checkFields(CheckedFile* file)
     return accepted;
 }
 
-// Decodes and checks the header. False when the pages cannot be looked at.
-static bool checkHeader(CheckedFile* file)
+bool acceptHeader(CheckedFile* file)
 {
     const uint8_t* header = file->bytes.data();
     if (file->bytes.size() < FIRST_PAGE_OFFSET) {
@@ -80,26 +56,61 @@ static bool checkHeader(CheckedFile* file)
 
 // -- The whole file ----------------------------------------------------------
 
-// Reads the file and checks its tree and segments. False when it has no tree that could be
-// looked at.
-static bool checkPages(CheckedFile* file, const std::string& path)
+static bool isOlder(std::span<const uint8_t> bytes)
 {
-    if (!readFile(file, path) || !checkHeader(file)) return false;
-    checkTree(file);
-    checkSegments(file);
-    return true;
+    return bytes.size() >= FIRST_PAGE_OFFSET && headerHasMagic(bytes.data(), OLDER_MAGIC);
 }
 
-CheckReport checkJobFile(const std::string& path)
+static CheckReport check(std::span<const uint8_t> bytes, bool withRecords)
 {
     CheckedFile file;
-    if (checkPages(&file, path)) checkRecords(&file);
+    file.bytes = bytes.first(std::min(bytes.size(), LARGEST));
+    file.report.readable = !isOlder(bytes);
+    if (!file.report.readable) {
+        complain(&file.report, "a job database of the older format, which is not looked into");
+    } else if (acceptHeader(&file)) {
+        checkTree(&file);
+        checkSegments(&file);
+        if (withRecords) checkRecords(&file);
+    }
     return file.report;
 }
 
-CheckReport checkTreeFile(const std::string& path)
+CheckReport checkJobBytes(std::span<const uint8_t> bytes) { return check(bytes, true); }
+
+// -- Files -------------------------------------------------------------------
+
+// Reads the file, but no more than the largest job database has. Of the header area it reads
+// only the header record and the busy marker: the user slots lie in between, and on systems
+// where a lock keeps readers out they cannot be read while somebody has the file open. False
+// when the file cannot be read.
+static bool readFile(std::vector<uint8_t>* bytes, const std::string& path)
 {
-    CheckedFile file;
-    checkPages(&file, path);
-    return file.report;
+    std::ifstream stream;
+    stream.rdbuf()->pubsetbuf(nullptr, 0); // nothing is read ahead
+    stream.open(path, std::ios::binary);
+    char chunk[NODE_PAGE_SIZE] = {};
+    stream.read(chunk, HEADER_SIZE);
+    stream.seekg(BUSY_MARKER_OFFSET);
+    stream.read(chunk + BUSY_MARKER_OFFSET, FIRST_PAGE_OFFSET - BUSY_MARKER_OFFSET);
+    if (stream) bytes->assign(chunk, chunk + FIRST_PAGE_OFFSET);
+    while (stream && bytes->size() < LARGEST) {
+        stream.read(chunk, sizeof chunk);
+        bytes->insert(bytes->end(), chunk, chunk + stream.gcount());
+    }
+    // A directory opens as well, and fails when it is read.
+    return stream.is_open() && !stream.bad();
 }
+
+static CheckReport checkFile(const std::string& path, bool withRecords)
+{
+    std::vector<uint8_t> bytes;
+    if (readFile(&bytes, path)) return check(bytes, withRecords);
+    CheckReport report;
+    complain(&report, "the file cannot be read");
+    return report;
+}
+
+CheckReport checkJobFile(const std::string& path) { return checkFile(path, true); }
+
+CheckReport checkTreeFile(const std::string& path) { return checkFile(path, false); }

@@ -4,6 +4,7 @@
 #include "records/record_key.h"
 #include "tools/check/known_layouts.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <set>
@@ -28,17 +29,24 @@ static bool sameRecord(const uint8_t* entry, const uint8_t* other)
            entryNumber(entry) == entryNumber(other);
 }
 
+// Complains about a segment whose record begins or ends elsewhere. Of data that no key leads to
+// that is what a killed writer may leave.
+static void complainOfPart(CheckedFile* file, const uint8_t* entry, const std::string& what)
+{
+    if (entryIndex(entry) == DATA_INDEX) ++file->brokenData[entryNumber(entry)];
+    complain(&file->report, "%s: %s", describeEntry(entry).c_str(), what.c_str());
+}
+
 // Checks the place of an entry behind the one before it, which may be of another record, or
 // null.
 static void checkOrdinal(CheckedFile* file, const uint8_t* before, const uint8_t* entry)
 {
     bool continues = before != nullptr && sameRecord(before, entry);
     if (before != nullptr && !continues && !isLastSegment(before)) {
-        complain(&file->report, "%s: ends without a last segment", describeEntry(before).c_str());
+        complainOfPart(file, before, "ends without a last segment");
     }
     if (!continues && ordinalOf(entry) != 0) {
-        complain(&file->report, "%s: begins with segment %d", describeEntry(entry).c_str(),
-                 ordinalOf(entry));
+        complainOfPart(file, entry, "begins with segment " + std::to_string(ordinalOf(entry)));
     }
     if (continues && isLastSegment(before)) {
         complain(&file->report, "%s: segment %d behind the last one", describeEntry(entry).c_str(),
@@ -69,7 +77,7 @@ void checkSegments(CheckedFile* file)
         before = entry;
     }
     if (before != nullptr && !isLastSegment(before)) {
-        complain(&file->report, "%s: ends without a last segment", describeEntry(before).c_str());
+        complainOfPart(file, before, "ends without a last segment");
     }
 }
 
@@ -267,22 +275,80 @@ static void checkKeys(CheckedFile* file, const LayoutEntry* layout,
     }
 }
 
+// Returns the name of the layout whose records are filed under one of the keys, or null. Numbered
+// records may have other layouts than that of chains: no element is read from them.
+static const char* filedAs(const std::vector<const uint8_t*>& keys)
+{
+    for (const uint8_t* entry : keys) {
+        const char* key = entryKey(entry) + 1;
+        for (const KnownLayout& known : knownLayouts()) {
+            if (!isPrimaryKey(known, entryIndex(entry), key)) continue;
+            bool numbered = known.tags[0] != nullptr &&
+                            std::memcmp(key + KEY_TAG, TAG_NUMBERED, TAG_LENGTH) == 0;
+            if (!numbered) return known.name;
+        }
+    }
+    return nullptr;
+}
+
+static bool checksumFits(const std::vector<uint8_t>& image)
+{
+    int length = static_cast<int>(image.size());
+    return loadInt16(image.data() + IMAGE_CHECKSUM) == imageChecksum(image.data(), length);
+}
+
+static bool isProfileHeader(const std::vector<const uint8_t*>& keys)
+{
+    return std::any_of(keys.begin(), keys.end(), [](const uint8_t* entry) {
+        const char* key = entryKey(entry) + 1;
+        return entryIndex(entry) == RECORD_KEY_INDEX && std::strlen(key) >= KEY_TAG + TAG_LENGTH &&
+               std::memcmp(key + KEY_TAG, TAG_PROFILE, TAG_LENGTH) == 0;
+    });
+}
+
+// Checks a record whose signature is of no layout that its keys stand for. Profile headers are
+// such: readers look only their keys up.
+static void checkOtherRecord(CheckedFile* file, int32_t number, const std::vector<uint8_t>& image,
+                             const std::vector<const uint8_t*>& keys)
+{
+    const char* name = filedAs(keys);
+    if (name != nullptr) {
+        complain(&file->report, "record %d (%s): %s", number, name,
+                 checksumFits(image) ? "an image of another layout" : "damaged image");
+        return;
+    }
+    ++file->report.unknownRecords;
+    if (!isProfileHeader(keys) || checksumFits(image)) return;
+    file->report.remarks.push_back("record " + std::to_string(number) +
+                                   " (profile header): damaged image, which no element is made of");
+}
+
+// Counts what is stored of a record that no key leads to, and how much of that was complained
+// about as damage.
+static void countLostRecord(CheckedFile* file, int32_t number)
+{
+    ++file->report.lostRecords;
+    auto broken = file->brokenData.find(number);
+    if (broken != file->brokenData.end()) file->report.damages -= broken->second;
+}
+
 static void checkRecord(CheckedFile* file, int32_t number, const std::vector<uint8_t>& image,
                         StoredRecords* stored)
 {
-    if (image.size() < IMAGE_MIN_SIZE) {
-        complain(&file->report, "record %d: an image of %d bytes", number,
-                 static_cast<int>(image.size()));
-        return;
-    }
     const std::vector<const uint8_t*>& keys = stored->keys[number]; // none for an orphan
-
+    bool broken = file->brokenData.contains(number);
+    bool tooShort = image.size() < IMAGE_MIN_SIZE;
     bool orphan = false;
-    const KnownLayout* known = layoutOf(image, keys, &orphan);
-    if (orphan) {
-        complain(&file->report, "record %d: no primary key leads to it", number);
+    const KnownLayout* known = tooShort ? nullptr : layoutOf(image, keys, &orphan);
+    if (orphan || (keys.empty() && (broken || tooShort))) countLostRecord(file, number);
+    if (tooShort) {
+        auto complainOf = keys.empty() ? complainOfLoss : complain;
+        complainOf(&file->report, "record %d: an image of %d bytes", number,
+                   static_cast<int>(image.size()));
+    } else if (orphan) {
+        complainOfLoss(&file->report, "record %d: no primary key leads to it", number);
     } else if (known == nullptr) {
-        ++file->report.unknownRecords;
+        checkOtherRecord(file, number, image, keys);
     } else if (checkImage(image.data(), known->layout, static_cast<int>(image.size())) != IX_OK) {
         complain(&file->report, "record %d (%s): damaged image", number, known->name);
     } else {

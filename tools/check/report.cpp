@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-void complain(CheckReport* report, const char* format, ...)
+static void addComplaint(CheckReport* report, const char* format, va_list arguments)
 {
     size_t count = report->complaints.size();
     if (count > MAX_COMPLAINTS) return;
@@ -14,11 +14,25 @@ void complain(CheckReport* report, const char* format, ...)
         return;
     }
     char line[1024]; // a described key is up to 404 characters long
+    std::vsnprintf(line, sizeof line, format, arguments);
+    report->complaints.emplace_back(line);
+}
+
+void complain(CheckReport* report, const char* format, ...)
+{
+    ++report->damages;
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
+    addComplaint(report, format, arguments);
     va_end(arguments);
-    report->complaints.emplace_back(line);
+}
+
+void complainOfLoss(CheckReport* report, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    addComplaint(report, format, arguments);
+    va_end(arguments);
 }
 
 std::string describeEntry(const uint8_t* entry)

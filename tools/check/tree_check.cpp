@@ -334,9 +334,10 @@ static void checkEveryPageSeen(CheckedFile* file)
     for (int page = 0; page < file->header.nextFreePage; ++page) {
         if (file->pageSeen[static_cast<size_t>(page)]) continue;
         const uint8_t* bytes = pageAt(file, page);
-        complain(&file->report, "%spage %d was handed out%s", UNREACHABLE_COMPLAINT, page,
-                 isZero(bytes, bytes + NODE_PAGE_SIZE) ? " and never written"
-                                                       : ", but no level has it");
+        ++file->report.lostPages;
+        complainOfLoss(&file->report, "%spage %d was handed out%s", UNREACHABLE_COMPLAINT, page,
+                       isZero(bytes, bytes + NODE_PAGE_SIZE) ? " and never written"
+                                                             : ", but no level has it");
     }
 }
 

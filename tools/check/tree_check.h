@@ -4,6 +4,6 @@
 
 #include "tools/check/checked_file.h"
 
-// Checks the tree and collects the entries of its leaves. Expects a header that checkHeader has
+// Checks the tree and collects the entries of its leaves. Expects a header that acceptHeader has
 // accepted.
 void checkTree(CheckedFile* file);
