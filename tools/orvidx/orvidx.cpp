@@ -56,27 +56,6 @@ static void printInfo(IdxConnection* job, std::FILE* out)
     }
 }
 
-// Returns a UTF-8 text with a question mark in place of each control character, which must not
-// steer a terminal.
-static std::string harmless(std::string_view text)
-{
-    std::string shown;
-    for (size_t at = 0; at < text.size(); ++at) {
-        unsigned code = static_cast<unsigned char>(text[at]);
-        bool paired = code == 0xC2 && at + 1 < text.size(); // U+0080 to U+00BF
-        unsigned follow = paired ? static_cast<unsigned char>(text[at + 1]) : 0;
-        if (code < 0x20 || code == 0x7F) {
-            shown += '?';
-        } else if (paired && follow < 0xA0) {
-            shown += '?';
-            ++at;
-        } else {
-            shown += text[at];
-        }
-    }
-    return shown;
-}
-
 static void printNames(IdxConnection* job, uint32_t kind, std::FILE* out)
 {
     bool watched = isTerminal(out);

@@ -8,6 +8,14 @@ constexpr int STATUS_DONE = 0;
 constexpr int STATUS_FAILED = 1;
 constexpr int STATUS_USAGE = 2;
 
+struct CheckRequest {
+    std::string job;
+    bool json = false;
+    int lockSeconds = 0;
+};
+
+int runCheck(const CheckRequest& request);
+
 struct BackupRequest {
     std::string job;
     std::string copy;

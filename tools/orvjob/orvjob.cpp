@@ -9,7 +9,6 @@
 // file that cannot be read or written, one line on standard error; 2: wrong usage.
 // It is 1 also when not all points of a sample fit; the line on standard error then tells how
 // many do, and the file holds these.
-#include "tools/check/check.h"
 #include "tools/orvjob/commands.h"
 #include "tools/sample/sample_job.h"
 #include "tools/snapshot/job_snapshot.h"
@@ -25,25 +24,6 @@ int failWith(const std::string& path, const std::string& reason)
 {
     std::fprintf(stderr, "orvjob: %s: %s\n", path.c_str(), reason.c_str());
     return STATUS_FAILED;
-}
-
-static int runCheck(const std::string& path)
-{
-    CheckReport report = checkJobFile(path);
-    if (!report.readable) {
-        std::fprintf(stderr, "orvjob: %s: %s\n", path.c_str(), report.complaints.front().c_str());
-        return STATUS_FAILED;
-    }
-    for (const std::string& complaint : report.complaints) {
-        std::puts(complaint.c_str());
-    }
-    if (!report.complaints.empty()) return STATUS_FAILED;
-
-    std::printf("clean: %d pages in %d levels, %d entries, %d records (%d of unknown layout), "
-                "%d free numbers, %d locks\n",
-                report.pages, report.levels, report.entries, report.records, report.unknownRecords,
-                report.freeNumbers, report.locks);
-    return STATUS_DONE;
 }
 
 struct SampleRequest {
@@ -74,6 +54,24 @@ static int runCreateSample(const SampleRequest& request)
     }
 }
 
+static void declareTimeout(CLI::App* command, int* seconds)
+{
+    command->add_option("--timeout", *seconds, "Seconds to wait for a writer")
+        ->check(CLI::NonNegativeNumber)
+        ->default_val(DEFAULT_LOCK_SECONDS);
+}
+
+static void declareCheck(CLI::App* command, CheckRequest* request)
+{
+    command->add_option("JOB", request->job, "Job database file, which others may be using")
+        ->required();
+    command->add_flag("--json", request->json, "Print what was found as JSON, for programs");
+    declareTimeout(command, &request->lockSeconds);
+    command->footer("Checks every page and record, and reads every element from a copy. The last\n"
+                    "line says what to do. Exit status: 0 clean, perhaps with remarks, which are\n"
+                    "no damage; 1 complaints, or a file that cannot be read; 2 wrong usage.");
+}
+
 // Returns the exit status; throws std::exception for STATUS_FAILED.
 static int parseAndRun(int argc, char** argv)
 {
@@ -81,18 +79,16 @@ static int parseAndRun(int argc, char** argv)
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // /name is a path
 
-    std::string path;
+    CheckRequest checked;
     CLI::App* check = app.add_subcommand("check", "Verify a whole file without changing it");
-    check->add_option("JOB", path, "Job database file")->required();
+    declareCheck(check, &checked);
 
     BackupRequest backup;
     CLI::App* copy = app.add_subcommand("backup", "Copy a job that others are using");
     copy->add_option("JOB", backup.job, "Job database file")->required();
     copy->add_option("NEW", backup.copy, "File to create; it must not exist")->required();
     copy->add_flag("--force", backup.replaces, "Replace NEW if it exists");
-    copy->add_option("--timeout", backup.lockSeconds, "Seconds to wait for a writer")
-        ->check(CLI::NonNegativeNumber)
-        ->default_val(DEFAULT_LOCK_SECONDS);
+    declareTimeout(copy, &backup.lockSeconds);
 
     RecoverRequest recover;
     CLI::App* rescue =
@@ -128,7 +124,7 @@ static int parseAndRun(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? STATUS_DONE : STATUS_USAGE;
     }
-    if (check->parsed()) return runCheck(path);
+    if (check->parsed()) return runCheck(checked);
     if (create->parsed()) return runCreateSample(sample);
     if (copy->parsed()) return runBackup(backup);
     if (rescue->parsed()) return runRecover(recover);

@@ -33,3 +33,22 @@ std::string latin1FromUtf8(std::string_view text)
     }
     return latin1;
 }
+
+std::string harmless(std::string_view text)
+{
+    std::string shown;
+    for (size_t at = 0; at < text.size(); ++at) {
+        unsigned code = static_cast<unsigned char>(text[at]);
+        bool paired = code == 0xC2 && at + 1 < text.size(); // U+0080 to U+00BF
+        unsigned follow = paired ? static_cast<unsigned char>(text[at + 1]) : 0;
+        if (code < 0x20 || code == 0x7F) {
+            shown += '?';
+        } else if (paired && follow < 0xA0) {
+            shown += '?';
+            ++at;
+        } else {
+            shown += text[at];
+        }
+    }
+    return shown;
+}
