@@ -32,7 +32,7 @@ struct Job {
     char second[100] = "";
     uint8_t block[1000] = {};
     LayoutEntry layout[4] = {{'S', 'S', 'U', 100, 1, key, 100},
-                             {'S', 'S', 'D', 100, 5, second, 100},
+                             {'S', 'S', 'D', 100, 13, second, 100},
                              {'B', 'N', 'N', 0, 0, block, 1000},
                              {'E', 0, 0, 0, 0, nullptr, 0}};
 
