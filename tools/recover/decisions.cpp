@@ -71,29 +71,6 @@ static bool allowsDuplicates(const KnownLayout* known)
     return true;
 }
 
-static bool isOurKey(int index, const char* key)
-{
-    for (const KnownLayout& known : knownLayouts()) {
-        if (isPrimaryKey(known, index, key)) return true;
-    }
-    return false;
-}
-
-// True when a key of ours leads to the record, and it has no other layout than ours.
-static bool isDamagedOne(const Salvage* salvage, const FoundRecord& record)
-{
-    std::vector<uint8_t> image = imageOf(record);
-    int signature = loadInt16(image.data() + IMAGE_SIGNATURE);
-    EntryRange range = keysTo(salvage, record.number);
-    for (size_t at = range.begin; at < range.end; ++at) {
-        const uint8_t* entry = salvage->entries[salvage->keysByNumber[at]].entry;
-        if (layoutUnderKey(signature, entryIndex(entry), entryKey(entry) + 1)) return true;
-        bool ours = isOurKey(entryIndex(entry), entryKey(entry) + 1);
-        if (ours && record.proof == PROOF_NONE) return true;
-    }
-    return false;
-}
-
 // Decides about a record of no layout of ours. Another program's is kept unless the tree has no
 // place for it; one of ours that is damaged is lost.
 static void decideForeign(const Salvage* salvage, const FoundRecord& record, Lead lead,
@@ -128,7 +105,6 @@ static void decideUnled(const Salvage* salvage, const FoundRecord& record, Taken
     }
     int32_t number = *dangling.begin();
     (*taken)[decision->key].insert(number);
-    decision->missedAs = number;
     // Either the key's number is the wrong one or that of the data, which then lies elsewhere.
     bool free = recordOf(salvage, number) == nullptr && number > 0;
     if (record.trust != TRUST_IN_PLACE && free) decision->number = number;
@@ -137,15 +113,16 @@ static void decideUnled(const Salvage* salvage, const FoundRecord& record, Taken
 static Decision decideOne(const Salvage* salvage, const FoundRecord& record, const char* key,
                           TakenNumbers* taken)
 {
-    Decision decision = {FATE_KEPT, record.number, false, 0, key, 0};
+    Decision decision = {FATE_KEPT, record.number, false, key, 0};
     Lead lead = leadTo(salvage, record, decision.key);
     if (record.known == nullptr) {
         decideForeign(salvage, record, lead, &decision);
         return decision;
     }
     decision.wasReached = lead == LEAD_IN_PLACE && record.trust == TRUST_IN_PLACE;
-    bool led = lead >= LEAD_PRIMARY;
-    if (lead == LEAD_OTHER) led = !isDeniedKey(salvage, decision.key, record.number);
+    bool led = record.isSecond ? record.proof == PROOF_KEY : lead >= LEAD_PRIMARY;
+    if (lead == LEAD_OTHER && !record.isSecond)
+        led = !isDeniedKey(salvage, decision.key, record.number);
     if (!led) decideUnled(salvage, record, taken, &decision);
     return decision;
 }
@@ -215,6 +192,17 @@ static void settleKeys(const Salvage* salvage, Decisions* decisions)
     }
 }
 
+// Of two records under one number the second goes on under a new one.
+static void giveNumbers(const Salvage* salvage, Decisions* decisions)
+{
+    for (size_t at = 0; at < decisions->of.size(); ++at) {
+        Decision* decision = &decisions->of[at];
+        const FoundRecord& record = salvage->records[at];
+        if (decision->fate != FATE_KEPT || !record.isSecond) continue;
+        if (decision->number == record.number) decision->number = decisions->nextNumber++;
+    }
+}
+
 Decisions decide(const Salvage* salvage)
 {
     Decisions decisions = {{}, {}, nextNumber(salvage)};
@@ -227,33 +215,43 @@ Decisions decide(const Salvage* salvage)
             decideOne(salvage, record, reinterpret_cast<const char*>(kept), &taken));
     }
     settleKeys(salvage, &decisions);
+    giveNumbers(salvage, &decisions);
     settleNumbers(salvage, &decisions);
     return decisions;
 }
 
 // -- What is lost ------------------------------------------------------------
 
-static bool isPrimaryIndex(int index)
+// True for an entry that has the form of a primary key. The rest of one that was hit has not.
+static bool isPrimaryEntry(const uint8_t* entry)
 {
-    return index == RECORD_KEY_INDEX || index == POINT_NAME_INDEX || index == SURVEY_CHAIN_INDEX ||
-           index == POINT_LIST_INDEX;
+    if (entryDataLength(entry) != 0 || entryNumber(entry) <= 0) return false;
+    switch (entryIndex(entry)) {
+    case RECORD_KEY_INDEX:
+        return entryKeyLength(entry) == 1 + KEY_LENGTH;
+    case POINT_NAME_INDEX:
+        return entryKeyLength(entry) == 1 + SURVEY_NAME_LENGTH;
+    default:
+        return entryIndex(entry) == SURVEY_CHAIN_INDEX || entryIndex(entry) == POINT_LIST_INDEX;
+    }
 }
 
 // The primary keys and the numbers of kept records.
 struct KeptRecords {
     std::vector<std::string_view> keys; // sorted, as the others are
     std::vector<int32_t> numbers;
-    std::set<std::pair<std::string, int32_t>> standIns;
+    std::map<std::string, int> standIns; // by key, how many have lost the entry of it
 };
 
-static KeptRecords keptRecords(const Decisions* decisions)
+static KeptRecords keptRecords(const Salvage* salvage, const Decisions* decisions)
 {
     KeptRecords kept;
-    for (const Decision& decision : decisions->of) {
+    for (size_t at = 0; at < decisions->of.size(); ++at) {
+        const Decision& decision = decisions->of[at];
         if (decision.fate != FATE_KEPT) continue;
         kept.numbers.push_back(decision.number);
         if (decision.key[0] != 0) kept.keys.emplace_back(decision.key);
-        if (decision.missedAs != 0) kept.standIns.emplace(decision.key, decision.missedAs);
+        if (salvage->records[at].proof == PROOF_LAYOUT) ++kept.standIns[decision.key];
     }
     std::sort(kept.keys.begin(), kept.keys.end());
     std::sort(kept.numbers.begin(), kept.numbers.end());
@@ -275,27 +273,29 @@ static bool maySeveralHave(const char* key)
     return false;
 }
 
-// True when what the key leads to is not missing: the record, or one that stands in for it.
-static bool isBack(const KeptRecords& kept, const std::string& key, int32_t number)
+// True when a record stands in for the one to which the key leads in vain.
+static bool isBack(KeptRecords* kept, const std::string& key)
 {
-    if (contains(kept.numbers, number) || kept.standIns.contains({key, number})) return true;
-    return contains(kept.keys, key) && !maySeveralHave(key.c_str());
+    if (!contains(kept->keys, key)) return false;
+    if (!maySeveralHave(key.c_str())) return true;
+    auto standIn = kept->standIns.find(key);
+    return standIn != kept->standIns.end() && standIn->second-- > 0;
 }
 
 std::vector<LostKey> lostKeys(const Salvage* salvage, const Decisions* decisions)
 {
-    KeptRecords kept = keptRecords(decisions);
+    KeptRecords kept = keptRecords(salvage, decisions);
     std::set<std::pair<std::string, int32_t>> missed;
     for (size_t at : salvage->keysByNumber) {
         const SalvagedEntry& found = salvage->entries[at];
-        if (found.trust == TRUST_DENIED || !isPrimaryIndex(entryIndex(found.entry))) continue;
-        std::string key = entryKey(found.entry);
-        int32_t number = entryNumber(found.entry);
-        if (!isBack(kept, key, number)) missed.emplace(key, number);
+        if (found.trust == TRUST_DENIED || !isPrimaryEntry(found.entry)) continue;
+        if (!contains(kept.numbers, entryNumber(found.entry))) {
+            missed.emplace(entryKey(found.entry), entryNumber(found.entry));
+        }
     }
     std::vector<LostKey> lost;
     for (const auto& [key, number] : missed) {
-        lost.push_back({key, number});
+        if (!isBack(&kept, key)) lost.push_back({key, number});
     }
     return lost;
 }

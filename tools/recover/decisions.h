@@ -15,7 +15,6 @@ struct Decision {
     RecordFate fate;
     int32_t number;   // under which it goes on
     bool wasReached;  // a reader of the damaged job had it
-    int32_t missedAs; // the number of a key that leads nowhere, for which it stands in; or 0
     const char* key;  // its primary key, the index first; empty for another program's record
     // Of a double: place of the record that was taken instead.
     size_t taken;

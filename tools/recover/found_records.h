@@ -19,11 +19,11 @@ struct FoundRecord {
     std::vector<const uint8_t*> segments; // entries, in order
     RecordProof proof;
     uint8_t trust;            // the least of its segments
-    bool isSecond;            // another version of the record before it
+    bool isSecond;            // under the number of the one before it
     const KnownLayout* known; // null: another program's
 };
 
-// All that could be read of a file.
+// All that could be read of a file. Numbers have at most two records.
 struct Salvage {
     TreeView view;
     EntryStore store;
@@ -45,6 +45,17 @@ std::vector<uint8_t> imageOf(const FoundRecord& record);
 // The index and the key string of the record's primary key, as its image has it: a text whose
 // first character is the index. Empty for another program's record.
 std::string primaryKeyOf(const FoundRecord& record);
+
+// The same, or the record key with which another program's record begins. Empty when it begins
+// otherwise.
+std::string ownKeyOf(const FoundRecord& record);
+
+// True when a key of ours leads to a record of no layout of ours, and nothing tells that it is
+// another program's.
+bool isDamagedOne(const Salvage* salvage, const FoundRecord& record);
+
+// True when records of ours have their primary keys in the index, and begin like this one.
+bool isOurKey(int index, const char* key);
 
 // True for the indexes whose entries lead to records by their number.
 bool leadsToRecords(int index);

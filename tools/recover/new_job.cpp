@@ -85,10 +85,7 @@ static bool isOurs(const uint8_t* entry)
 {
     int index = entryIndex(entry);
     if (index == POINT_NAME_INDEX || index == SURVEY_CHAIN_INDEX) return true;
-    for (const KnownLayout& known : knownLayouts()) {
-        if (isPrimaryKey(known, index, entryKey(entry) + 1)) return true;
-    }
-    return false;
+    return isOurKey(index, entryKey(entry) + 1);
 }
 
 void addForeignRecord(NewJob* job, const Salvage* salvage, const FoundRecord& record)

@@ -86,14 +86,7 @@ static std::string foreignKey(const Work* work, const FoundRecord& record)
         const uint8_t* entry = salvage->entries[salvage->keysByNumber[at]].entry;
         if (entryIndex(entry) == RECORD_KEY_INDEX) return entryKey(entry);
     }
-    // Such records begin with their key as the others do.
-    std::vector<uint8_t> image = imageOf(record);
-    constexpr size_t BEGIN = IMAGE_ITEMS + 2;
-    if (record.proof == PROOF_NONE || image.size() < BEGIN + KEY_LENGTH + 1) return {};
-    std::string text(image.begin() + BEGIN, image.begin() + BEGIN + KEY_LENGTH);
-    bool isKey = loadInt16(&image[IMAGE_ITEMS]) == KEY_FIELD && image[BEGIN + KEY_LENGTH] == 0 &&
-                 text.starts_with("   ") && text.find('\0') == std::string::npos;
-    return isKey ? std::string(1, static_cast<char>(RECORD_KEY_INDEX)) + text : std::string();
+    return ownKeyOf(record);
 }
 
 static void keepForeign(Work* work, const FoundRecord& record, const Decision& decision)

@@ -1,5 +1,7 @@
 #include "tools/recover/tree_view.h"
 
+#include <algorithm>
+
 const uint8_t* viewPage(const TreeView* view, int page)
 {
     return view->bytes->data() + FIRST_PAGE_OFFSET + static_cast<size_t>(page) * NODE_PAGE_SIZE;
@@ -15,6 +17,11 @@ static bool isNode(const TreeView* view, int page, int level)
     if (page < 0 || page >= view->pages) return false;
     const uint8_t* node = viewPage(view, page);
     return nodeLevel(node) == level && nodeIsSound(node);
+}
+
+static bool isBlank(const uint8_t* node)
+{
+    return std::all_of(node, node + NODE_PAGE_SIZE, [](uint8_t byte) { return byte == 0; });
 }
 
 // -- The root ----------------------------------------------------------------
@@ -62,6 +69,16 @@ static void markReached(TreeView* view)
     }
 }
 
+static bool reachesAllLeaves(const TreeView* view)
+{
+    for (int page = 0; page < view->pages; ++page) {
+        const uint8_t* node = viewPage(view, page);
+        bool isLeaf = nodeLevel(node) == 0 && !isBlank(node);
+        if (isLeaf && !view->reached[static_cast<size_t>(page)]) return false;
+    }
+    return true;
+}
+
 TreeView viewTree(const std::vector<uint8_t>* bytes)
 {
     TreeView view = {bytes, 0, NO_PAGE, 0, {}};
@@ -74,6 +91,11 @@ TreeView viewTree(const std::vector<uint8_t>* bytes)
                  isNode(&view, header.rootPage, header.height - 1);
     if (!known) findRoot(&view);
     markReached(&view);
+    // A page that was found may be the root of a part alone.
+    if (!known && !reachesAllLeaves(&view)) {
+        view.rootPage = NO_PAGE;
+        markReached(&view);
+    }
     return view;
 }
 
