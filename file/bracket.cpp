@@ -94,6 +94,41 @@ static int lockAndRefresh(OpenFile* file, bool exclusive)
     return result;
 }
 
+// -- Letting writers in ------------------------------------------------------
+
+// True when somebody else holds one of the user slots from the first to the one before the end.
+static bool slotsAreUsed(const OpenFile* file, int32_t first, int32_t end)
+{
+    if (first >= end) return false;
+    OsLockRange range = {USER_SLOT_BASE + static_cast<uint32_t>(first),
+                         static_cast<uint32_t>(end - first)};
+    return osProbe(file->descriptor, &range) != OS_DONE;
+}
+
+// True once in each quiet time, when others have the file open. The lock byte has no queue, and
+// readers who come one behind the other would keep a writer out for ever. So that he finds it
+// free, they all stay away from it in the quiet times.
+static bool isTimeToPause(OpenFile* file)
+{
+    Sharing* sharing = &file->sharing;
+    uint32_t quiet = osQuietTime();
+    if (quiet == 0 || quiet == sharing->quietTime) return false;
+    sharing->quietTime = quiet;
+    return slotsAreUsed(file, 0, sharing->userSlot) ||
+           slotsAreUsed(file, sharing->userSlot + 1, USER_SLOTS);
+}
+
+// Until the quiet time is over. Expects that the file lock is not held.
+static void pauseForWriters(const OpenFile* file)
+{
+    constexpr int MOST_PAUSES = 10; // of a tenth of a millisecond at least
+    for (int i = 0; i < MOST_PAUSES && osQuietTime() == file->sharing.quietTime; ++i) {
+        osGiveWay();
+    }
+}
+
+// -- Brackets ----------------------------------------------------------------
+
 // A lock that a failed release left behind may be of the wrong kind and hides what
 // others have written: give it up before an outermost bracket.
 static int releaseLeftOver(OpenFile* file)
@@ -115,6 +150,10 @@ int ixBeginRead(OpenFile* file)
     if (isExclusive(file)) return IX_OK;
     if (releaseLeftOver(file) != IX_OK) return IX_LOCK_FAILED;
     if (file->sharing.fileLock != LOCKED) {
+        // The clock takes a while to read.
+        constexpr uint32_t READS_BETWEEN_LOOKS = 4;
+        bool looks = ++file->sharing.reads % READS_BETWEEN_LOOKS == 0;
+        if (looks && isTimeToPause(file)) pauseForWriters(file);
         int result = lockAndRefresh(file, false);
         if (result != IX_OK) return result;
     }
@@ -142,12 +181,14 @@ int ixYieldRead(OpenFile* file, ReadPiece* piece)
     if (!looks) return IX_OK;
     uint32_t now = osMilliseconds();
     if (first) piece->since = now;
-    if (now - piece->since < PIECE_MILLISECONDS) return IX_OK;
+    bool pauses = isTimeToPause(file);
+    if (!pauses && now - piece->since < PIECE_MILLISECONDS) return IX_OK;
 
     int ended = ixEndRead(file);
     *piece = {};
     if (ended != IX_OK) return ended;
     osGiveWay();
+    if (pauses) pauseForWriters(file);
     return ixBeginRead(file);
 }
 

@@ -171,6 +171,13 @@ uint32_t osMilliseconds()
     return static_cast<uint32_t>(now.tv_sec) * 1000U + static_cast<uint32_t>(now.tv_nsec / 1000000);
 }
 
+uint32_t osQuietTime()
+{
+    constexpr uint32_t PERIOD = 16; // a power of two, for the clock runs over
+    uint32_t now = osMilliseconds();
+    return now % PERIOD == 0 ? now + 1 : 0;
+}
+
 void osGiveWay()
 {
     // Byte locks have no queue here: who waits is woken and asks again.

@@ -84,6 +84,43 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
     EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
+// And somewhat longer in the milliseconds that all processes leave to writers, when there are
+// other processes.
+TEST(Reads, StayAwayFromTheLockInQuietTimes)
+{
+    const std::string path = freshJob("tiny");
+    for (int slot : {0, 1}) {
+        IndexFile files[2] = {};
+        IndexFile& reader = files[slot];
+        IndexFile& other = files[1 - slot];
+        auto pausesInReads = [&](int yieldingIn) {
+            osFaults.pauses = 0;
+            for (int i = 0; i < 8; ++i) {
+                ReadPiece piece = {};
+                EXPECT_EQ(ixBeginRead(&reader.file), 0);
+                int yielded = i == yieldingIn ? ixYieldRead(&reader.file, &piece) : 0;
+                EXPECT_EQ(yielded, 0);
+                EXPECT_EQ(ixEndRead(&reader.file), 0);
+            }
+            return osFaults.pauses;
+        };
+        ASSERT_EQ(ixOpen(&files[0], path.c_str(), OPEN_SHARED), IX_OK);
+        ASSERT_EQ(ixOpen(&files[1], path.c_str(), OPEN_SHARED), IX_OK);
+        osFaults = {.time = 5};
+        EXPECT_EQ(pausesInReads(8), 0);
+        osFaults.quietTime = 1;
+        EXPECT_EQ(pausesInReads(8), 10) << "and goes on when the time does not end";
+        EXPECT_EQ(pausesInReads(8), 0) << "the same time";
+        osFaults.quietTime = 17;
+        EXPECT_EQ(pausesInReads(0), 11) << "in the middle of a long read";
+        EXPECT_EQ(ixClose(&other), IX_OK);
+        osFaults.quietTime = 33;
+        EXPECT_EQ(pausesInReads(8), 0) << "alone";
+        EXPECT_EQ(ixClose(&reader), IX_OK);
+        osFaults = {};
+    }
+}
+
 // A lock that cannot be released keeps the next calls from beginning: they find nothing out.
 TEST(PublicCalls, FailAsLongAsTheLockOfAnEarlierOneIsKept)
 {

@@ -13,6 +13,8 @@ decltype(osWriteAt) realOsWriteAt;
 decltype(osLock) realOsLock;
 decltype(osUnlock) realOsUnlock;
 decltype(osMilliseconds) realOsMilliseconds;
+decltype(osQuietTime) realOsQuietTime;
+decltype(osGiveWay) realOsGiveWay;
 decltype(allocateZeroed) realAllocateZeroed;
 decltype(reallocate) realReallocate;
 decltype(release) realRelease;
@@ -71,6 +73,14 @@ int osUnlock(int descriptor, const OsLockRange* range)
 }
 
 uint32_t osMilliseconds() { return osFaults.time != 0 ? osFaults.time : realOsMilliseconds(); }
+
+uint32_t osQuietTime() { return osFaults.time != 0 ? osFaults.quietTime : realOsQuietTime(); }
+
+void osGiveWay()
+{
+    ++osFaults.pauses;
+    realOsGiveWay();
+}
 
 void* allocateZeroed(size_t count, size_t size)
 {

@@ -42,9 +42,11 @@ struct OsFaults {
 
     int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
     uint32_t time = 0;           // milliseconds that the clock shows, unless 0
+    uint32_t quietTime = 0;      // what osQuietTime answers then
 
     int failures = 0; // calls that have failed
     int locks = 0;    // lock calls made
+    int pauses = 0;   // times that others were given way
     std::vector<OsTransfer> transfers = {};
 };
 

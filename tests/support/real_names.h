@@ -9,6 +9,8 @@
 #define osLock realOsLock
 #define osUnlock realOsUnlock
 #define osMilliseconds realOsMilliseconds
+#define osGiveWay realOsGiveWay
+#define osQuietTime realOsQuietTime
 #define allocateZeroed realAllocateZeroed
 #define reallocate realReallocate
 #define release realRelease
