@@ -15,11 +15,11 @@
  *   Texts      Zero-terminated single-byte strings.
  *   Paths      Go to the system's open call byte by byte: as they are on Linux,
  *              on Windows in the ANSI code page of the process.
- *   Names      Blanks at the end of a name do not count. The key of an element
- *              holds up to 20 characters of its name, which name lists give and
- *              reads take; the element itself holds the first 15. A name may
- *              contain commas, which a name list cannot tell from those that it
- *              puts between names.
+ *   Names      Blanks at the end of a name do not count. The key of a line,
+ *              curve, spiral, chain or profile holds up to 20 characters of its
+ *              name, which name lists give and reads take; the element itself
+ *              holds the first 15. A name may contain commas, which a name list
+ *              cannot tell from those that it puts between names.
  *   Walks      One for each kind, started by readFirst and only by that; at its
  *              end readNext is IDX_ERROR every time. Every connect forgets them.
  *   Writing    Reading a line that has no extension record, or a chain that has
@@ -36,6 +36,11 @@
  *              connection, also when it fails, but for bad arguments; the
  *              earlier handle answers IDX_ERROR from then on and is still to be
  *              passed to disconnect.
+ *
+ *   Bindings   For hosts in Pascal, .NET and others: the calling convention is
+ *              cdecl, records are aligned to 8 bytes, and texts in records are
+ *              arrays of bytes, flags one byte, 0 or 1. Elements and lists stay
+ *              pointers until they are given back. docs/host-guide.md tells more.
  *
  * For hosts, in C99 or later or in C++11 or later.
  */

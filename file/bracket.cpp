@@ -118,6 +118,16 @@ static bool isTimeToPause(OpenFile* file)
            slotsAreUsed(file, sharing->userSlot + 1, USER_SLOTS);
 }
 
+// Short reads look at the clock now and then: it takes a while to read.
+static bool looksAtClock(OpenFile* file)
+{
+    constexpr uint32_t READS_BETWEEN_LOOKS = 3;
+    uint32_t* left = &file->sharing.readsToLook;
+    bool looks = *left == 0;
+    *left = looks ? READS_BETWEEN_LOOKS : *left - 1;
+    return looks;
+}
+
 // Until the quiet time is over. Expects that the file lock is not held.
 static void pauseForWriters(const OpenFile* file)
 {
@@ -150,10 +160,7 @@ int ixBeginRead(OpenFile* file)
     if (isExclusive(file)) return IX_OK;
     if (releaseLeftOver(file) != IX_OK) return IX_LOCK_FAILED;
     if (file->sharing.fileLock != LOCKED) {
-        // The clock takes a while to read.
-        constexpr uint32_t READS_BETWEEN_LOOKS = 4;
-        bool looks = ++file->sharing.reads % READS_BETWEEN_LOOKS == 0;
-        if (looks && isTimeToPause(file)) pauseForWriters(file);
+        if (looksAtClock(file) && isTimeToPause(file)) pauseForWriters(file);
         int result = lockAndRefresh(file, false);
         if (result != IX_OK) return result;
     }
@@ -174,15 +181,21 @@ int ixYieldRead(OpenFile* file, ReadPiece* piece)
 {
     constexpr int32_t STEPS_BETWEEN_LOOKS = 64;
     constexpr uint32_t PIECE_MILLISECONDS = 10;
+    constexpr uint32_t UNDIVIDED_MILLISECONDS = 2; // a shorter read is of one state of the file
     if (isExclusive(file)) return IX_OK;
     bool looks = piece->steps % STEPS_BETWEEN_LOOKS == 0;
     bool first = piece->steps == 0;
     ++piece->steps;
     if (!looks) return IX_OK;
     uint32_t now = osMilliseconds();
-    if (first) piece->since = now;
-    bool pauses = isTimeToPause(file);
-    if (!pauses && now - piece->since < PIECE_MILLISECONDS) return IX_OK;
+    if (first) {
+        piece->since = now;
+    } else {
+        file->sharing.readsToLook = 0; // such reads are not short
+    }
+    uint32_t age = now - piece->since;
+    bool pauses = age >= UNDIVIDED_MILLISECONDS && isTimeToPause(file);
+    if (!pauses && age < PIECE_MILLISECONDS) return IX_OK;
 
     int ended = ixEndRead(file);
     *piece = {};

@@ -39,6 +39,6 @@ struct ReadPiece {
 };
 
 // Called after each step of a long read inside an outermost read: when that has held
-// the file lock for some milliseconds, it is ended and begun anew, so that those who
-// wait to write get in between. 0, or an error with the read ended.
+// the file lock for ten milliseconds, or two in a quiet time, it is ended and begun anew, so
+// that those who wait to write get in between. 0, or an error with the read ended.
 int ixYieldRead(OpenFile* file, ReadPiece* piece);

@@ -96,7 +96,7 @@ TEST(Reads, StayAwayFromTheLockInQuietTimes)
         auto pausesInReads = [&](int yieldingIn) {
             osFaults.pauses = 0;
             for (int i = 0; i < 8; ++i) {
-                ReadPiece piece = {};
+                ReadPiece piece = {.since = 3, .steps = 64};
                 EXPECT_EQ(ixBeginRead(&reader.file), 0);
                 int yielded = i == yieldingIn ? ixYieldRead(&reader.file, &piece) : 0;
                 EXPECT_EQ(yielded, 0);
@@ -107,7 +107,7 @@ TEST(Reads, StayAwayFromTheLockInQuietTimes)
         ASSERT_EQ(ixOpen(&files[0], path.c_str(), OPEN_SHARED), IX_OK);
         ASSERT_EQ(ixOpen(&files[1], path.c_str(), OPEN_SHARED), IX_OK);
         osFaults = {.time = 5};
-        EXPECT_EQ(pausesInReads(8), 0);
+        EXPECT_EQ(pausesInReads(0), 0);
         osFaults.quietTime = 1;
         EXPECT_EQ(pausesInReads(8), 10) << "and goes on when the time does not end";
         EXPECT_EQ(pausesInReads(8), 0) << "the same time";
