@@ -156,6 +156,7 @@ static void run(const char* name, Work* work, int readers, int seconds, const st
     must(room != MAP_FAILED);
     Tally* tally = new (room) Tally;
     std::vector<pid_t> processes;
+    processes.reserve(static_cast<size_t>(readers) + 1);
     for (int i = 0; i < readers; ++i) {
         processes.push_back(start(work, path, tally));
     }
@@ -171,10 +172,9 @@ static void run(const char* name, Work* work, int readers, int seconds, const st
     munmap(room, sizeof(Tally));
 }
 
-int main(int argumentCount, char** arguments)
+static void runAll(int seconds)
 {
     namespace fs = std::filesystem;
-    int seconds = argumentCount > 1 ? std::atoi(arguments[1]) : 5;
     fs::path job = fs::temp_directory_path() / ("orvidx-wait-" + std::to_string(getpid()));
     int written = 0;
     must(seconds > 0 && createSampleJob(job, SAMPLE_POINTS, 1, &written) == SAMPLE_OK);
@@ -186,5 +186,15 @@ int main(int argumentCount, char** arguments)
         run("list", listPoints, readers, seconds, job);
     }
     fs::remove(job);
-    return 0;
+}
+
+int main(int argumentCount, char** arguments)
+{
+    try {
+        runAll(argumentCount > 1 ? std::stoi(arguments[1]) : 5);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "writer_wait: %s\n", failure.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
 }
