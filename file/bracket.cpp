@@ -188,11 +188,8 @@ int ixYieldRead(OpenFile* file, ReadPiece* piece)
     ++piece->steps;
     if (!looks) return IX_OK;
     uint32_t now = osMilliseconds();
-    if (first) {
-        piece->since = now;
-    } else {
-        file->sharing.readsToLook = 0; // such reads are not short
-    }
+    if (first) piece->since = now;
+    file->sharing.readsToLook = 0; // such reads are not short
     uint32_t age = now - piece->since;
     bool pauses = age >= UNDIVIDED_MILLISECONDS && isTimeToPause(file);
     if (!pauses && age < PIECE_MILLISECONDS) return IX_OK;
