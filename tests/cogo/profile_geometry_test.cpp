@@ -119,29 +119,19 @@ const Case CASES[] = {
 };
 // clang-format on
 
-// Waves of length 4, more than one block of segments and more than one record hold.
-static Case waves()
-{
-    Case waves = {"WAVES", {{{1, 0, 0}}, {}}, {"1:0,0 > 0:0,0 @0.5"}, {"0:0,0"}};
-    for (int wave = 0; wave < 66; ++wave) {
-        Entries& record = waves.records[wave < 33 ? 0 : 1];
-        record.insert(record.end(), {{-8, 2, 2}, {5, 4.0 * wave + 2, 1}, {0, 0.5, -0.5}});
-        std::string begin = std::to_string(4 * wave) + ",0";
-        std::string middle = std::to_string(4 * wave + 2);
-        std::string end = std::to_string(4 * wave + 4) + ",0";
-        waves.segments.push_back(begin + " @0.5 > " + end + " @-0.5 rate -0.25, 5:" + middle +
-                                 ",1 2+2, turns " + middle + ",0.5, flags 11");
-        waves.vertices.insert(waves.vertices.end(), {"4:" + begin, "6:" + middle + ",0.5",
-                                                     "1:" + middle + ",1 2+2", "5:" + end});
-    }
-    waves.vertices.push_back("0:264,0");
-    return waves;
-}
-
+// And one of more points than one block of segments and one record hold.
 static std::vector<Case> allCases()
 {
     std::vector<Case> cases(std::begin(CASES), std::end(CASES));
-    cases.push_back(waves());
+    Case many = {"MANY", {{}, {}}, {}, {"0:0,0"}};
+    std::string before = "1:0,0";
+    for (int i = 0; i < 198; ++i) {
+        many.records[i < 99 ? 0 : 1].push_back({1, 1.0 * i, 0});
+        std::string here = std::to_string(i) + ",0";
+        if (i > 0) many.segments.push_back(before + " > 1:" + here + " @0");
+        if (i > 0) many.vertices.push_back(before = "0:" + here);
+    }
+    cases.push_back(many);
     return cases;
 }
 
