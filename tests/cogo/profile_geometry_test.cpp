@@ -121,19 +121,29 @@ const Case CASES[] = {
 };
 // clang-format on
 
-// And one of more points than one block of segments and one record hold.
+// And waves of length 4: more segments than one block holds, more entries than one record,
+// and more vertices than there are segments.
 static std::vector<Case> allCases()
 {
     std::vector<Case> cases(std::begin(CASES), std::end(CASES));
-    Case many = {"MANY", {{}, {}}, {}, {"0:0,0"}};
-    std::string before = "1:0,0";
-    for (int i = 0; i < 198; ++i) {
-        many.records[i < 99 ? 0 : 1].push_back({1, 1.0 * i, 0});
-        std::string here = std::to_string(i) + ",0";
-        if (i > 0) many.segments.push_back(before + " > 1:" + here + " @0");
-        if (i > 0) many.vertices.push_back(before = "0:" + here);
+    Case waves = {"WAVES", {{{1, 0, 0}}, {}}, {"1:0,0 > 0:0,0 @0.5"}, {"0:0,0"}};
+    std::string begin = "0,0";
+    for (int wave = 0; wave < 66; ++wave) {
+        const int middle = 4 * wave + 2;
+        const std::string top = std::to_string(middle);
+        const std::string end = std::to_string(middle + 2) + ",0";
+        Entries& record = waves.records[wave < 33 ? 0 : 1];
+        record.insert(record.end(), {{-8, 2, 2}, {5, 1.0 * middle, 1}, {0, 0.5, -0.5}});
+        waves.segments.push_back(begin + " @0.5 > " + end + " @-0.5 rate -0.25, 5:" + top +
+                                 ",1 2+2, turns " + top + ",0.5, flags 11");
+        for (const std::string& vertex :
+             {"4:" + begin, "6:" + top + ",0.5", "1:" + top + ",1 2+2", "5:" + end}) {
+            waves.vertices.push_back(vertex);
+        }
+        begin = end;
     }
-    cases.push_back(many);
+    waves.vertices.push_back("0:" + begin);
+    cases.push_back(waves);
     return cases;
 }
 
