@@ -126,6 +126,54 @@ TEST(Orvidx, KeepsTheOldExportWhenTheDiskIsFull)
     EXPECT_EQ(runCommand({ORVIDX_TOOL, "export", job, "-o", "/dev/full"}).status, 1);
 }
 
+// Whatever stands in place of a job is answered with a reason, in one line.
+TEST(Orvjob, SaysWhyAJobCannotBeChecked)
+{
+    std::string directory = freshDirectory();
+    std::string older = fileBytes(ORVIDX_TEST_DATA "/golden/tiny/job.orv");
+    for (int i = 0; i < 8; ++i) {
+        older["\0\4\10\14\20\24\34\40"[i]] = "VALIDATE"[i];
+    }
+    writeBytes(directory + "/older", older);
+    ASSERT_EQ(runCommand({"/usr/bin/env", "mkfifo", directory + "/fifo"}).status, 0);
+    const struct {
+        std::string name;
+        const char* reason;
+    } rows[] = {
+        {"/none", "there is no such file"},
+        {"/fifo", "not a regular file, not a job database"},
+        {"/older", "a job database of the older format, which is not looked into"},
+        {"", "a directory, not a job database"},
+    };
+    for (const auto& row : rows) {
+        CommandResult run = runCommand({ORVIDX_JOB_TOOL, "check", directory + row.name});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.errors, "orvjob: " + directory + row.name + ": " + row.reason + "\n");
+        run = runCommand({ORVIDX_JOB_TOOL, "diff", freshJob("tiny"), directory + row.name});
+        EXPECT_EQ(run.status, 2) << row.name;
+    }
+    const std::string full = "exec \"$0\" \"$1\" \"$2\" $3 >/dev/full";
+    std::string job = freshJob("tiny");
+    EXPECT_EQ(runCommand({"/bin/sh", "-c", full, ORVIDX_JOB_TOOL, "check", job}).status, 1);
+    EXPECT_EQ(runCommand({"/bin/sh", "-c", full, ORVIDX_JOB_TOOL, "diff", job, job}).status, 2);
+}
+
+// A writer at work is waited for; a job that is only open is checked at once.
+TEST(Orvjob, ChecksBesideOthers)
+{
+    std::string job = freshJob("tiny");
+    int descriptor = osOpen(job.c_str(), OS_READ_WRITE);
+    OsLockRange fileLock = {1, 1};
+    ASSERT_EQ(osLock(descriptor, OS_LOCK_SHARED, OS_LOCK_AT_ONCE, &fileLock), OS_DONE);
+    EXPECT_EQ(runCommand({ORVIDX_JOB_TOOL, "check", job, "--timeout", "0"}).status, 0);
+    ASSERT_EQ(osUnlock(descriptor, &fileLock), OS_DONE);
+    ASSERT_EQ(osLock(descriptor, OS_LOCK_EXCLUSIVE, OS_LOCK_AT_ONCE, &fileLock), OS_DONE);
+    CommandResult run = runCommand({ORVIDX_JOB_TOOL, "check", job, "--timeout", "0"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(has(run.errors, "another program is writing")) << run.errors;
+    osClose(descriptor);
+}
+
 TEST(Transfers, AreDoneAsFarAsTheSystemGoes)
 {
     int descriptor = osOpen(writeEmptyJob(0).c_str(), OS_READ_WRITE);

@@ -5,6 +5,7 @@
 #include "tools/check/tree_check.h"
 #include "tools/reading/job_reading.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -49,11 +50,33 @@ static std::vector<std::string> namesInLeaves(uint32_t kind, std::span<const uin
     return names;
 }
 
+static std::string joined(const std::vector<std::string>& names)
+{
+    std::string list;
+    for (const std::string& name : names) {
+        list += name + ",";
+    }
+    return list;
+}
+
+// Where names contain commas, a list of them can be cut in several ways.
+static void cutAsInLeaves(std::vector<std::string>* names, uint32_t kind,
+                          std::span<const uint8_t> bytes)
+{
+    bool hasCommas = std::any_of(names->begin(), names->end(), [](const std::string& name) {
+        return name.find(',') != std::string::npos;
+    });
+    if (!hasCommas) return;
+    std::vector<std::string> stored = namesInLeaves(kind, bytes);
+    if (joined(stored) == joined(*names)) *names = stored;
+}
+
 KindNames namesOfKind(IdxConnection* job, uint32_t kind, std::span<const uint8_t> bytes)
 {
     KindNames found;
     try {
         found.names = elementNames(job, kind);
+        cutAsInLeaves(&found.names, kind, bytes);
     } catch (const std::runtime_error& error) {
         found.names = namesInLeaves(kind, bytes);
         found.fault = std::string(error.what()).substr(std::strlen(job->path) + std::strlen(": "));

@@ -297,30 +297,54 @@ static bool checksumFits(const std::vector<uint8_t>& image)
     return loadInt16(image.data() + IMAGE_CHECKSUM) == imageChecksum(image.data(), length);
 }
 
-static bool isProfileHeader(const std::vector<const uint8_t*>& keys)
+// Returns the key of a profile header among those of a record, or null.
+static const char* profileHeaderKey(const std::vector<const uint8_t*>& keys)
 {
-    return std::any_of(keys.begin(), keys.end(), [](const uint8_t* entry) {
+    for (const uint8_t* entry : keys) {
         const char* key = entryKey(entry) + 1;
-        return entryIndex(entry) == RECORD_KEY_INDEX && std::strlen(key) >= KEY_TAG + TAG_LENGTH &&
-               std::memcmp(key + KEY_TAG, TAG_PROFILE, TAG_LENGTH) == 0;
-    });
+        if (entryIndex(entry) != RECORD_KEY_INDEX) continue;
+        if (std::strlen(key) < KEY_TAG + TAG_LENGTH) continue;
+        if (std::memcmp(key + KEY_TAG, TAG_PROFILE, TAG_LENGTH) == 0) return key;
+    }
+    return nullptr;
 }
 
-// Checks a record whose signature is of no layout that its keys stand for. Profile headers are
-// such: readers look only their keys up.
+// Checks a profile header. Readers look only its key up, which is also the first field of its
+// image, a text behind the field's number.
+static void checkProfileHeader(CheckedFile* file, int32_t number, const std::vector<uint8_t>& image,
+                               const char* key)
+{
+    constexpr size_t TEXT = IMAGE_ITEMS + 2;
+    size_t length = std::strlen(key);
+    if (image.size() < TEXT + length || std::memcmp(image.data() + TEXT, key, length) != 0) {
+        complain(&file->report, "record %d (profile header): its key is not the one that it holds",
+                 number);
+    } else if (!checksumFits(image)) {
+        file->report.remarks.push_back(
+            "record " + std::to_string(number) +
+            " (profile header): damaged image, of which nothing is read");
+    }
+}
+
+// Checks a record whose signature is of no layout that its keys stand for.
 static void checkOtherRecord(CheckedFile* file, int32_t number, const std::vector<uint8_t>& image,
                              const std::vector<const uint8_t*>& keys)
 {
-    const char* name = filedAs(keys);
-    if (name != nullptr) {
-        complain(&file->report, "record %d (%s): %s", number, name,
+    const char* filed = filedAs(keys);
+    const KnownLayout* held = layoutOfImage(image.data(), static_cast<int>(image.size()));
+    if (filed != nullptr) {
+        complain(&file->report, "record %d (%s): %s", number, filed,
                  checksumFits(image) ? "an image of another layout" : "damaged image");
         return;
     }
+    if (held != nullptr) {
+        complain(&file->report, "record %d (%s): its key is not the one that it holds", number,
+                 held->name);
+        return;
+    }
     ++file->report.unknownRecords;
-    if (!isProfileHeader(keys) || checksumFits(image)) return;
-    file->report.remarks.push_back("record " + std::to_string(number) +
-                                   " (profile header): damaged image, which no element is made of");
+    const char* key = profileHeaderKey(keys);
+    if (key != nullptr) checkProfileHeader(file, number, image, key);
 }
 
 // Counts what is stored of a record that no key leads to, and how much of that was complained

@@ -5,6 +5,7 @@
 #include "tools/reading/element_json.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
+#include "tools/recover/recover.h"
 #include "tools/snapshot/job_snapshot.h"
 
 #include <cstdio>
@@ -32,12 +33,20 @@ static std::string whatIsLost(const CheckReport& report)
 }
 
 // Returns what to do about the job, which is not clean.
-static std::string adviceFor(const CheckReport& report, const ElementReport& elements)
+static std::string adviceFor(const CheckReport& report, const ElementReport& elements,
+                             const std::vector<uint8_t>& bytes)
 {
     if (isHarmless(report) && allReadable(elements)) {
         return "harmless: " + whatIsLost(report) + " lost to killed writers";
     }
-    return "orvjob recover saves what can be saved";
+    Recovery recovery = recoverJob(bytes, false);
+    if (recovery.result != RECOVERY_DONE) return "there is nothing that orvjob recover could save";
+    int lost = countInState(recovery, STATE_LOST);
+    int saved = static_cast<int>(recovery.elements.size()) - lost;
+    std::string advice = "orvjob recover would save " + counted(saved, "element");
+    int rescued = countInState(recovery, STATE_RESCUED) + countInState(recovery, STATE_DOUBTFUL);
+    if (rescued > 0) advice += ", of which " + std::to_string(rescued) + " cannot be read now";
+    return lost > 0 ? advice + "; " + counted(lost, "element") + " lost" : advice;
 }
 
 // -- For people --------------------------------------------------------------
@@ -74,7 +83,8 @@ static std::string cleanLine(const CheckReport& report)
     return line;
 }
 
-static void printReport(const CheckReport& report, const ElementReport& elements)
+static void printReport(const CheckReport& report, const ElementReport& elements,
+                        const std::vector<uint8_t>& bytes)
 {
     for (const std::string& complaint : report.complaints) {
         printLine(complaint);
@@ -83,7 +93,7 @@ static void printReport(const CheckReport& report, const ElementReport& elements
         printLine("remark: " + remark);
     }
     printElements(elements);
-    printLine(isClean(report, elements) ? cleanLine(report) : adviceFor(report, elements));
+    printLine(isClean(report, elements) ? cleanLine(report) : adviceFor(report, elements, bytes));
 }
 
 // -- For programs ------------------------------------------------------------
@@ -119,7 +129,8 @@ static ordered_json countsJson(const CheckReport& report, const ElementReport& e
     return json;
 }
 
-static void printJson(const CheckReport& report, const ElementReport& elements)
+static void printJson(const CheckReport& report, const ElementReport& elements,
+                      const std::vector<uint8_t>& bytes)
 {
     bool clean = isClean(report, elements);
     ordered_json complaints = report.complaints;
@@ -135,7 +146,7 @@ static void printJson(const CheckReport& report, const ElementReport& elements)
                          {"remarks", notesJson(elements, &KindReport::remarks, "remark")},
                          {"recordRemarks", report.remarks},
                          {"counts", countsJson(report, elements)},
-                         {"advice", clean ? "" : adviceFor(report, elements)}};
+                         {"advice", clean ? "" : adviceFor(report, elements, bytes)}};
     std::puts(jsonLine(json).c_str());
 }
 
@@ -159,6 +170,6 @@ int runCheck(const CheckRequest& request)
     if (!report.readable) return refuse(request, report.complaints.front());
 
     ElementReport elements = checkElements(snapshot.bytes);
-    (request.json ? printJson : printReport)(report, elements);
+    (request.json ? printJson : printReport)(report, elements, snapshot.bytes);
     return isClean(report, elements) ? STATUS_DONE : STATUS_FAILED;
 }

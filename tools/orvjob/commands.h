@@ -8,6 +8,10 @@ constexpr int STATUS_DONE = 0;
 constexpr int STATUS_FAILED = 1;
 constexpr int STATUS_USAGE = 2;
 
+// Of diff alone.
+constexpr int STATUS_DIFFERENT = 1;
+constexpr int STATUS_TROUBLE = 2; // nothing was compared, or the result could not be printed
+
 struct CheckRequest {
     std::string job;
     bool json = false;
@@ -37,6 +41,15 @@ struct RecoverRequest {
 
 // Returns 1 also when something was lost, and 3 when there is nothing to recover.
 int runRecover(const RecoverRequest& request);
+
+struct DiffRequest {
+    std::string jobA;
+    std::string jobB;
+    bool json = false;
+    int lockSeconds = 0;
+};
+
+int runDiff(const DiffRequest& request);
 
 // Prints a line on standard error: which file, and why it failed. Returns STATUS_FAILED.
 int failWith(const std::string& path, const std::string& reason);

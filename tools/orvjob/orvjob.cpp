@@ -3,10 +3,12 @@
 //   orvjob check JOB            verifies the whole file, without changing it
 //   orvjob backup JOB NEW       copies a job that others are using
 //   orvjob recover JOB NEW      builds a sound job from what is left of a damaged one
+//   orvjob diff A B             tells what differs between two jobs
 //   orvjob create-sample FILE   writes a new job with a believable road in it
 //
 // Exit status 0: done, or clean; 1: complaints, one a line on standard output, or a
-// file that cannot be read or written, one line on standard error; 2: wrong usage.
+// file that cannot be read or written, one line on standard error; 2: wrong usage. That of diff
+// is 0 for the same, 1 for a difference, and 2 for everything else.
 // It is 1 also when not all points of a sample fit; the line on standard error then tells how
 // many do, and the file holds these.
 #include "tools/orvjob/commands.h"
@@ -72,8 +74,38 @@ static void declareCheck(CLI::App* command, CheckRequest* request)
                     "no damage; 1 complaints, or a file that cannot be read; 2 wrong usage.");
 }
 
-// Returns the exit status; throws std::exception for STATUS_FAILED.
-static int parseAndRun(int argc, char** argv)
+static void declareRecover(CLI::App* command, RecoverRequest* request)
+{
+    command->add_option("JOB", request->job, "Damaged file, which stays as it is")->required();
+    command->add_option("NEW", request->rescued, "File to create; it must not exist");
+    command->add_flag("--dry-run", request->dryRun, "Write nothing, report only");
+    command->add_flag("--force", request->replaces, "Replace NEW if it exists");
+    command->add_flag("--keep-both", request->keepBoth,
+                      "Of two versions of an element, keep the other under a name of its own");
+    command->add_flag("--json", request->json, "Report as JSON");
+    declareTimeout(command, &request->lockSeconds);
+    command->footer(
+        "Looks at every page of the file, whether its tree still leads there or not, takes\n"
+        "what is whole, and packs it into a new job. Of a sound job that is a compact copy.\n"
+        "Exit status: 0 everything that was ever there is back; 1 something is lost, which the\n"
+        "report names, or NEW cannot be written; 2 wrong usage; 3 nothing to recover.");
+}
+
+static void declareDiff(CLI::App* command, DiffRequest* request)
+{
+    command->add_option("A", request->jobA, "Job database file")->required();
+    command->add_option("B", request->jobB, "The one to compare it with")->required();
+    command->add_flag("--json", request->json, "Print what differs as JSON, for programs");
+    declareTimeout(command, &request->lockSeconds);
+    command->footer(
+        "Compares all that hosts can read: elements removed from A, added in B, and\n"
+        "changed, with the members that differ. Neither job is changed, and others may\n"
+        "be using them. Exit status: 0 no difference; 1 some, elements among them that\n"
+        "can be read in one job only; 2 a job that cannot be opened, or wrong usage.");
+}
+
+// Returns the exit status; throws std::exception for *troubleStatus.
+static int parseAndRun(int argc, char** argv, int* troubleStatus)
 {
     CLI::App app("Looks after job database files.", "orvjob");
     app.require_subcommand(1);
@@ -93,18 +125,11 @@ static int parseAndRun(int argc, char** argv)
     RecoverRequest recover;
     CLI::App* rescue =
         app.add_subcommand("recover", "Build a sound job from what is left of a damaged one");
-    rescue->add_option("JOB", recover.job, "Damaged file, which stays as it is")->required();
-    CLI::Option* rescued =
-        rescue->add_option("NEW", recover.rescued, "File to create; it must not exist");
-    CLI::Option* dryRun =
-        rescue->add_flag("--dry-run", recover.dryRun, "Write nothing, report only");
-    rescue->add_flag("--force", recover.replaces, "Replace NEW if it exists");
-    rescue->add_flag("--keep-both", recover.keepBoth,
-                     "Of two versions of an element, keep the other under a name of its own");
-    rescue->add_flag("--json", recover.json, "Report as JSON");
-    rescue->add_option("--timeout", recover.lockSeconds, "Seconds to wait for a writer")
-        ->check(CLI::NonNegativeNumber)
-        ->default_val(DEFAULT_LOCK_SECONDS);
+    declareRecover(rescue, &recover);
+
+    DiffRequest compared;
+    CLI::App* diff = app.add_subcommand("diff", "Tell what differs between two jobs");
+    declareDiff(diff, &compared);
 
     SampleRequest sample;
     CLI::App* create =
@@ -118,9 +143,8 @@ static int parseAndRun(int argc, char** argv)
 
     try {
         app.parse(argc, argv);
-        if (rescue->parsed() && rescued->empty() && dryRun->empty()) {
-            throw CLI::RequiredError("NEW");
-        }
+        bool unnamed = recover.rescued.empty() && !recover.dryRun;
+        if (rescue->parsed() && unnamed) throw CLI::RequiredError("NEW");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? STATUS_DONE : STATUS_USAGE;
     }
@@ -128,17 +152,19 @@ static int parseAndRun(int argc, char** argv)
     if (create->parsed()) return runCreateSample(sample);
     if (copy->parsed()) return runBackup(backup);
     if (rescue->parsed()) return runRecover(recover);
-    return STATUS_DONE;
+    *troubleStatus = STATUS_TROUBLE;
+    return runDiff(compared);
 }
 
 int main(int argc, char** argv)
 {
+    int troubleStatus = STATUS_FAILED;
     try {
-        int status = parseAndRun(argc, argv);
-        if (std::fflush(stdout) == 0) return status;
-        return failWith("standard output", std::strerror(errno));
+        int status = parseAndRun(argc, argv, &troubleStatus);
+        if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+        failWith("standard output", std::strerror(errno));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "orvjob: %s\n", error.what());
-        return STATUS_FAILED;
     }
+    return troubleStatus;
 }

@@ -22,6 +22,13 @@ JobCopy openJobCopy(const std::vector<uint8_t>& bytes)
     return copy;
 }
 
+bool returnToJobCopy(JobCopy* copy)
+{
+    orvIdx_disconnectFromOrvaneOrvFile(&copy->job);
+    const char* path = copy->file.temporary.c_str();
+    return orvIdx_connectToOrvaneOrvFile(&copy->job, path, 0) == IDX_OK;
+}
+
 void closeJobCopy(JobCopy* copy)
 {
     // What cannot be written back is thrown away all the same.

@@ -20,5 +20,8 @@ struct JobCopy {
 // Opens a copy with these bytes. A connection that the process has is closed.
 JobCopy openJobCopy(const std::vector<uint8_t>& bytes);
 
+// Connects once more to a copy whose connection another one has taken. False when that fails.
+bool returnToJobCopy(JobCopy* copy);
+
 // Closes the copy and removes it. Nothing happens to one that could not be opened.
 void closeJobCopy(JobCopy* copy);
