@@ -69,7 +69,7 @@ TEST(ElementCheck, AFileInWhichSomethingCannotBeReadIsNeverClean)
     const std::string bytes = copyOf("tiny");
     std::string job = writeJob(bytes);
     int unreadable = 0;
-    for (size_t at = 1024; at < bytes.size(); at += 41) {
+    for (size_t at = 1024; at < bytes.size(); at += 59) {
         std::string damaged = bytes;
         damaged[at] = static_cast<char>(damaged[at] ^ 1 << at % 8);
         std::string path = writeJob(damaged);
