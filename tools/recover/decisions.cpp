@@ -71,6 +71,18 @@ static bool allowsDuplicates(const KnownLayout* known)
     return true;
 }
 
+// True when a search for a record key other than its own leads to the record.
+static bool isLedByOther(const Salvage* salvage, const FoundRecord& record)
+{
+    EntryRange range = keysTo(salvage, record.number);
+    for (size_t at = range.begin; at < range.end; ++at) {
+        const SalvagedEntry& found = salvage->entries[salvage->keysByNumber[at]];
+        bool isRecordKey = entryIndex(found.entry) == RECORD_KEY_INDEX;
+        if (isRecordKey && found.trust == TRUST_IN_PLACE) return true;
+    }
+    return false;
+}
+
 // Decides about a record of no layout of ours. Another program's is kept unless the tree has no
 // place for it; one of ours that is damaged is lost.
 static void decideForeign(const Salvage* salvage, const FoundRecord& record, Lead lead,
@@ -78,6 +90,8 @@ static void decideForeign(const Salvage* salvage, const FoundRecord& record, Lea
 {
     bool damaged = isDamagedOne(salvage, record);
     bool kept = lead != LEAD_NONE || record.trust > TRUST_DENIED;
+    if (!ownKeyOf(record).empty() && record.proof != PROOF_KEY)
+        damaged |= isLedByOther(salvage, record);
     if (damaged || !kept || record.isSecond) decision->fate = FATE_LEFT_OVER;
     decision->wasReached = record.trust == TRUST_IN_PLACE;
 }

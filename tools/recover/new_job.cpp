@@ -91,11 +91,14 @@ static bool isOurs(const uint8_t* entry)
 void addForeignRecord(NewJob* job, const Salvage* salvage, const FoundRecord& record)
 {
     addFoundSegments(job, record);
+    std::string own = ownKeyOf(record);
     EntryRange range = keysTo(salvage, record.number);
     for (size_t at = range.begin; at < range.end; ++at) {
         const SalvagedEntry& found = salvage->entries[salvage->keysByNumber[at]];
         bool taken = isOurs(found.entry) && job->uniqueKeys.contains(entryKey(found.entry));
-        if (taken || found.trust == TRUST_DENIED) continue;
+        bool other = !own.empty() && entryIndex(found.entry) == RECORD_KEY_INDEX &&
+                     own != entryKey(found.entry);
+        if (taken || other || found.trust == TRUST_DENIED) continue;
         job->entries.push_back(found.entry);
         job->uniqueKeys.insert(entryKey(found.entry));
     }

@@ -80,13 +80,15 @@ static void noteLost(Work* work)
 // What names a record of another program: its record key. It may have none.
 static std::string foreignKey(const Work* work, const FoundRecord& record)
 {
+    std::string own = ownKeyOf(record);
+    if (!own.empty()) return own;
     const Salvage* salvage = &work->salvage;
     EntryRange range = keysTo(salvage, record.number);
     for (size_t at = range.begin; at < range.end; ++at) {
         const uint8_t* entry = salvage->entries[salvage->keysByNumber[at]].entry;
         if (entryIndex(entry) == RECORD_KEY_INDEX) return entryKey(entry);
     }
-    return ownKeyOf(record);
+    return {};
 }
 
 static void keepForeign(Work* work, const FoundRecord& record, const Decision& decision)
