@@ -59,7 +59,7 @@ TEST(LibraryAndTools, AreBuiltToBeHard)
         EXPECT_TRUE(has(headers, "BIND_NOW") && !has(headers, "RWE")) << file;
         std::string paths = dynamicEntries("RUNPATH", file);
         EXPECT_TRUE(paths.empty() || (paths.starts_with("$ORIGIN/") && !has(paths, ":"))) << paths;
-        std::string symbols = shell(ORVIDX_NM " -D {}", file);
+        std::string symbols = shell(ORVIDX_NM " -D -u {}", file);
         EXPECT_TRUE(ORVIDX_SANITIZED || has(symbols, "__stack_chk_fail")) << file;
         EXPECT_EQ(has(symbols, "printf_chk"), bool(ORVIDX_FORTIFIED)) << file;
     }
