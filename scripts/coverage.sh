@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 build=build/coverage
 folders=(format platform file engine records survey cogo api)
 
-scripts/packages.sh gcovr
+scripts/packages.sh --checks gcovr
 cmake -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORVIDX_BENCH=OFF \
   -DCMAKE_C_FLAGS=--coverage -DCMAKE_CXX_FLAGS="--coverage -fprofile-update=atomic" >/dev/null
 cmake --build $build

@@ -1,16 +1,23 @@
 #!/usr/bin/env bash
-# Installs what is missing of the Debian packages that the build and the tests need, and,
-# where they can be had, of those for the builds for other platforms: without these the
-# tests there are skipped. Packages named as arguments are installed as well.
+# Installs what is missing of the Debian packages that the library and its tools are built
+# with, and of the packages named.
+#
+#   packages.sh [--checks] [PACKAGE...]
+#
+# With --checks also those that the tests, the benchmarks and the other checks need; of these,
+# clang and the packages for other platforms only where they can be had. Without clang, gcc
+# makes the build with the sanitizers, and there is no fuzz test; without the others the tests
+# there are skipped.
 set -euo pipefail
 
-packages=(
-  g++ cmake ninja-build
-  libcli11-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev
-  binutils clang-format clang-tidy
-  "$@"
-)
-for_other_platforms=(g++-mingw-w64-i686 g++-multilib googletest)
+packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
+optional=()
+if [ "${1:-}" = --checks ]; then
+  shift
+  packages+=(libgtest-dev libbenchmark-dev binutils clang-format clang-tidy)
+  optional=(clang libclang-rt-dev g++-mingw-w64-i686 g++-multilib googletest)
+fi
+packages+=("$@")
 
 # Those of the packages named that are not installed.
 missing() {
@@ -22,7 +29,7 @@ missing() {
 }
 
 mapfile -t needed < <(missing "${packages[@]}")
-mapfile -t wanted < <(missing "${for_other_platforms[@]}")
+mapfile -t wanted < <(missing "${optional[@]}")
 [ $((${#needed[@]} + ${#wanted[@]})) -gt 0 ] || exit 0
 
 as_root=()
@@ -39,6 +46,6 @@ if [ ${#needed[@]} -gt 0 ]; then
   $updated || exit 1
   install "${needed[@]}"
 fi
-if [ ${#wanted[@]} -gt 0 ]; then
-  install "${wanted[@]}" || echo "not installed, goes without: ${wanted[*]}"
-fi
+for package in "${wanted[@]}"; do
+  install "$package" || echo "not installed, goes without: $package"
+done

@@ -3,20 +3,40 @@
 # them under AddressSanitizer and UndefinedBehaviorSanitizer), the 32-bit Windows build
 # with its tests as far as the machine lets them run, and clang-tidy. The tests of the
 # 32-bit Linux build are a command of their own: test-linux32.sh.
+#
+#   test.sh [--quick]
+#
+# With --quick, for between two edits: the optimised build and all of its tests, nothing else.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/packages.sh
-
-echo "== format"
-git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
-
-for preset in debug release; do
+build_and_test() {
+  local preset=$1
   echo "== $preset build and tests"
   cmake --preset "$preset" -DORVIDX_TOOLS=ON -DORVIDX_TESTS=ON -DORVIDX_BENCH=OFF >/dev/null
   cmake --build --preset "$preset"
   ctest --preset "$preset" | tee "build/$preset/tests.log"
-done
+}
+
+scripts/packages.sh --checks
+
+case ${1:-} in
+--quick)
+  build_and_test release
+  exit
+  ;;
+'') ;;
+*)
+  echo "usage: test.sh [--quick]" >&2
+  exit 2
+  ;;
+esac
+
+echo "== format"
+git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
+
+build_and_test debug
+build_and_test release
 
 echo "== Windows build and tests"
 scripts/test-windows.sh build/release | tee build/windows-tests.log

@@ -8,8 +8,9 @@ build=$1
 shift
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
-  # One that is not built would be read with guessed options.
-  mapfile -t files < <(git ls-files '*.cpp' ':!tests' | while read -r file; do
+  # One that is not built would be read with guessed options. The tools come first: some of
+  # them take as long as a whole folder of the product, and nothing is to wait for the last.
+  mapfile -t files < <(git ls-files '*.cpp' ':!tests' | sort -r | while read -r file; do
     if grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json"; then echo "$file"; fi
   done)
 fi

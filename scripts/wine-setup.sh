@@ -65,9 +65,13 @@ keyring=/usr/share/keyrings/debian-archive-keyring.gpg
 [ ! -e "$keyring" ] || options+=" signed-by=$keyring"
 echo "deb [$options] $mirror $release main" >"$apt/sources.list"
 
-# apt with i386 as its only architecture and all of its state in build/wine.
+# apt with i386 as its only architecture and all of its state in build/wine. A mirror that
+# does not answer, or too slowly, costs three minutes at most.
+give_up=$((SECONDS + 180))
 private_apt() {
-  apt-get -q -o Acquire::Retries=3 -o Acquire::http::Timeout=30 -o APT::Sandbox::User= \
+  local left=$((give_up - SECONDS))
+  [ "$left" -gt 0 ] || return 1
+  timeout "$left" apt-get -q -o Acquire::Retries=2 -o Acquire::http::Timeout=15 -o APT::Sandbox::User= \
     -o APT::Architecture=i386 -o APT::Architectures=i386 \
     -o Dir::State="$apt" -o Dir::State::status="$apt/status" -o Dir::Cache="$apt/cache" \
     -o Dir::Etc::sourcelist="$apt/sources.list" -o Dir::Etc::sourceparts=/dev/null \
