@@ -13,9 +13,9 @@ enum RecordFate {
 
 struct Decision {
     RecordFate fate;
-    int32_t number;   // under which it goes on
-    bool wasReached;  // a reader of the damaged job had it
-    const char* key;  // its primary key, the index first; empty for another program's record
+    int32_t number;  // under which it goes on
+    bool wasReached; // a reader of the damaged job had it
+    const char* key; // its primary key, the index first; empty for another program's record
     // Of a double: place of the record that was taken instead.
     size_t taken;
 };
