@@ -28,7 +28,11 @@ const std::string NAME(15, 'N');
 const std::string FEATURE(37, 'x');
 std::string repeated(const std::string& text, int times)
 {
-    return times > 0 ? text + repeated(text, times - 1) : "";
+    std::string all;
+    for (int i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
 }
 const std::string MEMBERS = repeated("1 ", 1249) + "1"; // the last one is the last character
 const std::string LONGEST_POINT = "ABCDEFGHIJKLMN1";

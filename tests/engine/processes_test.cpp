@@ -5,6 +5,7 @@
 #include "tests/support/peer.h"
 #include "tests/support/raw_job.h"
 #include "tools/check/check.h"
+#include "tools/snapshot/job_snapshot.h"
 #include "tools/writer/job_writer.h"
 
 #include <chrono>
@@ -209,4 +210,64 @@ TEST(Processes, FindAfterwardsExactlyWhatTheyStored)
     EXPECT_EQ(report.locks, 0);
 }
 
-const std::map<std::string, PeerWork*> PEER_WORKS = {{"doEverything", doEverything}};
+// Adds points in twos, each two in one update, until the test has spoken, or the file is large.
+static void addTwos(const Peer& test, const std::string& path, int process)
+{
+    JobWriter job;
+    openShared(&job, path);
+    constexpr int TWOS = 3000;
+    for (int i = 1; i <= TWOS && !hasSpoken(test); ++i) {
+        must(ixBeginUpdate(&job.records.tree.file) == IX_OK, "begin");
+        for (const char* letter : {"A", "B"}) {
+            std::string name = letter + std::to_string(process * 1000000 + i);
+            must(addPoint(&job, name.c_str(), {}) == IX_OK, name);
+        }
+        must(ixEndUpdate(&job.records.tree.file) == IX_OK, "end");
+    }
+    must(closeJobWriter(&job) == IX_OK, "close");
+}
+
+const std::map<std::string, PeerWork*> PEER_WORKS = {{"doEverything", doEverything},
+                                                     {"addTwos", addTwos}};
+
+// The numbers of the points whose names begin with a letter.
+static std::set<std::string> pointsOf(const std::vector<uint8_t>& bytes, char letter)
+{
+    std::set<std::string> numbers;
+    int pages = decodeHeader(bytes.data()).nextFreePage;
+    for (size_t at = FIRST_PAGE_OFFSET; pages-- > 0; at += NODE_PAGE_SIZE) {
+        if (nodeLevel(&bytes[at]) > 0) continue;
+        const uint8_t* entry = firstEntry(&bytes[at]);
+        for (int i = 0; i < nodeCount(&bytes[at]); ++i, entry = nextEntry(entry)) {
+            const char* key = entryKey(entry);
+            if (key[0] == POINT_NAME_INDEX && key[1] == letter) numbers.insert(key + 2);
+        }
+    }
+    return numbers;
+}
+
+// Copies of a job that four processes write are sound, and none shows half an update.
+TEST(Snapshots, AreOfOneStateBesideWriters)
+{
+    std::string path = writeEmptyJob(0);
+    std::vector<Peer> peers;
+    for (int process = 1; process <= PROCESSES; ++process) {
+        peers.push_back(startPeer("addTwos", path, process));
+    }
+    size_t seen = 0;
+    for (int copy = 0; copy < 40 || seen < 100; ++copy) {
+        JobSnapshot snapshot = takeSnapshot(path, PEER_PATIENCE);
+        ASSERT_EQ(snapshot.fault, "");
+        clearHolders(&snapshot.bytes);
+        CheckReport report = checkJobBytes(snapshot.bytes);
+        ASSERT_EQ(report.complaints, std::vector<std::string>());
+        ASSERT_EQ(report.locks, 0);
+        std::set<std::string> points = pointsOf(snapshot.bytes, 'A');
+        ASSERT_EQ(points, pointsOf(snapshot.bytes, 'B'));
+        ASSERT_GE(points.size(), seen);
+        seen = points.size();
+    }
+    for (const Peer& peer : peers) {
+        endPeer(peer);
+    }
+}

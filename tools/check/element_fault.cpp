@@ -142,7 +142,8 @@ static ElementFault faultOfSurveyChain(RecordFile* job, const std::string& name)
     std::string fault = recordFault(job, surveyState.surveyChainLayout, SURVEY_NAME_FIELD);
     if (!fault.empty()) return damage("its record" + fault);
     if (findChainPointList(job, name.c_str()) != SURVEY_OK) {
-        return damage("its point list is missing");
+        if (lookupFailed(job)) return damage("its point list lies behind a damaged page");
+        return remark("it has no point list");
     }
     fault = recordFault(job, surveyState.pointListLayout, LIST_NAME_FIELD);
     return damage(fault.empty() ? "one of its points lies behind a damaged page"

@@ -2,7 +2,7 @@
 
 #include "records/record_image.h"
 #include "records/records.h"
-#include "survey/survey.h"
+#include "survey/point_name.h"
 
 #include <algorithm>
 #include <map>
@@ -40,6 +40,20 @@ static Lead leadTo(const Salvage* salvage, const FoundRecord& record, const char
         best = std::max(best, lead);
     }
     return best;
+}
+
+// True for an entry that has the form of a primary key. The rest of one that was hit has not.
+static bool isPrimaryEntry(const uint8_t* entry)
+{
+    if (entryDataLength(entry) != 0 || entryNumber(entry) <= 0) return false;
+    switch (entryIndex(entry)) {
+    case RECORD_KEY_INDEX:
+        return entryKeyLength(entry) == 1 + KEY_LENGTH;
+    case POINT_NAME_INDEX:
+        return entryKeyLength(entry) == 1 + SURVEY_NAME_LENGTH;
+    default:
+        return entryIndex(entry) == SURVEY_CHAIN_INDEX || entryIndex(entry) == POINT_LIST_INDEX;
+    }
 }
 
 // -- Numbers that a key leads to in vain --------------------------------------
@@ -133,7 +147,8 @@ static Decision decideOne(const Salvage* salvage, const FoundRecord& record, con
         decideForeign(salvage, record, lead, &decision);
         return decision;
     }
-    decision.wasReached = lead == LEAD_IN_PLACE && record.trust == TRUST_IN_PLACE;
+    decision.wasReached =
+        lead == LEAD_IN_PLACE && record.trust == TRUST_IN_PLACE && record.proof == PROOF_KEY;
     bool led = record.isSecond ? record.proof == PROOF_KEY : lead >= LEAD_PRIMARY;
     if (lead == LEAD_OTHER && !record.isSecond)
         led = !isDeniedKey(salvage, decision.key, record.number);
@@ -217,6 +232,38 @@ static void giveNumbers(const Salvage* salvage, Decisions* decisions)
     }
 }
 
+// True when no element could have been filed under the key, the index first.
+static bool isImpossibleKey(const char* key)
+{
+    if (key[0] == RECORD_KEY_INDEX) {
+        KeyComponents parts = splitKey(key + 1);
+        KeyComponents right = keyComponents(parts.recordTag, parts.elementName, "", "");
+        int kind = kindOfTag(parts.recordTag);
+        bool hasQualifiers = kind == KIND_NONE || kind == KIND_EXTENSION;
+        return !hasQualifiers && std::strcmp(buildKey(&right).text, key + 1) != 0;
+    }
+    char name[SURVEY_NAME_ROOM] = {};
+    char right[SURVEY_NAME_ROOM] = {};
+    if (key[0] != POINT_NAME_INDEX) return false;
+    nameOfKey(name, sizeof name, key + 1);
+    return buildPointNameKey(right, name) != SURVEY_OK || std::strcmp(right, key + 1) != 0;
+}
+
+// The key under which a search finds a record whose own key is damaged. Else its own: that of an
+// entry may be damaged just as well.
+static const char* rightKey(const Salvage* salvage, const FoundRecord& record, const char* own)
+{
+    if (record.proof != PROOF_LAYOUT || !isImpossibleKey(own)) return own;
+    EntryRange range = keysTo(salvage, record.number);
+    for (size_t at = range.begin; at < range.end; ++at) {
+        const SalvagedEntry& found = salvage->entries[salvage->keysByNumber[at]];
+        const char* key = entryKey(found.entry);
+        bool fits = isPrimaryKey(*record.known, entryIndex(found.entry), key + 1);
+        if (fits && found.trust == TRUST_IN_PLACE && isPrimaryEntry(found.entry)) return key;
+    }
+    return own;
+}
+
 Decisions decide(const Salvage* salvage)
 {
     Decisions decisions = {{}, {}, nextNumber(salvage)};
@@ -225,8 +272,8 @@ Decisions decide(const Salvage* salvage)
     for (const FoundRecord& record : salvage->records) {
         std::string key = primaryKeyOf(record);
         const uint8_t* kept = keepBytes(&decisions.keys, key.c_str(), key.size() + 1);
-        decisions.of.push_back(
-            decideOne(salvage, record, reinterpret_cast<const char*>(kept), &taken));
+        const char* own = reinterpret_cast<const char*>(kept);
+        decisions.of.push_back(decideOne(salvage, record, rightKey(salvage, record, own), &taken));
     }
     settleKeys(salvage, &decisions);
     giveNumbers(salvage, &decisions);
@@ -235,20 +282,6 @@ Decisions decide(const Salvage* salvage)
 }
 
 // -- What is lost ------------------------------------------------------------
-
-// True for an entry that has the form of a primary key. The rest of one that was hit has not.
-static bool isPrimaryEntry(const uint8_t* entry)
-{
-    if (entryDataLength(entry) != 0 || entryNumber(entry) <= 0) return false;
-    switch (entryIndex(entry)) {
-    case RECORD_KEY_INDEX:
-        return entryKeyLength(entry) == 1 + KEY_LENGTH;
-    case POINT_NAME_INDEX:
-        return entryKeyLength(entry) == 1 + SURVEY_NAME_LENGTH;
-    default:
-        return entryIndex(entry) == SURVEY_CHAIN_INDEX || entryIndex(entry) == POINT_LIST_INDEX;
-    }
-}
 
 // The primary keys and the numbers of kept records.
 struct KeptRecords {

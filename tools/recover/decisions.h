@@ -15,7 +15,8 @@ struct Decision {
     RecordFate fate;
     int32_t number;  // under which it goes on
     bool wasReached; // a reader of the damaged job had it
-    const char* key; // its primary key, the index first; empty for another program's record
+    const char* key; // its primary key, the index first, as it is to be; empty for another
+                     // program's record
     // Of a double: place of the record that was taken instead.
     size_t taken;
 };

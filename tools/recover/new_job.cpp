@@ -67,10 +67,29 @@ static void addFoundSegments(NewJob* job, const FoundRecord& record)
     job->numbers.push_back(record.number);
 }
 
-void addFoundRecord(NewJob* job, const FoundRecord& record, const Decision& decision)
+std::vector<uint8_t> imageWithKey(const FoundRecord& record, const std::string& key)
 {
     std::vector<uint8_t> image = imageOf(record);
-    if (decision.number != record.number) {
+    ImageItem item = {};
+    ImageWalk walk =
+        startImageWalk(image.data(), record.known->layout, static_cast<int>(image.size()));
+    while (nextImageItem(&walk, &item)) {
+        const LayoutEntry& field = record.known->layout[item.field];
+        if (field.keyFlag != NOT_A_KEY && field.indexNumber == record.known->primaryIndex) break;
+    }
+    auto begin = image.begin() + (item.value - image.data());
+    begin = image.erase(begin, begin + item.length);
+    image.insert(begin, key.begin() + 1, key.end());
+    int length = static_cast<int>(image.size());
+    storeInt16(&image[IMAGE_CHECKSUM], imageChecksum(image.data(), length));
+    return image;
+}
+
+void addFoundRecord(NewJob* job, const FoundRecord& record, const Decision& decision)
+{
+    bool hasKey = primaryKeyOf(record) == decision.key;
+    std::vector<uint8_t> image = hasKey ? imageOf(record) : imageWithKey(record, decision.key);
+    if (decision.number != record.number || !hasKey) {
         addImage(job, record.known->layout, image, decision.number);
         return;
     }

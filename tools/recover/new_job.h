@@ -14,7 +14,11 @@ struct NewJob {
     int32_t nextNumber;
 };
 
-// Adds a record that goes on as it is, with the keys that its image asks for.
+// Returns the image of a record of ours with this primary key, the index first, in the place of its
+// own.
+std::vector<uint8_t> imageWithKey(const FoundRecord& record, const std::string& key);
+
+// Adds a record that goes on as it was decided, with the keys that its image asks for.
 void addFoundRecord(NewJob* job, const FoundRecord& record, const Decision& decision);
 
 // Adds another program's record with all keys that lead to it.

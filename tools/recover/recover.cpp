@@ -126,25 +126,6 @@ static void keepRecords(Work* work)
 
 // -- Doubles -----------------------------------------------------------------
 
-// Replaces the text of the record's primary key in its image.
-static std::vector<uint8_t> imageWithKey(const FoundRecord& record, const std::string& key)
-{
-    std::vector<uint8_t> image = imageOf(record);
-    ImageItem item = {};
-    ImageWalk walk =
-        startImageWalk(image.data(), record.known->layout, static_cast<int>(image.size()));
-    while (nextImageItem(&walk, &item)) {
-        const LayoutEntry& field = record.known->layout[item.field];
-        if (field.keyFlag != NOT_A_KEY && field.indexNumber == record.known->primaryIndex) break;
-    }
-    auto begin = image.begin() + (item.value - image.data());
-    begin = image.erase(begin, begin + item.length);
-    image.insert(begin, key.begin() + 1, key.end());
-    int length = static_cast<int>(image.size());
-    storeInt16(&image[IMAGE_CHECKSUM], imageChecksum(image.data(), length));
-    return image;
-}
-
 static std::string freeKey(const NewJob* job, const std::string& key)
 {
     constexpr int ATTEMPTS = 8;
