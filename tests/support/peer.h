@@ -28,7 +28,7 @@ extern const std::map<std::string, PeerWork*> PEER_WORKS;
 // Starts a process that does the work and ends. It is about to begin then.
 Peer startPeer(const std::string& work, const std::string& path, int number = 0);
 
-// Sends a message of one line.
+// Sends a message, which holds no zero byte.
 void say(const Peer& other, const std::string& message);
 
 // The next message, empty when the other side has ended.
