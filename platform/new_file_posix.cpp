@@ -85,6 +85,17 @@ static std::string resolve(std::string path)
     return path;
 }
 
+// As open. Never answers the descriptor of a standard stream that was closed: what is printed
+// would go into the file.
+static int openBehindStreams(const char* path, int flags, mode_t mode)
+{
+    int descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY, mode);
+    if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+    int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(descriptor);
+    return moved;
+}
+
 // Opens a file of a name that nobody else has, which begins so.
 static int openNew(NewFile* file, const std::string& begin, mode_t mode)
 {
@@ -97,7 +108,7 @@ static int openNew(NewFile* file, const std::string& begin, mode_t mode)
         }
         watchSignals();
         file->descriptor =
-            open(file->temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOCTTY, mode);
+            openBehindStreams(file->temporary.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
         if (file->descriptor >= 0) {
             changeUnfinished("", file->temporary.c_str());
             return NEW_FILE_DONE;
@@ -123,7 +134,7 @@ int beginNewFile(NewFile* file, const std::string& path, bool replaces)
     if (exists && !S_ISREG(info.st_mode)) {
         file->isDevice = true;
         file->target = file->temporary = path;
-        file->descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+        file->descriptor = openBehindStreams(path.c_str(), O_WRONLY, 0);
         return file->descriptor >= 0 ? NEW_FILE_DONE : NEW_FILE_FAILED;
     }
     if (exists && !replaces) return NEW_FILE_EXISTS;

@@ -7,6 +7,8 @@
 #include "tools/check/check.h"
 #include "tools/recover/recover.h"
 #include "tools/sample/sample_job.h"
+#include "tools/snapshot/job_snapshot.h"
+#include "tools/writer/job_writer.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -214,6 +216,65 @@ TEST_F(Recover, CompactsASoundJob)
     }
     EXPECT_EQ(recoverJob(Bytes(5000, 0), false).result, RECOVERY_NOTHING);
     EXPECT_EQ(recoverJob({}, false).result, RECOVERY_NOTHING);
+}
+
+// Two versions of a line and nothing that tells which is the right one.
+TEST_F(Recover, TakesOneOfTwoVersionsOrBoth)
+{
+    setJob(ORVIDX_TEST_DATA "/golden/tiny/job.orv");
+    Bytes bytes = sound;
+    for (const auto& [number, segments] : records) {
+        std::string image = imageOfSegments(segments);
+        if (image[IMAGE_TYPE_BYTE] != KIND_LINE || segments.size() > 1) continue;
+        size_t last = image.size() - 4; // of the name of the end point
+        image[last] = static_cast<char>(image[last] + 1);
+        int length = static_cast<int>(image.size());
+        int checksum = imageChecksum(reinterpret_cast<const uint8_t*>(image.data()), length);
+        image.replace(IMAGE_CHECKSUM, 2, rawNumber(checksum, 2));
+        std::string entry = rawEntry(DATA_INDEX, "", number, image);
+        std::string page = rawPage(0, 1, entry, NO_PAGE, NO_PAGE, 0);
+        bytes.insert(bytes.end(), page.begin(), page.end());
+        break;
+    }
+    ASSERT_GT(bytes.size(), sound.size());
+    // Where the tree leads it is in the right.
+    EXPECT_EQ(countInState(recoverJob(bytes, true), STATE_DOUBTFUL), 0);
+    std::fill_n(bytes.begin(), HEADER_SIZE, uint8_t{0});
+    Recovery one = recoverJob(bytes, false);
+    Recovery both = recoverJob(bytes, true);
+    EXPECT_EQ(countInState(one, STATE_DOUBTFUL), 1);
+    EXPECT_EQ(countInState(both, STATE_DOUBTFUL), 2);
+    EXPECT_EQ(imagesOf(one.bytes).size(), images.size());
+    EXPECT_EQ(imagesOf(both.bytes).size(), images.size() + 1);
+    EXPECT_EQ(checkJobBytes(both.bytes).complaints, std::vector<std::string>());
+}
+
+// A copy holds nothing of the processes at work in the job, which stays as it is.
+TEST_F(Recover, BackupsHaveNoHolders)
+{
+    std::string path = freshJob("tiny");
+    JobWriter job;
+    ASSERT_EQ(openJobWriter(&job, path, OPEN_SHARED), IX_OK);
+    ASSERT_EQ(ixFindFirst(&job.records.tree, POINT_NAME_INDEX, nullptr, 0), IX_OK);
+    ASSERT_EQ(ixLockRecord(&job.records.tree, POINT_NAME_INDEX), IX_OK);
+    poke32(path, BUSY_MARKER_OFFSET, BUSY_MARKER);
+    std::string bytes = fileBytes(path);
+    JobSnapshot snapshot = takeSnapshot(path);
+    EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), snapshot.bytes);
+    EXPECT_EQ(checkJobBytes(snapshot.bytes).locks, 1);
+    clearHolders(&snapshot.bytes);
+    CheckReport report = checkJobBytes(snapshot.bytes);
+    EXPECT_EQ(report.complaints, std::vector<std::string>());
+    EXPECT_EQ(report.locks, 0);
+    EXPECT_EQ(loadInt32(&snapshot.bytes[BUSY_MARKER_OFFSET]), 0);
+    EXPECT_EQ(closeJobWriter(&job), IX_OK);
+
+    std::string copy = freshDirectory() + "/copy.orv";
+    EXPECT_EQ(writeNewJob(copy, snapshot.bytes, false), "");
+    EXPECT_NE(writeNewJob(copy, Bytes(5), false), "");
+    EXPECT_EQ(fileBytes(copy).size(), bytes.size());
+    EXPECT_EQ(writeNewJob(copy, Bytes(5), true), "");
+    EXPECT_EQ(fileBytes(copy).size(), 5U);
 }
 
 } // namespace

@@ -9,7 +9,7 @@
 #include "tests/support/command.h"
 #include "tests/support/facts.h"
 #include "tools/check/check.h"
-#include "tools/orvidx/open_diagnosis.h"
+#include "tools/reading/open_diagnosis.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>

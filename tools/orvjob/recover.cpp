@@ -1,4 +1,5 @@
 #include "tools/recover/recover.h"
+#include "tools/check/check.h"
 #include "tools/orvjob/commands.h"
 #include "tools/reading/element_json.h"
 #include "tools/reading/latin1.h"
@@ -94,6 +95,16 @@ static int failNothing(const std::string& path, const char* reason)
     return STATUS_NOTHING;
 }
 
+// What was carried over as it was may be what the check complains about, as a record of another
+// layout under a key of ours.
+static bool isClean(const RecoverRequest& request, const Recovery& recovery)
+{
+    CheckReport report = checkJobBytes(recovery.bytes);
+    if (report.complaints.empty()) return true;
+    failWith(request.rescued, "orvjob check complains: " + report.complaints.front());
+    return false;
+}
+
 int runRecover(const RecoverRequest& request)
 {
     std::error_code error;
@@ -122,5 +133,6 @@ int runRecover(const RecoverRequest& request)
     } else {
         printText(recovery);
     }
-    return countInState(recovery, STATE_LOST) > 0 ? STATUS_LOST : STATUS_DONE;
+    bool clean = isClean(request, recovery);
+    return clean && countInState(recovery, STATE_LOST) == 0 ? STATUS_DONE : STATUS_LOST;
 }

@@ -14,7 +14,7 @@ static bool isBefore(const SalvagedEntry& one, const SalvagedEntry& other)
     SoughtKey key = keyOf(other.entry);
     int order = compareWithSegments(one.entry, &key);
     if (order != 0) return order < 0;
-    return one.trust > other.trust;
+    return one.trust != other.trust ? one.trust > other.trust : one.page < other.page;
 }
 
 static bool isSameEntry(const SalvagedEntry& one, const SalvagedEntry& other)
