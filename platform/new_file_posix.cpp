@@ -80,7 +80,8 @@ static std::string resolve(std::string path)
         std::string next(leads, static_cast<size_t>(length));
         size_t folder = path.rfind('/');
         bool relative = next[0] != '/' && folder != std::string::npos;
-        path = relative ? path.substr(0, folder + 1) + next : next;
+        path.resize(relative ? folder + 1 : 0);
+        path += next;
     }
     return path;
 }
