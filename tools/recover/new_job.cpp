@@ -21,6 +21,19 @@ const char* addKey(NewJob* job, const std::string& key, int32_t number)
     return entryKey(job->entries.back());
 }
 
+void addUniqueKey(NewJob* job, const char* key) { job->uniqueKeys.emplace_back(key); }
+
+// Keys are added many at a time and asked for seldom.
+bool hasUniqueKey(NewJob* job, std::string_view key)
+{
+    std::vector<std::string_view>* keys = &job->uniqueKeys;
+    auto fresh = keys->begin() + static_cast<ptrdiff_t>(job->sortedKeys);
+    std::sort(fresh, keys->end());
+    std::inplace_merge(keys->begin(), fresh, keys->end());
+    job->sortedKeys = keys->size();
+    return std::binary_search(keys->begin(), keys->end(), key);
+}
+
 // -- Records of ours ---------------------------------------------------------
 
 static void addSegments(NewJob* job, const std::vector<uint8_t>& image, int32_t number)
@@ -49,7 +62,7 @@ static void addKeys(NewJob* job, const LayoutEntry* layout, const std::vector<ui
         std::string key(1, static_cast<char>(field.indexNumber));
         key.append(reinterpret_cast<const char*>(item.value), static_cast<size_t>(item.length));
         const char* kept = addKey(job, key, number);
-        if (field.duplicates != DUPLICATES) job->uniqueKeys.insert(kept);
+        if (field.duplicates != DUPLICATES) addUniqueKey(job, kept);
     }
 }
 
@@ -114,12 +127,12 @@ void addForeignRecord(NewJob* job, const Salvage* salvage, const FoundRecord& re
     EntryRange range = keysTo(salvage, record.number);
     for (size_t at = range.begin; at < range.end; ++at) {
         const SalvagedEntry& found = salvage->entries[salvage->keysByNumber[at]];
-        bool taken = isOurs(found.entry) && job->uniqueKeys.contains(entryKey(found.entry));
+        bool taken = isOurs(found.entry) && hasUniqueKey(job, entryKey(found.entry));
         bool other = !own.empty() && entryIndex(found.entry) == RECORD_KEY_INDEX &&
                      own != entryKey(found.entry);
         if (taken || other || found.trust == TRUST_DENIED) continue;
         job->entries.push_back(found.entry);
-        job->uniqueKeys.insert(entryKey(found.entry));
+        addUniqueKey(job, entryKey(found.entry));
     }
 }
 

@@ -4,13 +4,13 @@
 #include "tools/recover/decisions.h"
 
 #include <string_view>
-#include <unordered_set>
 
 struct NewJob {
     EntryStore store;
     std::vector<const uint8_t*> entries;
-    std::unordered_set<std::string_view> uniqueKeys; // primary keys in it, the index first
-    std::vector<int32_t> numbers;                    // of its records
+    std::vector<std::string_view> uniqueKeys; // primary keys in it, the index first
+    size_t sortedKeys;                        // how many of these are in order
+    std::vector<int32_t> numbers;             // of its records
     int32_t nextNumber;
 };
 
@@ -27,6 +27,10 @@ void addForeignRecord(NewJob* job, const Salvage* salvage, const FoundRecord& re
 // Adds a record by its image, which is one of the layout.
 void addImage(NewJob* job, const LayoutEntry* layout, const std::vector<uint8_t>& image,
               int32_t number);
+
+// True when the job has the primary key, which addUniqueKey has added; it is to stay where it is.
+bool hasUniqueKey(NewJob* job, std::string_view key);
+void addUniqueKey(NewJob* job, const char* key);
 
 // Adds an entry without data. Returns its key, which stays where it is.
 const char* addKey(NewJob* job, const std::string& key, int32_t number);

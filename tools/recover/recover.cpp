@@ -95,8 +95,8 @@ static void keepForeign(Work* work, const FoundRecord& record, const Decision& d
 {
     std::string key = foreignKey(work, record);
     addForeignRecord(&work->job, &work->salvage, record);
-    if (!key.empty() && !work->job.uniqueKeys.contains(key)) {
-        work->job.uniqueKeys.insert(addKey(&work->job, key, record.number));
+    if (!key.empty() && !hasUniqueKey(&work->job, key)) {
+        addUniqueKey(&work->job, addKey(&work->job, key, record.number));
     }
     RecoveredState state = decision.wasReached ? STATE_WHOLE : STATE_RESCUED;
     if (key.empty()) {
@@ -126,12 +126,12 @@ static void keepRecords(Work* work)
 
 // -- Doubles -----------------------------------------------------------------
 
-static std::string freeKey(const NewJob* job, const std::string& key)
+static std::string freeKey(NewJob* job, const std::string& key)
 {
     constexpr int ATTEMPTS = 8;
     for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
         std::string other = keyOfOtherVersion(key, attempt);
-        if (!other.empty() && !job->uniqueKeys.contains(other)) return other;
+        if (!other.empty() && !hasUniqueKey(job, other)) return other;
     }
     return {};
 }
@@ -189,7 +189,7 @@ static void makeHeaders(Work* work)
     }
     for (const std::string& name : names) {
         std::string key = keyText(TAG_PROFILE, name.c_str());
-        if (work->job.uniqueKeys.contains(key)) continue;
+        if (hasUniqueKey(&work->job, key)) continue;
         uint8_t image[IMAGE_ROOM];
         addMade(work, key, image, packProfileHeader(image, IMAGE_ROOM, name.c_str()));
         note(work, {ELEMENT_PROFILE, name, ""}, STATE_RESCUED, "its header is made anew");
@@ -223,7 +223,7 @@ static int32_t highestElementNumber(const Work* work)
 static void makeVersionCounter(Work* work)
 {
     std::string key = keyText(TAG_VERSION, VERSION_NAME);
-    if (work->job.uniqueKeys.contains(key)) return;
+    if (hasUniqueKey(&work->job, key)) return;
     auto isLost = [&](const LostKey& one) { return one.key == key; };
     bool wasThere = std::any_of(work->lost.begin(), work->lost.end(), isLost);
     SoughtKey sought = {key.c_str(), 0, LAST_SEGMENT};
