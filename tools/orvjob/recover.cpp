@@ -65,22 +65,46 @@ static void printKind(const Recovery& recovery, int kind)
                 counts[STATE_DOUBTFUL]);
 }
 
+static void printElement(const RecoveredElement& element)
+{
+    std::printf("%s: %s %s", STATE_NAMES[element.state], RECOVERED_KINDS[element.kind].name,
+                shown(element.name).c_str());
+    const char* before = " (";
+    for (const std::string& remark : element.remarks) {
+        std::printf("%s%s", before, remark.c_str());
+        before = "; ";
+    }
+    std::puts(element.remarks.empty() ? "" : ")");
+}
+
+// One line for each kind: a file that is damaged at its root has nothing else.
+static void printRescued(const Recovery& recovery)
+{
+    int kind = -1;
+    for (const RecoveredElement& element : recovery.elements) {
+        if (element.state != STATE_RESCUED) continue;
+        if (element.kind == kind) {
+            std::printf(", %s", shown(element.name).c_str());
+            continue;
+        }
+        if (kind >= 0) std::puts("");
+        kind = element.kind;
+        std::printf("rescued %s: %s", RECOVERED_KINDS[kind].plural, shown(element.name).c_str());
+    }
+    if (kind >= 0) std::puts("");
+}
+
 static void printText(const Recovery& recovery)
 {
     for (int kind = 0; kind < static_cast<int>(std::size(RECOVERED_KINDS)); ++kind) {
         printKind(recovery, kind);
     }
-    for (const RecoveredElement& element : recovery.elements) {
-        if (element.state == STATE_WHOLE) continue;
-        std::printf("%s: %s %s", STATE_NAMES[element.state], RECOVERED_KINDS[element.kind].name,
-                    shown(element.name).c_str());
-        const char* before = " (";
-        for (const std::string& remark : element.remarks) {
-            std::printf("%s%s", before, remark.c_str());
-            before = "; ";
+    for (RecoveredState state : {STATE_LOST, STATE_DOUBTFUL}) {
+        for (const RecoveredElement& element : recovery.elements) {
+            if (element.state == state) printElement(element);
         }
-        std::puts(element.remarks.empty() ? "" : ")");
     }
+    printRescued(recovery);
     if (recovery.leftOver > 0) {
         std::printf("not taken: %d records to which nothing leads, as killed writers leave them\n",
                     recovery.leftOver);
