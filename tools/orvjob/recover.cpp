@@ -65,33 +65,31 @@ static void printKind(const Recovery& recovery, int kind)
                 counts[STATE_DOUBTFUL]);
 }
 
-static void printElement(const RecoveredElement& element)
+// A name with what there is to say about the element.
+static std::string nameAndRemarks(const RecoveredElement& element)
 {
-    std::printf("%s: %s %s", STATE_NAMES[element.state], RECOVERED_KINDS[element.kind].name,
-                shown(element.name).c_str());
-    const char* before = " (";
-    for (const std::string& remark : element.remarks) {
-        std::printf("%s%s", before, remark.c_str());
-        before = "; ";
+    std::string text = shown(element.name);
+    for (size_t at = 0; at < element.remarks.size(); ++at) {
+        text += (at == 0 ? " (" : "; ") + element.remarks[at];
     }
-    std::puts(element.remarks.empty() ? "" : ")");
+    return element.remarks.empty() ? text : text + ")";
 }
 
 // One line for each kind: a file that is damaged at its root has nothing else.
 static void printRescued(const Recovery& recovery)
 {
-    int kind = -1;
-    for (const RecoveredElement& element : recovery.elements) {
-        if (element.state != STATE_RESCUED) continue;
-        if (element.kind == kind) {
-            std::printf(", %s", shown(element.name).c_str());
-            continue;
+    std::string line;
+    for (size_t at = 0; at < recovery.elements.size(); ++at) {
+        const RecoveredElement& element = recovery.elements[at];
+        if (element.state == STATE_RESCUED) {
+            line += (line.empty() ? " " : ", ") + nameAndRemarks(element);
         }
-        if (kind >= 0) std::puts("");
-        kind = element.kind;
-        std::printf("rescued %s: %s", RECOVERED_KINDS[kind].plural, shown(element.name).c_str());
+        bool isLast =
+            at + 1 == recovery.elements.size() || recovery.elements[at + 1].kind != element.kind;
+        if (!isLast || line.empty()) continue;
+        std::printf("rescued %s:%s\n", RECOVERED_KINDS[element.kind].plural, line.c_str());
+        line.clear();
     }
-    if (kind >= 0) std::puts("");
 }
 
 static void printText(const Recovery& recovery)
@@ -101,7 +99,9 @@ static void printText(const Recovery& recovery)
     }
     for (RecoveredState state : {STATE_LOST, STATE_DOUBTFUL}) {
         for (const RecoveredElement& element : recovery.elements) {
-            if (element.state == state) printElement(element);
+            if (element.state != state) continue;
+            std::printf("%s: %s %s\n", STATE_NAMES[state], RECOVERED_KINDS[element.kind].name,
+                        nameAndRemarks(element).c_str());
         }
     }
     printRescued(recovery);
