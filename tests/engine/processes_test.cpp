@@ -255,7 +255,7 @@ TEST(Snapshots, AreOfOneStateBesideWriters)
         peers.push_back(startPeer("addTwos", path, process));
     }
     size_t seen = 0;
-    for (int copy = 0; copy < 40 || seen < 100; ++copy) {
+    for (int copy = 0; copy < 15 || seen < 100; ++copy) {
         JobSnapshot snapshot = takeSnapshot(path, PEER_PATIENCE);
         ASSERT_EQ(snapshot.fault, "");
         clearHolders(&snapshot.bytes);
