@@ -17,7 +17,7 @@
 constexpr int UNFINISHED_FILES = 4;
 static char unfinished[UNFINISHED_FILES][PATH_MAX]; // empty: free
 
-static constexpr std::array ENDING_SIGNALS = {SIGINT, SIGTERM, SIGHUP};
+static constexpr std::array ENDING_SIGNALS = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE};
 
 extern "C" {
 static void removeUnfinished(int signalNumber)

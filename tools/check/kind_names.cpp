@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 
 struct KindKey {
     int index;
@@ -77,9 +76,9 @@ KindNames namesOfKind(IdxConnection* job, uint32_t kind, std::span<const uint8_t
     try {
         found.names = elementNames(job, kind);
         cutAsInLeaves(&found.names, kind, bytes);
-    } catch (const std::runtime_error& error) {
+    } catch (const ReadingFault& fault) {
         found.names = namesInLeaves(kind, bytes);
-        found.fault = std::string(error.what()).substr(std::strlen(job->path) + std::strlen(": "));
+        found.fault = fault.what();
     }
     return found;
 }

@@ -85,11 +85,11 @@ static void moveIntoPlace(const fs::path& part, const fs::path& target)
     fs::rename(part, target);
 }
 
-void exportToFile(IdxConnection* job, const std::string& path)
+void exportToFile(const JobSource& source, const std::string& path)
 {
     std::error_code error;
     fs::path target = path;
-    if (fs::equivalent(target, job->path, error)) {
+    if (fs::equivalent(target, source.path, error)) {
         throw std::runtime_error(path + ": is the job itself");
     }
 
@@ -102,7 +102,7 @@ void exportToFile(IdxConnection* job, const std::string& path)
     std::FILE* out = std::fopen(written.string().c_str(), "wb");
     if (out == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
     try {
-        exportToStream(job, out, true);
+        exportToStream(source.job, out, true);
         std::FILE* closing = std::exchange(out, nullptr);
         if (std::fclose(closing) != 0) failToWrite();
         if (replaces) moveIntoPlace(written, target);

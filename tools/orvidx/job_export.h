@@ -15,7 +15,7 @@
 // For orvidx.
 #pragma once
 
-#include "orvIdx.h"
+#include "tools/orvidx/job_source.h"
 
 #include <cstdio>
 #include <string>
@@ -28,4 +28,4 @@ void exportToStream(IdxConnection* job, std::FILE* out, bool watched);
 // Exports the job to a file, which the export replaces when it is complete: until then it grows
 // under another name beside it. Throws std::runtime_error as exportToStream, with the file as
 // it was before.
-void exportToFile(IdxConnection* job, const std::string& path);
+void exportToFile(const JobSource& source, const std::string& path);

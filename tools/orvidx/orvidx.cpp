@@ -1,113 +1,29 @@
 // orvidx: prints what a job database holds, through the library's exports only.
-
-#include "tools/orvidx/job_export.h"
-#include "tools/reading/element_json.h"
+#include "tools/orvidx/commands.h"
 #include "tools/reading/job_reading.h"
-#include "tools/reading/latin1.h"
+#include "tools/reading/version.h"
 #include "tools/terminal/terminal.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
-
-using nlohmann::ordered_json;
-
-constexpr int STATUS_DONE = 0;
-constexpr int STATUS_FAILED = 1;
-constexpr int STATUS_USAGE = 2;
 
 constexpr const char* HELP_END =
     "KIND is one of point, line, curve, spiral, chain, profile, survey-chain.\n"
     "Names are read and printed as UTF-8; a NAME that begins with a minus sign follows --.\n"
-    "Reading a line without an extension record, or a chain of the older layout, adds to\n"
-    "the job; in a job that may only be read such an element cannot be read.\n"
+    "A command works on a copy of the job and leaves the job itself as it is, byte for byte.\n"
+    "With --live it reads the file as any host does: then reading a line without an extension\n"
+    "record, or a chain of the older layout, adds to the job, and where the job may only be\n"
+    "read such an element cannot be read.\n"
     "A stored double that is no number (NaN, infinity) is exported as null.\n"
     "\n"
     "Exit status: 0 done; 1 no such element, or the job cannot be opened, read or exported;\n"
-    "2 wrong usage.";
+    "2 wrong usage; 3 done, but for something that cannot be read, which standard error names.";
 
-struct Arguments {
-    std::string kind; // a name of ELEMENT_KINDS
-    std::string name;
-    std::string job;
-    std::string outFile;
-};
+// -- What the commands have in common ----------------------------------------
 
-[[noreturn]] static void failOutput()
-{
-    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
-}
-
-// Prints a line; throws when that fails.
-static void printLine(std::FILE* out, const std::string& line)
-{
-    if (std::fprintf(out, "%s\n", line.c_str()) < 0) failOutput();
-}
-
-static void printInfo(IdxConnection* job, std::FILE* out)
-{
-    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
-        std::string label = ELEMENT_KINDS[kind].plural;
-        label.resize(15, ' ');
-        printLine(out, label + std::to_string(countElements(job, kind)));
-    }
-}
-
-static void printNames(IdxConnection* job, uint32_t kind, std::FILE* out)
-{
-    bool watched = isTerminal(out);
-    for (const std::string& name : elementNames(job, kind)) {
-        std::string line = utf8FromLatin1(name);
-        printLine(out, watched ? harmless(line) : line);
-    }
-}
-
-// True for an object that fits on a line because it holds only numbers, as a vertex does.
-static bool isRow(const ordered_json& value)
-{
-    return value.is_object() && std::all_of(value.begin(), value.end(),
-                                            [](const auto& member) { return member.is_number(); });
-}
-
-static void printMembers(std::FILE* out, const ordered_json& object, const std::string& indent);
-
-static void printItems(std::FILE* out, const ordered_json& items, const std::string& indent)
-{
-    size_t number = 0;
-    for (const ordered_json& item : items) {
-        std::string label = indent + std::to_string(++number) + ":";
-        if (isRow(item)) {
-            std::string row = jsonLine(item);
-            std::erase(row, '"');
-            printLine(out, label + " " + row.substr(1, row.size() - 2));
-        } else {
-            printLine(out, label);
-            printMembers(out, item, indent + "  ");
-        }
-    }
-}
-
-static void printMembers(std::FILE* out, const ordered_json& object, const std::string& indent)
-{
-    for (const auto& [key, value] : object.items()) {
-        std::string label = indent + key + ":";
-        if (value.is_object()) {
-            printLine(out, label);
-            printMembers(out, value, indent + "  ");
-        } else if (value.is_array()) {
-            printLine(out, label + (value.empty() ? " none" : ""));
-            printItems(out, value, indent + "  ");
-        } else {
-            printLine(out, label + " " + harmless(value.dump()));
-        }
-    }
-}
-
-// Returns the number of a kind. Expects a name that the command line has accepted.
-static uint32_t kindNumber(const std::string& name)
+uint32_t kindNumber(const std::string& name)
 {
     uint32_t kind = ELEMENT_POINT;
     while (name != ELEMENT_KINDS[kind].name) {
@@ -116,92 +32,167 @@ static uint32_t kindNumber(const std::string& name)
     return kind;
 }
 
-static void printElement(IdxConnection* job, const Arguments& arguments, std::FILE* out)
+void failOutput()
 {
-    uint32_t kind = kindNumber(arguments.kind);
-    std::string name = latin1FromUtf8(arguments.name);
-    ordered_json element = readElement(job, kind, name);
-    if (element.is_null()) {
-        std::string what = arguments.kind + " " + arguments.name;
-        std::vector<std::string> names = elementNames(job, kind);
-        if (std::find(names.begin(), names.end(), name) == names.end()) {
-            throw std::runtime_error(arguments.job + ": no such element: " + what);
-        }
-        throw std::runtime_error(
-            arguments.job + ": cannot be read: " + what +
-            ": a record that it needs is missing, damaged or cannot be written");
-    }
-    printMembers(out, element, "");
+    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
 }
 
-static void exportJob(IdxConnection* job, const Arguments& arguments, std::FILE* out)
+void printLine(std::FILE* out, const std::string& line)
 {
-    if (arguments.outFile.empty()) {
-        exportToStream(job, out, !isTerminal(out));
-    } else {
-        exportToFile(job, arguments.outFile);
-    }
+    if (std::fprintf(out, "%s\n", line.c_str()) < 0) failOutput();
 }
 
-static void runCommand(const std::string& command, const Arguments& arguments)
+void complain(const std::string& path, const std::string& reason)
+{
+    std::fprintf(stderr, "orvidx: %s: %s\n", path.c_str(), reason.c_str());
+}
+
+// -- The command line --------------------------------------------------------
+
+struct CommandLine {
+    JobRequest job;
+    InfoRequest info;
+    ListRequest list;
+    ShowRequest show;
+    ExportRequest whole;
+};
+
+static void declareKind(CLI::App* command, std::string* kind)
+{
+    std::vector<std::string> kinds;
+    for (const ElementKind& row : ELEMENT_KINDS) {
+        kinds.push_back(row.name);
+    }
+    command->add_option("KIND", *kind, "Kind of element")->required()->check(CLI::IsMember(kinds));
+}
+
+static void declareJson(CLI::App* command, bool* json)
+{
+    command->add_flag("--json", *json, "Print JSON on one line, for programs");
+}
+
+// The last positional of each command, and the options that all of them have.
+static void declareJob(CLI::App* command, JobRequest* job)
+{
+    command->add_option("JOB", job->path, "Job database file")->required();
+    command->add_flag("--live", job->live, "Read the file itself, as a host does, not a copy");
+    command->add_option("--timeout", job->lockSeconds, "Seconds to wait for a writer")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+}
+
+static void declareInfo(CLI::App* command, CommandLine* line)
+{
+    declareJson(command, &line->info.json);
+    declareJob(command, &line->job);
+}
+
+static void declareList(CLI::App* command, CommandLine* line)
+{
+    declareKind(command, &line->list.kind);
+    CLI::Option* zeros =
+        command->add_flag("-0,--null", line->list.zeroEnded, "End each name with a zero byte");
+    declareJson(command, &line->list.json);
+    command->get_option("--json")->excludes(zeros);
+    declareJob(command, &line->job);
+}
+
+// Shows the optional NAME where it stands: the parser hands out what there is from the left.
+struct ShowHelp : CLI::Formatter {
+    std::string make_usage(const CLI::App* /*app*/, std::string name) const override
+    {
+        return "Usage: " + name + " [OPTIONS] KIND [NAME] JOB\n";
+    }
+};
+
+static void declareShow(CLI::App* command, CommandLine* line)
+{
+    declareKind(command, &line->show.kind);
+    command->add_option("NAME", line->show.name, "Name of the element; none: list them all")
+        ->required()
+        ->option_text("TEXT");
+    declareJson(command, &line->show.json);
+    declareJob(command, &line->job);
+    command->get_option("JOB")->required(false)->option_text("TEXT REQUIRED");
+    command->formatter(std::make_shared<ShowHelp>());
+}
+
+static void declareExport(CLI::App* command, CommandLine* line)
+{
+    declareJob(command, &line->job);
+    command
+        ->add_option("-o,--output", line->whole.outFile, "File to write instead of standard output")
+        ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
+}
+
+// -- Running -----------------------------------------------------------------
+
+static int runOn(const JobSource& source, const std::string& command, const CommandLine& line,
+                 std::FILE* out)
+{
+    if (command == "info") return runInfo(source, line.info, out);
+    if (command == "list") return runList(source, line.list, out);
+    if (command == "show") return runShow(source, line.show, out);
+    return runExport(source, line.whole, out);
+}
+
+// Throws ReadingFault when it is the job that failed.
+static int runCommand(const std::string& command, const CommandLine& line)
 {
     std::FILE* out = takeStandardOutput();
     if (out == nullptr) throw std::runtime_error("standard output is closed");
 
-    IdxConnection* job = openJob(arguments.job);
+    JobSource source = openSource(line.job);
+    int status = STATUS_DONE;
     try {
-        if (command == "info") printInfo(job, out);
-        if (command == "list") printNames(job, kindNumber(arguments.kind), out);
-        if (command == "show") printElement(job, arguments, out);
-        if (command == "export") exportJob(job, arguments, out);
+        status = runOn(source, command, line, out);
     } catch (...) {
-        orvIdx_disconnectFromOrvaneOrvFile(&job);
+        closeSource(&source);
         throw;
     }
-    closeJob(job);
+    if (!closeSource(&source)) throw ReadingFault("the job could not be written and closed");
     if (std::fclose(out) != 0) failOutput();
+    return status;
 }
 
-static void declareCommands(CLI::App& app, Arguments& arguments)
+// Without NAME the job stands in its place, and show is list.
+static std::string commandGiven(const CLI::App& app, CommandLine* line)
 {
-    app.allow_windows_style_options(false); // /name is a path
-    CLI::App* info = app.add_subcommand("info", "Print how many elements of each kind there are");
-    CLI::App* list = app.add_subcommand("list", "Print the names of a kind, one a line");
-    CLI::App* show = app.add_subcommand("show", "Print all members of an element");
-    CLI::App* whole = app.add_subcommand("export", "Print everything as JSON");
-
-    std::vector<std::string> kinds;
-    for (const ElementKind& kind : ELEMENT_KINDS) {
-        kinds.push_back(kind.name);
-    }
-    for (CLI::App* command : {list, show}) {
-        command->add_option("KIND", arguments.kind, "Kind of element")
-            ->required()
-            ->check(CLI::IsMember(kinds));
-    }
-    show->add_option("NAME", arguments.name, "Name of the element")->required();
-    for (CLI::App* command : {info, list, show, whole}) {
-        command->add_option("JOB", arguments.job, "Job database file")->required();
-    }
-    whole->add_option("-o,--output", arguments.outFile, "File to write instead of standard output")
-        ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
-    app.require_subcommand(1);
-    app.footer(HELP_END);
+    std::string command = app.get_subcommands().front()->get_name();
+    if (command != "show" || !line->job.path.empty()) return command;
+    line->job.path = line->show.name;
+    line->list.kind = line->show.kind;
+    line->list.json = line->show.json;
+    return "list";
 }
 
 // Returns the exit status; throws std::exception for status 1.
 static int parseAndRun(int argc, char** argv)
 {
     CLI::App app("Prints what a COGO job database holds.", "orvidx");
-    Arguments arguments = {};
-    declareCommands(app, arguments);
+    app.allow_windows_style_options(false); // /name is a path
+    app.set_version_flag("--version", versionText("orvidx"));
+    app.require_subcommand(1);
+    app.footer(HELP_END);
+
+    CommandLine line;
+    declareInfo(app.add_subcommand("info", "Print how many elements of each kind there are"),
+                &line);
+    declareList(app.add_subcommand("list", "Print the names of a kind, one a line"), &line);
+    declareShow(app.add_subcommand("show", "Print all members of an element"), &line);
+    declareExport(app.add_subcommand("export", "Print everything as JSON"), &line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? STATUS_DONE : STATUS_USAGE;
     }
-    runCommand(app.get_subcommands().front()->get_name(), arguments);
-    return STATUS_DONE;
+    std::string command = commandGiven(app, &line);
+    try {
+        return runCommand(command, line);
+    } catch (const ReadingFault& fault) {
+        complain(line.job.path, fault.what());
+        return STATUS_FAILED;
+    }
 }
 
 int main(int argc, char** argv)

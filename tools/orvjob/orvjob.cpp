@@ -12,6 +12,7 @@
 // It is 1 also when not all points of a sample fit; the line on standard error then tells how
 // many do, and the file holds these.
 #include "tools/orvjob/commands.h"
+#include "tools/reading/version.h"
 #include "tools/sample/sample_job.h"
 #include "tools/snapshot/job_snapshot.h"
 
@@ -108,6 +109,7 @@ static void declareDiff(CLI::App* command, DiffRequest* request)
 static int parseAndRun(int argc, char** argv, int* troubleStatus)
 {
     CLI::App app("Looks after job database files.", "orvjob");
+    app.set_version_flag("--version", versionText("orvjob"));
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // /name is a path
 

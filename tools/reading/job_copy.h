@@ -1,7 +1,7 @@
 // A copy of a job in a temporary file, opened through the exports: reading some elements writes,
 // and neither the job nor those who use it are to notice.
 //
-// For orvjob and tests.
+// For orvidx, orvjob and tests.
 #pragma once
 
 #include "orvIdx.h"

@@ -1,28 +1,10 @@
 #include "tools/reading/job_reading.h"
 
 #include "tools/reading/element_json.h"
-#include "tools/reading/open_diagnosis.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 using nlohmann::ordered_json;
-
-IdxConnection* openJob(const std::string& path)
-{
-    IdxConnection* job = nullptr;
-    int32_t result = orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0);
-    if (result != IDX_OK) throw std::runtime_error(path + ": " + openDiagnosis(path, result));
-    return job;
-}
-
-void closeJob(IdxConnection* job)
-{
-    std::string path = job->path;
-    if (orvIdx_disconnectFromOrvaneOrvFile(&job) != IDX_OK) {
-        throw std::runtime_error(path + ": the job could not be written and closed");
-    }
-}
 
 // Counts the elements of a kind and, unless names is null, stores their names there, joined by
 // commas.
@@ -32,9 +14,9 @@ static uint32_t countAndList(IdxConnection* job, uint32_t kind, std::string* nam
     char* list = nullptr;
     char** listOut = names != nullptr ? &list : nullptr;
     if (orvIdx_numberOfElements(job, kind, &count, listOut) != IDX_OK) {
-        throw std::runtime_error(std::string(job->path) + ": the " + ELEMENT_KINDS[kind].plural +
-                                 " cannot be counted, number " + std::to_string(count + 1) +
-                                 " is damaged");
+        throw ReadingFault(std::string("the ") + ELEMENT_KINDS[kind].plural +
+                           " cannot be counted, number " + std::to_string(count + 1) +
+                           " is damaged");
     }
     if (names != nullptr) *names = list;
     orvIdx_freeElementNameList(&list);

@@ -1,5 +1,4 @@
-// A job as the tools use it: opened, counted, listed and read. Each function throws
-// std::runtime_error with a text for the user when it fails.
+// A job as the tools use it: counted, listed and read.
 //
 // For orvidx and orvjob.
 #pragma once
@@ -7,6 +6,7 @@
 #include "orvIdx.h"
 
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,12 +27,17 @@ constexpr ElementKind ELEMENT_KINDS[] = {
     {"survey-chain", "survey chains", "surveyChains"},
 };
 
-IdxConnection* openJob(const std::string& path);
-void closeJob(IdxConnection* job);
+// Thrown when a job cannot be read. Its text is for the user, to be printed behind the path of the
+// job and a colon.
+struct ReadingFault : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
+// Throws ReadingFault when a kind cannot be counted.
 uint32_t countElements(IdxConnection* job, uint32_t kind);
 
-// Returns the names of all elements of a kind in the order of the walk, as they are stored.
+// Returns the names of all elements of a kind in the order of the walk, as they are stored. Throws
+// as countElements.
 std::vector<std::string> elementNames(IdxConnection* job, uint32_t kind);
 
 // Returns the element as JSON, or null when there is none of that name or its records

@@ -33,8 +33,9 @@ static std::string pathFault(const std::string& path)
     return {};
 }
 
-// A writer holds the lock for moments, so one who asks often gets it between two of them.
-static bool lockWithin(int descriptor, int seconds)
+// Takes the file lock. A writer holds it for moments, so one who asks often gets it between two of
+// them. Returns that it could not be had, else an empty text.
+static std::string lockWithin(int descriptor, int seconds)
 {
     using Clock = std::chrono::steady_clock;
     Clock::time_point limit = Clock::now() + std::chrono::seconds(seconds);
@@ -47,7 +48,8 @@ static bool lockWithin(int descriptor, int seconds)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     eraseProgress(&progress);
-    return locked;
+    if (locked) return {};
+    return "another program is writing; waited " + std::to_string(seconds) + " s";
 }
 
 // Reads a part of the file into its place. False when the system cannot read it.
@@ -86,7 +88,8 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
         snapshot.fault = std::string("no access: ") + std::strerror(errno);
         return snapshot;
     }
-    if (lockWithin(descriptor, lockSeconds)) {
+    snapshot.fault = lockWithin(descriptor, lockSeconds);
+    if (snapshot.fault.empty()) {
         std::error_code error;
         snapshot.bytes.resize(static_cast<size_t>(fs::file_size(path, error)));
         errno = 0;
@@ -94,12 +97,20 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
             snapshot.fault = std::string("the file cannot be read: ") + std::strerror(errno);
         }
         osUnlock(descriptor, &FILE_LOCK);
-    } else {
-        snapshot.fault = "another program is writing; waited " + std::to_string(lockSeconds) + " s";
     }
     osClose(descriptor);
     if (!snapshot.fault.empty()) snapshot.bytes.clear();
     return snapshot;
+}
+
+std::string waitForWriters(const std::string& path, int lockSeconds)
+{
+    int descriptor = osOpen(path.c_str(), OS_READ_ONLY);
+    if (descriptor < 0) return {};
+    std::string fault = lockWithin(descriptor, lockSeconds);
+    if (fault.empty()) osUnlock(descriptor, &FILE_LOCK);
+    osClose(descriptor);
+    return fault;
 }
 
 // -- Holders -----------------------------------------------------------------
@@ -158,10 +169,10 @@ static std::string writeBytes(NewFile* file, const std::vector<uint8_t>& bytes)
 std::string writeTemporaryJob(NewFile* file, const std::vector<uint8_t>& bytes)
 {
     if (beginTemporaryFile(file) != NEW_FILE_DONE) {
-        return std::string("a temporary file: ") + std::strerror(errno);
+        return std::string("a temporary copy cannot be written: ") + std::strerror(errno);
     }
     std::string fault = writeBytes(file, bytes);
-    return fault.empty() ? fault : "a temporary file: " + fault;
+    return fault.empty() ? fault : "a temporary copy cannot be written: " + fault;
 }
 
 std::string writeNewJob(const std::string& path, const std::vector<uint8_t>& bytes, bool replaces)

@@ -22,6 +22,10 @@ struct JobSnapshot {
 // is not looked at.
 JobSnapshot takeSnapshot(const std::string& path, int lockSeconds = DEFAULT_LOCK_SECONDS);
 
+// Waits at most so many seconds until the file lock can be had, and leaves it free. Returns that
+// another program is writing, else an empty text, also for a path that cannot be opened.
+std::string waitForWriters(const std::string& path, int lockSeconds);
+
 // What stands in a copy only for the process that was at work in the job: makes record locks and
 // busy marker go away. A job of the older format, or a file that is no job, stays as it is.
 void clearHolders(std::vector<uint8_t>* bytes);

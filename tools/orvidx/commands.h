@@ -1,0 +1,55 @@
+// The commands of orvidx. Each prints what it finds and returns an exit status; it throws
+// std::exception when there is nothing it could print.
+#pragma once
+
+#include "tools/orvidx/job_source.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+constexpr int STATUS_DONE = 0;
+constexpr int STATUS_FAILED = 1;
+constexpr int STATUS_USAGE = 2;
+constexpr int STATUS_INCOMPLETE = 3; // something cannot be read, and all else was printed
+
+struct InfoRequest {
+    bool json = false;
+};
+
+int runInfo(const JobSource& source, const InfoRequest& request, std::FILE* out);
+
+struct ListRequest {
+    std::string kind; // a name of ELEMENT_KINDS
+    bool json = false;
+    bool zeroEnded = false; // a zero byte after each name, not a line end
+};
+
+int runList(const JobSource& source, const ListRequest& request, std::FILE* out);
+
+struct ShowRequest {
+    std::string kind;
+    std::string name;
+    bool json = false;
+};
+
+int runShow(const JobSource& source, const ShowRequest& request, std::FILE* out);
+
+struct ExportRequest {
+    std::string outFile; // empty: standard output
+};
+
+int runExport(const JobSource& source, const ExportRequest& request, std::FILE* out);
+
+// -- What they have in common ------------------------------------------------
+
+// Returns the number of a kind. Expects a name that the command line has accepted.
+uint32_t kindNumber(const std::string& name);
+
+[[noreturn]] void failOutput();
+
+// Prints a line; throws when that fails.
+void printLine(std::FILE* out, const std::string& line);
+
+// Prints a line on standard error: which job, and what about it.
+void complain(const std::string& path, const std::string& reason);

@@ -1,0 +1,46 @@
+#include "tools/orvidx/job_source.h"
+
+#include "tools/reading/job_reading.h"
+#include "tools/reading/open_diagnosis.h"
+
+static bool isLive(const JobSource& source) { return source.copy.job == nullptr; }
+
+static void openLive(JobSource* source, const JobRequest& request)
+{
+    std::string fault = waitForWriters(request.path, request.lockSeconds);
+    if (!fault.empty()) throw ReadingFault(fault);
+    int32_t result = orvIdx_connectToOrvaneOrvFile(&source->job, request.path.c_str(), 0);
+    if (result != IDX_OK) throw ReadingFault(openDiagnosis(request.path, result));
+}
+
+static void openCopy(JobSource* source, const JobRequest& request)
+{
+    JobSnapshot snapshot = takeSnapshot(request.path, request.lockSeconds);
+    if (!snapshot.fault.empty()) throw ReadingFault(snapshot.fault);
+    source->copy = openJobCopy(snapshot.bytes);
+    if (!source->copy.fault.empty()) throw ReadingFault(source->copy.fault);
+    source->job = source->copy.job;
+}
+
+JobSource openSource(const JobRequest& request)
+{
+    JobSource source;
+    source.path = request.path;
+    (request.live ? openLive : openCopy)(&source, request);
+    return source;
+}
+
+bool closeSource(JobSource* source)
+{
+    if (isLive(*source)) return orvIdx_disconnectFromOrvaneOrvFile(&source->job) == IDX_OK;
+    source->job = nullptr;
+    closeJobCopy(&source->copy);
+    return true;
+}
+
+std::string unreadableReason(const JobSource& source)
+{
+    const char* unwritten = isLive(source) ? " or cannot be written" : "";
+    return std::string("a record that it needs is missing or damaged") + unwritten +
+           " (orvjob check tells more)";
+}
