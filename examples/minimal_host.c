@@ -46,17 +46,27 @@ static void printProfile(const ProfileElement* profile)
     }
 }
 
-/* Walks all elements of a kind. An element that cannot be read ends the walk here. */
-static void printAll(IdxConnection* job, uint32_t kind)
+/* Walks all elements of a kind, one step for each that is counted: one that cannot be read is not
+ * the end. Returns how many could not be read. */
+static uint32_t printAll(IdxConnection* job, uint32_t kind)
 {
     void* element = NULL;
-    int32_t result = orvIdx_readFirstElement(job, kind, &element);
-    while (result == IDX_OK) {
+    uint32_t count = 0;
+    uint32_t unread = 0;
+    uint32_t i;
+    if (orvIdx_numberOfElements(job, kind, &count, NULL) != IDX_OK) ++unread;
+    for (i = 0; i < count; ++i) {
+        int32_t result = i == 0 ? orvIdx_readFirstElement(job, kind, &element)
+                                : orvIdx_readNextElement(job, kind, &element);
+        if (result != IDX_OK) {
+            ++unread;
+            continue;
+        }
         if (kind == ELEMENT_CHAIN) printChain((const ChainElement*)element);
         if (kind == ELEMENT_PROFILE) printProfile((const ProfileElement*)element);
         orvIdx_freeElement(kind, &element);
-        result = orvIdx_readNextElement(job, kind, &element);
     }
+    return unread;
 }
 
 int main(int argumentCount, char** arguments)
@@ -64,6 +74,7 @@ int main(int argumentCount, char** arguments)
     IdxConnection* job = NULL;
     char* names = NULL;
     uint32_t count = 0;
+    uint32_t unread;
     int32_t result;
 
     if (argumentCount != 2) {
@@ -82,8 +93,10 @@ int main(int argumentCount, char** arguments)
         printf("%u points: %s\n", (unsigned)count, names);
         orvIdx_freeElementNameList(&names);
     }
-    printAll(job, ELEMENT_CHAIN);
-    printAll(job, ELEMENT_PROFILE);
+    unread = printAll(job, ELEMENT_CHAIN);
+    unread += printAll(job, ELEMENT_PROFILE);
+    if (unread > 0) fprintf(stderr, "%u that cannot be read\n", (unsigned)unread);
 
-    return orvIdx_disconnectFromOrvaneOrvFile(&job) == IDX_OK ? 0 : 1;
+    result = orvIdx_disconnectFromOrvaneOrvFile(&job);
+    return result == IDX_OK && unread == 0 ? 0 : 1;
 }

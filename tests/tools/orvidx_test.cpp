@@ -3,12 +3,15 @@
 #include "platform/os.h"
 #include "tests/support/bad_files.h"
 #include "tests/support/command.h"
+#include "tests/support/raw_job.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 static CommandResult orvidx(std::vector<std::string> words)
 {
@@ -40,7 +43,14 @@ TEST(Orvidx, PrintsCountsNamesAndMembers)
         {{"list", "chain", commas}, "EM,,Y\nMAIN\nMAINX\nREF\n"},
         {{"show", "chain", "EM,,Y", commas}, "name: \"EM,,Y\""},
         {{"list", "curve", mixed}, "\n\u00C4CV\n"},
-        {{"show", "curve", "\u00C4CV", mixed}, "name: \"\u00C4CV\""}};
+        {{"show", "curve", "\u00C4CV", mixed}, "name: \"\u00C4CV\""},
+        {{"show", "survey-chain", tiny}, "RIDGE\n"},
+        {{"list", "-0", "survey-chain", tiny}, "EDGE OF WATER\0RIDGE\0"s},
+        {{"list", "--json", "survey-chain", tiny}, "[\"EDGE OF WATER\", \"RIDGE\"]\n"},
+        {{"show", "--json", "profile", "P1", tiny}, ", \"name\": \"P1\", "},
+        {{"info", "--json", tiny},
+         "{\"points\": 8, \"lines\": 3, \"curves\": 2, \"spirals\": 4, \"chains\": 4, "
+         "\"profiles\": 2, \"surveyChains\": 2}\n"}};
     for (const auto& row : rows) {
         CommandResult run = orvidx(row.words);
         EXPECT_EQ(run.status, 0) << run.errors;
@@ -70,7 +80,7 @@ TEST(Orvidx, SaysWhyAJobCannotBeOpened)
     EXPECT_FALSE(fs::exists(missing));
     expectRefusal({"list", "point", directory}, directory, "a directory");
     std::string longPath = directory + "/" + std::string(240, 'x');
-    expectRefusal({"info", longPath}, longPath, "longer than 255 characters");
+    expectRefusal({"info", "--live", longPath}, longPath, "longer than 255 characters");
 
     std::string job = directory + "/job.orv";
     for (const BadFile& file : badFiles()) {
@@ -85,9 +95,14 @@ TEST(Orvidx, SaysThatAJobIsTakenOrClosedToTheUser)
     std::string job = freshJob("tiny");
     int descriptor = osOpen(job.c_str(), OS_READ_WRITE);
     ASSERT_EQ(lockRange(descriptor, LOCK_AT_ONCE, 512, 128), 0);
-    expectRefusal({"info", job}, job, "too many users");
-    osClose(descriptor);
+    expectRefusal({"info", "--live", job}, job, "too many users");
     EXPECT_EQ(orvidx({"info", job}).status, 0);
+    ASSERT_EQ(lockRange(descriptor, LOCK_AT_ONCE, FILE_LOCK_BYTE, 1), 0);
+    const std::string writing = "another program is writing; waited 0 s";
+    expectRefusal({"info", "--timeout", "0", job}, job, writing);
+    expectRefusal({"info", "--timeout", "0", "--live", job}, job, writing);
+    osClose(descriptor);
+    EXPECT_EQ(orvidx({"info", "--live", job}).status, 0);
 
     fs::permissions(job, fs::perms::none);
     if (!std::ifstream(job)) expectRefusal({"info", job}, job, "no access");
@@ -97,21 +112,70 @@ TEST(Orvidx, TellsAMissingElementFromOneThatCannotBeRead)
 {
     std::string job = freshJob("tiny");
     expectRefusal({"show", "curve", "NONE", job}, job, "no such element: curve NONE");
+    expectRefusal({"show", "point", "AB21", job}, job, "point AB21; near it: AB12\n");
+    expectRefusal({"show", "curve", "c1", job}, job, "curve c1; near it: C1, C2\n");
     expectRefusal({"show", "line", "L3", job}, job, "cannot be read: line L3");
+}
+
+// Reading gives lines their extension records and rewrites older chains: a copy takes that.
+TEST(Orvidx, LeavesTheJobAsItIsUnlessItIsLive)
+{
+    const std::string job = freshJob("mixed");
+    const std::string bytes = fileBytes(job);
+    fs::last_write_time(job, fs::last_write_time(job) - std::chrono::hours(1));
+    const fs::file_time_type before = fs::last_write_time(job);
+    permitAll(job, READING);
+    const std::vector<std::vector<std::string>> commands = {
+        {"info"},   {"list", "chain"}, {"show", "chain", "OLD2"}, {"show", "line", "NOEXT1"},
+        {"export"}, {"show", "line"}};
+    for (std::vector<std::string> words : commands) {
+        words.push_back(job);
+        CommandResult run = orvidx(words);
+        EXPECT_NE(run.status, 1) << run.errors;
+        EXPECT_NE(run.output, "");
+        EXPECT_EQ(run.errors.find("Read Only"), std::string::npos) << run.errors;
+        EXPECT_TRUE(fileBytes(job) == bytes) << words[0];
+        EXPECT_EQ(fs::last_write_time(job), before) << words[0];
+    }
+    permitAll(job, WRITING);
+    EXPECT_EQ(orvidx({"show", "--live", "line", "NOEXT1", job}).status, 0);
+    EXPECT_TRUE(fileBytes(job) != bytes);
+}
+
+TEST(Orvidx, CountsTheOtherKindsWhenOneCannotBeCounted)
+{
+    std::string bytes = fileBytes(freshJob("tiny"));
+    bytes[static_cast<size_t>(pageAt(0))] = 1; // a level that no leaf has
+    std::string job = freshDirectory() + "/job.orv";
+    writeBytes(job, bytes);
+    CommandResult run = orvidx({"info", job});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.output, "points         8\nlines          ?\ncurves         ?\nspirals        4\n"
+                          "chains         ?\nprofiles       ?\nsurvey chains  2\n");
+    EXPECT_NE(run.errors.find(job + ": the curves cannot be counted"), std::string::npos);
+    EXPECT_NE(orvidx({"info", "--json", job}).output.find("\"curves\": null"), std::string::npos);
+    expectRefusal({"list", "curve", job}, job, "the curves cannot be counted");
 }
 
 TEST(Orvidx, RefusesWrongUsageWithStatus2)
 {
     std::string job = freshJob("tiny");
-    const std::vector<std::vector<std::string>> wrong = {
-        {},       {"list", "tree", job},  {"show", "curve", job}, {"info"},
-        {"dump"}, {"info", job, "extra"}, {"list", "0", job},     {"export", job, "-o"}};
+    const std::vector<std::vector<std::string>> wrong = {{},
+                                                         {"list", "tree", job},
+                                                         {"show", "curve"},
+                                                         {"info"},
+                                                         {"dump"},
+                                                         {"info", job, "extra"},
+                                                         {"list", "0", job},
+                                                         {"export", job, "-o"},
+                                                         {"list", "-0", "--json", "line", job}};
     for (const std::vector<std::string>& words : wrong) {
         CommandResult run = orvidx(words);
         EXPECT_EQ(run.status, 2) << testing::PrintToString(words);
         EXPECT_NE(run.errors, "");
     }
     EXPECT_EQ(orvidx({"--help"}).status, 0);
+    EXPECT_TRUE(orvidx({"--version"}).output.starts_with("orvidx 2.0 (library orvIdx 2.0, "));
 }
 
 TEST(Orvidx, ReplacesAFileByACompleteExportOrNotAtAll)
