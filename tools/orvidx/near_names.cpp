@@ -5,25 +5,26 @@
 
 constexpr size_t SUGGESTIONS = 3;
 
-static char lower(char letter)
+static bool alike(char one, char other)
 {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    return std::tolower(static_cast<unsigned char>(one)) ==
+           std::tolower(static_cast<unsigned char>(other));
 }
 
 // Returns how many letters have to be added, taken away, replaced or swapped with the next one.
 static size_t distance(const std::string& from, const std::string& to)
 {
+    // Of the first i letters of one from the first j of the other.
     std::vector<std::vector<size_t>> steps(from.size() + 1, std::vector<size_t>(to.size() + 1));
     for (size_t i = 0; i <= from.size(); ++i) {
         for (size_t j = 0; j <= to.size(); ++j) {
             size_t& least = steps[i][j];
             least = i + j;
             if (i == 0 || j == 0) continue;
-            bool same = lower(from[i - 1]) == lower(to[j - 1]);
-            least = std::min(
-                {steps[i - 1][j] + 1, steps[i][j - 1] + 1, steps[i - 1][j - 1] + (same ? 0 : 1)});
-            bool swapped = i > 1 && j > 1 && lower(from[i - 1]) == lower(to[j - 2]) &&
-                           lower(from[i - 2]) == lower(to[j - 1]);
+            size_t replaced = steps[i - 1][j - 1] + (alike(from[i - 1], to[j - 1]) ? 0 : 1);
+            least = std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, replaced});
+            bool swapped =
+                i > 1 && j > 1 && alike(from[i - 1], to[j - 2]) && alike(from[i - 2], to[j - 1]);
             if (swapped) least = std::min(least, steps[i - 2][j - 2] + 1);
         }
     }
@@ -37,13 +38,13 @@ std::vector<std::string> nearNames(const std::vector<std::string>& names, const 
     for (const std::string& name : names) {
         size_t longer = std::max(name.size(), sought.size());
         if (longer - std::min(name.size(), sought.size()) > furthest) continue;
-        size_t far = distance(name, sought);
-        if (far <= furthest) byDistance[far].push_back(name);
+        size_t steps = distance(name, sought);
+        if (steps <= furthest) byDistance[steps].push_back(name);
     }
-    std::vector<std::string> near;
+    std::vector<std::string> found;
     for (const std::vector<std::string>& group : byDistance) {
-        near.insert(near.end(), group.begin(), group.end());
+        found.insert(found.end(), group.begin(), group.end());
     }
-    near.resize(std::min(near.size(), SUGGESTIONS));
-    return near;
+    found.resize(std::min(found.size(), SUGGESTIONS));
+    return found;
 }

@@ -58,11 +58,11 @@ static std::string whyNotShown(const JobSource& source, const ShowRequest& reque
     if (std::find(names.begin(), names.end(), name) != names.end()) {
         return "cannot be read: " + what + ": " + unreadableReason(source);
     }
-    std::string near;
+    std::string suggested;
     for (const std::string& other : nearNames(names, name)) {
-        near += (near.empty() ? "; near it: " : ", ") + harmless(utf8FromLatin1(other));
+        suggested += (suggested.empty() ? "; near it: " : ", ") + harmless(utf8FromLatin1(other));
     }
-    return "no such element: " + what + near;
+    return "no such element: " + what + suggested;
 }
 
 int runShow(const JobSource& source, const ShowRequest& request, std::FILE* out)
