@@ -47,7 +47,7 @@ TEST(Orvidx, PrintsCountsNamesAndMembers)
         {{"show", "survey-chain", tiny}, "RIDGE\n"},
         {{"list", "-0", "survey-chain", tiny}, "EDGE OF WATER\0RIDGE\0"s},
         {{"list", "--json", "survey-chain", tiny}, "[\"EDGE OF WATER\", \"RIDGE\"]\n"},
-        {{"show", "--json", "profile", "P1", tiny}, ", \"name\": \"P1\", "},
+        {{"show", "--json", "profile", "P1", tiny}, "{\"name\": \"P1\", "},
         {{"info", "--json", tiny},
          "{\"points\": 8, \"lines\": 3, \"curves\": 2, \"spirals\": 4, \"chains\": 4, "
          "\"profiles\": 2, \"surveyChains\": 2}\n"}};
@@ -113,7 +113,7 @@ TEST(Orvidx, TellsAMissingElementFromOneThatCannotBeRead)
     std::string job = freshJob("tiny");
     expectRefusal({"show", "curve", "NONE", job}, job, "no such element: curve NONE");
     expectRefusal({"show", "point", "AB21", job}, job, "point AB21; near it: AB12\n");
-    expectRefusal({"show", "curve", "c1", job}, job, "curve c1; near it: C1, C2\n");
+    expectRefusal({"show", "curve", "c1", job}, job, "curve c1; near it: C1\n");
     expectRefusal({"show", "line", "L3", job}, job, "cannot be read: line L3");
 }
 
