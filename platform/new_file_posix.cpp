@@ -14,7 +14,7 @@
 // -- Signals -----------------------------------------------------------------
 
 // The unfinished files, for a signal's handler, which may use nothing that allocates.
-constexpr int UNFINISHED_FILES = 4;
+constexpr int UNFINISHED_FILES = 16;                // an export of every kind has 12 at once
 static char unfinished[UNFINISHED_FILES][PATH_MAX]; // empty: free
 
 static constexpr std::array ENDING_SIGNALS = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE};

@@ -10,7 +10,7 @@
 # there are skipped.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
+packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libsqlite3-dev)
 optional=()
 if [ "${1:-}" = --checks ]; then
   shift

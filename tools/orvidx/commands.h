@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 constexpr int STATUS_DONE = 0;
 constexpr int STATUS_FAILED = 1;
@@ -36,8 +37,15 @@ struct ShowRequest {
 int runShow(const JobSource& source, const ShowRequest& request, std::FILE* out);
 
 struct ExportRequest {
-    std::string outFile; // empty: standard output
+    std::string format = "json";
+    std::string target; // file, or folder for CSV; empty or a minus sign: standard output
+    std::vector<std::string> kinds; // none: all
+    bool force = false;
+    bool byteOrderMark = false;
 };
+
+// Returns what is wrong with a request that the command line has accepted, else an empty text.
+std::string faultOfRequest(const ExportRequest& request);
 
 int runExport(const JobSource& source, const ExportRequest& request, std::FILE* out);
 

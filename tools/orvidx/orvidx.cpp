@@ -57,13 +57,20 @@ struct CommandLine {
     ExportRequest whole;
 };
 
-static void declareKind(CLI::App* command, std::string* kind)
+static std::vector<std::string> kindNames()
 {
     std::vector<std::string> kinds;
     for (const ElementKind& row : ELEMENT_KINDS) {
         kinds.push_back(row.name);
     }
-    command->add_option("KIND", *kind, "Kind of element")->required()->check(CLI::IsMember(kinds));
+    return kinds;
+}
+
+static void declareKind(CLI::App* command, std::string* kind)
+{
+    command->add_option("KIND", *kind, "Kind of element")
+        ->required()
+        ->check(CLI::IsMember(kindNames()));
 }
 
 static void declareJson(CLI::App* command, bool* json)
@@ -119,10 +126,24 @@ static void declareShow(CLI::App* command, CommandLine* line)
 
 static void declareExport(CLI::App* command, CommandLine* line)
 {
+    ExportRequest* request = &line->whole;
     declareJob(command, &line->job);
     command
-        ->add_option("-o,--output", line->whole.outFile, "File to write instead of standard output")
+        ->add_option("-o,--output", request->target,
+                     "File to write, or folder for csv; a minus sign is standard output")
         ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
+    command->add_option("--format", request->format, "json, jsonl (JSON Lines), csv or sqlite")
+        ->check(CLI::IsMember({"json", "jsonl", "csv", "sqlite"}))
+        ->capture_default_str();
+    command->add_option("--kind", request->kinds, "Kinds to export, instead of all")
+        ->check(CLI::IsMember(kindNames()));
+    command->add_flag("--force", request->force, "csv: write into a folder that is not empty");
+    command->add_flag("--bom", request->byteOrderMark,
+                      "csv: begin with a byte order mark, by which spreadsheets know UTF-8");
+    command->callback([request] {
+        std::string fault = faultOfRequest(*request);
+        if (!fault.empty()) throw CLI::ValidationError("export", fault);
+    });
 }
 
 // -- Running -----------------------------------------------------------------
@@ -180,7 +201,8 @@ static int parseAndRun(int argc, char** argv)
                 &line);
     declareList(app.add_subcommand("list", "Print the names of a kind, one a line"), &line);
     declareShow(app.add_subcommand("show", "Print all members of an element"), &line);
-    declareExport(app.add_subcommand("export", "Print everything as JSON"), &line);
+    declareExport(app.add_subcommand("export", "Write everything for other programs to read"),
+                  &line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

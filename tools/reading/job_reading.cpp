@@ -28,7 +28,7 @@ uint32_t countElements(IdxConnection* job, uint32_t kind)
     return countAndList(job, kind, nullptr);
 }
 
-static std::string_view nameInElement(uint32_t kind, const void* element)
+std::string_view nameInElement(uint32_t kind, const void* element)
 {
     switch (kind) {
     case ELEMENT_POINT:

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct ElementKind {
@@ -39,6 +40,9 @@ uint32_t countElements(IdxConnection* job, uint32_t kind);
 // Returns the names of all elements of a kind in the order of the walk, as they are stored. Throws
 // as countElements.
 std::vector<std::string> elementNames(IdxConnection* job, uint32_t kind);
+
+// Returns the name in an element of the kind.
+std::string_view nameInElement(uint32_t kind, const void* element);
 
 // Returns the element as JSON, or null when there is none of that name or its records
 // cannot be read.

@@ -1,0 +1,38 @@
+// A whole job in a format that other programs read: JSON, JSON Lines, CSV or SQLite.
+//
+// Boundary of tools/export/, for orvidx. No state of its own. Of the job only the element at hand
+// and the names of its kind are held in memory.
+#pragma once
+
+#include "orvIdx.h"
+
+#include <cstdio>
+#include <string>
+
+enum ExportFormat { EXPORT_JSON, EXPORT_JSONL, EXPORT_CSV, EXPORT_SQLITE };
+
+struct ExportPlan {
+    ExportFormat format;
+    std::string job;        // as the user calls it
+    std::string unreadable; // why elements cannot be read, in general words
+    std::string target;     // file, or folder for CSV; empty: the stream
+    std::FILE* stream;
+    bool kinds[ELEMENT_SURVEY_CHAIN + 1]; // wanted
+    bool force;                           // CSV goes into a folder that is not empty
+    bool byteOrderMark;                   // CSV begins with one
+    bool watched;                         // a person sees how far it has come
+};
+
+// What is missing in an export.
+struct ExportGaps {
+    int elements; // that cannot be read
+    int kinds;    // that cannot be counted
+};
+
+// False where this build has not got the format.
+bool hasFormat(ExportFormat format);
+
+// Exports the job; a file is put in its place when it is complete, and never in that of the job.
+// Names on standard error what cannot be read, one line each. Throws std::runtime_error when the
+// export cannot be written, with the file as it was before.
+ExportGaps exportJob(IdxConnection* job, const ExportPlan& plan);
