@@ -1,6 +1,7 @@
 // Files that come into being whole: written under another name beside their place, and put there
 // when they are complete. For the tools; the library writes job databases in place.
 //
+// Paths are as in path_text.h.
 // Where the system forbids a file, errno tells why. Whatever ends the program by a signal that a
 // person sends, unfinished files are removed first.
 #pragma once

@@ -1,35 +1,38 @@
 #include "platform/new_file.h"
 
+#include "platform/path_text.h"
+
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
 #include <windows.h>
 
 // The unfinished files, for the handler, which runs in a thread of its own.
-constexpr int UNFINISHED_FILES = 16;                // an export of every kind has 12 at once
-static char unfinished[UNFINISHED_FILES][MAX_PATH]; // empty: free
-static int unfinishedDescriptors[UNFINISHED_FILES]; // an open file cannot be removed
+constexpr int UNFINISHED_FILES = 16; // an export of every kind has 12 at once
+static wchar_t unfinished[UNFINISHED_FILES][MAX_PATH]; // empty: free
+static int unfinishedDescriptors[UNFINISHED_FILES];    // an open file cannot be removed
 
 static BOOL WINAPI removeUnfinished(DWORD)
 {
     for (int i = 0; i < UNFINISHED_FILES; ++i) {
         if (unfinished[i][0] == 0) continue;
         _close(unfinishedDescriptors[i]);
-        DeleteFileA(unfinished[i]);
+        DeleteFileW(unfinished[i]);
     }
     return FALSE; // the program ends as it would have
 }
 
-static void changeUnfinished(const char* from, const char* to, int descriptor)
+// The paths are shorter than MAX_PATH.
+static void changeUnfinished(const std::wstring& from, const std::wstring& to, int descriptor)
 {
     static bool watched;
     if (!watched) watched = SetConsoleCtrlHandler(removeUnfinished, TRUE) != 0;
     for (int i = 0; i < UNFINISHED_FILES; ++i) {
-        if (std::string(unfinished[i]) != from) continue;
+        if (from != unfinished[i]) continue;
         unfinishedDescriptors[i] = descriptor;
-        std::snprintf(unfinished[i], sizeof unfinished[i], "%s", to);
+        std::copy_n(to.c_str(), to.size() + 1, unfinished[i]);
         break;
     }
 }
@@ -40,15 +43,16 @@ static int openNew(NewFile* file, const std::string& begin)
     for (int i = 0; i < TRIES; ++i) {
         file->temporary =
             begin + std::to_string(GetCurrentProcessId()) + "." + std::to_string(i) + ".part";
-        if (file->temporary.size() >= MAX_PATH) {
+        std::wstring wide = wideText(file->temporary);
+        if (wide.size() >= MAX_PATH) {
             errno = ENAMETOOLONG;
             return NEW_FILE_FAILED;
         }
         file->descriptor =
-            _open(file->temporary.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT,
-                  _S_IREAD | _S_IWRITE);
+            _wopen(wide.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT,
+                   _S_IREAD | _S_IWRITE);
         if (file->descriptor >= 0) {
-            changeUnfinished("", file->temporary.c_str(), file->descriptor);
+            changeUnfinished({}, wide, file->descriptor);
             return NEW_FILE_DONE;
         }
         if (errno != EEXIST) break;
@@ -59,7 +63,8 @@ static int openNew(NewFile* file, const std::string& begin)
 // A device has a name like any other (NUL, CON): what is there tells.
 static bool opensDevice(NewFile* file, const std::string& path)
 {
-    HANDLE handle = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+    std::wstring wide = wideText(path);
+    HANDLE handle = CreateFileW(wide.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                 nullptr, OPEN_EXISTING, 0, nullptr);
     if (handle == INVALID_HANDLE_VALUE) return false;
     DWORD type = GetFileType(handle);
@@ -67,7 +72,7 @@ static bool opensDevice(NewFile* file, const std::string& path)
     if (type == FILE_TYPE_DISK) return false;
     file->isDevice = true;
     file->target = file->temporary = path;
-    file->descriptor = _open(path.c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT);
+    file->descriptor = _wopen(wide.c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT);
     return file->descriptor >= 0;
 }
 
@@ -76,7 +81,7 @@ int beginNewFile(NewFile* file, const std::string& path, bool replaces)
     *file = {};
     file->replaces = replaces;
     if (opensDevice(file, path)) return NEW_FILE_DONE;
-    DWORD attributes = GetFileAttributesA(path.c_str());
+    DWORD attributes = GetFileAttributesW(wideText(path).c_str());
     bool exists = attributes != INVALID_FILE_ATTRIBUTES;
     if (exists && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         errno = EISDIR;
@@ -90,13 +95,13 @@ int beginNewFile(NewFile* file, const std::string& path, bool replaces)
 int beginTemporaryFile(NewFile* file)
 {
     *file = {};
-    char folder[MAX_PATH];
-    DWORD length = GetTempPathA(sizeof folder, folder);
-    if (length == 0 || length >= sizeof folder) {
+    wchar_t folder[MAX_PATH + 1];
+    DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    if (length == 0 || length > MAX_PATH) {
         errno = ENOENT;
         return NEW_FILE_FAILED;
     }
-    return openNew(file, std::string(folder) + "orvidx.");
+    return openNew(file, utf8Text(folder) + "orvidx.");
 }
 
 int writeNewFile(NewFile* file, const void* bytes, size_t length)
@@ -123,7 +128,8 @@ static bool letGo(NewFile* file)
 static bool moveIntoPlace(const NewFile* file)
 {
     DWORD flags = MOVEFILE_WRITE_THROUGH | (file->replaces ? MOVEFILE_REPLACE_EXISTING : 0);
-    if (MoveFileExA(file->temporary.c_str(), file->target.c_str(), flags)) return true;
+    const std::wstring from = wideText(file->temporary);
+    if (MoveFileExW(from.c_str(), wideText(file->target).c_str(), flags)) return true;
     DWORD error = GetLastError();
     bool exists = error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS;
     errno = exists ? EEXIST : EACCES;
@@ -141,7 +147,7 @@ int finishNewFile(NewFile* file)
         errno = error;
         return error == EEXIST ? NEW_FILE_EXISTS : NEW_FILE_FAILED;
     }
-    changeUnfinished(file->temporary.c_str(), "", -1);
+    changeUnfinished(wideText(file->temporary), {}, -1);
     file->temporary.clear();
     return NEW_FILE_DONE;
 }
@@ -150,7 +156,8 @@ void abandonNewFile(NewFile* file)
 {
     if (file->descriptor >= 0) letGo(file);
     if (file->isDevice || file->temporary.empty()) return;
-    DeleteFileA(file->temporary.c_str());
-    changeUnfinished(file->temporary.c_str(), "", -1);
+    const std::wstring wide = wideText(file->temporary);
+    DeleteFileW(wide.c_str());
+    changeUnfinished(wide, {}, -1);
     file->temporary.clear();
 }

@@ -23,6 +23,8 @@ fi
 # processes meet in TMPDIR, so all of them are given the same.
 export WINEPREFIX=$dir/prefix TMPDIR=$dir/tmp WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe,winedbg.exe="
+# Arguments and file names are UTF-8 for Wine then, as they are on the machine.
+export LC_ALL=C.UTF-8
 unset DISPLAY WAYLAND_DISPLAY WINEARCH WINELOADER WINESERVER WINEDLLPATH
 
 if [ "${1:-}" = --stop ]; then

@@ -94,7 +94,6 @@ compare_job() {
     "orvidx_$system" export --live "$work/$name-$system/job.orv" \
       >"$work/$name-$system/output" 2>"$work/$name-$system/errors" ||
       [ $? -eq 3 ] || fail "$name: orvidx failed on $system: $(cat "$work/$name-$system/errors")"
-    sed -i 's/\r$//' "$work/$name-$system/output" "$work/$name-$system/errors"
   done
   diff -rq "$work/$name-linux" "$work/$name-wine" || fail "$name: the builds differ"
   check_job "$work/$name-wine/job.orv"
@@ -104,7 +103,7 @@ compare_job() {
 check_job() {
   local here there
   here=$("$native/tools/orvjob" check "$1") || fail "$1: $here"
-  there=$("$wine" $windows/bin/orvjob.exe check "$1" | tr -d '\r') || fail "$1: $there"
+  there=$("$wine" $windows/bin/orvjob.exe check "$1") || fail "$1: $there"
   [ "$here" = "$there" ] || fail "$1: '$here' on Linux, '$there' on Windows"
 }
 
@@ -130,7 +129,7 @@ share_job() {
   done <"$work/last_names_first"
   wait "$pid" || fail "the reader on $first failed beside others on $others"
 
-  tr -d '\r' <"$dir/output" | cmp - "$work/lines.json" ||
+  cmp "$dir/output" "$work/lines.json" ||
     fail "the reader on $first saw something else"
   orvidx_linux export "$dir/job.orv" | cmp - "$work/lines.json" || fail "elements were lost"
   [ "$(records "$dir/job.orv")" = "$(records "$work/complete.orv")" ] ||

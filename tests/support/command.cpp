@@ -1,5 +1,6 @@
 #include "tests/support/command.h"
 
+#include "platform/path_text.h"
 #include "tests/support/process.h"
 
 #include <fcntl.h>
@@ -17,13 +18,6 @@ void must(bool well, const std::string& what)
     if (!well) throw std::runtime_error(what);
 }
 
-static std::string contentOf(const std::string& path, std::ios::openmode mode)
-{
-    std::ifstream file(path, mode);
-    must(file.good(), "cannot read " + path);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
 CommandResult runCommand(const std::vector<std::string>& words)
 {
     std::string directory = freshDirectory();
@@ -38,7 +32,7 @@ CommandResult runCommand(const std::vector<std::string>& words)
     int status = waitForProcess(startProcess(words, streams[0], streams[1], streams[2]));
     for (int stream : streams)
         close(stream);
-    return {status, contentOf(paths[1], std::ios::in), contentOf(paths[2], std::ios::in)};
+    return {status, fileBytes(paths[1]), fileBytes(paths[2])};
 }
 
 // Removed with what is in them when the test program ends.
@@ -74,11 +68,16 @@ std::string freshJob(const std::string& golden)
     return job;
 }
 
-std::string fileBytes(const std::string& path) { return contentOf(path, std::ios::binary); }
+std::string fileBytes(const std::string& path)
+{
+    std::ifstream file(filePath(path), std::ios::binary);
+    must(file.good(), "cannot read " + path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
 
 void writeBytes(const std::string& path, const std::string& bytes)
 {
-    std::ofstream file(path, std::ios::binary);
+    std::ofstream file(filePath(path), std::ios::binary);
     file << bytes;
     must(file.flush().good(), "cannot write " + path);
 }

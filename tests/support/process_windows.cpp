@@ -1,3 +1,4 @@
+#include "platform/path_text.h"
 #include "tests/support/process.h"
 
 #include <fcntl.h>
@@ -30,7 +31,8 @@ Process startProcess(const std::vector<std::string>& words, int input, int outpu
     std::string line;
     for (const std::string& word : words)
         line += "\"" + word + "\" "; // none has a quotation mark in it
-    STARTUPINFOA start = {};
+    std::wstring wideLine = filePath(line).wstring();
+    STARTUPINFOW start = {};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdInput = handleOf(input);
@@ -40,8 +42,8 @@ Process startProcess(const std::vector<std::string>& words, int input, int outpu
     for (HANDLE stream : streams)
         SetHandleInformation(stream, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
     PROCESS_INFORMATION process = {};
-    BOOL started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                  &start, &process);
+    BOOL started = CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                  nullptr, &start, &process);
     for (HANDLE stream : streams)
         SetHandleInformation(stream, HANDLE_FLAG_INHERIT, 0);
     must(started, "cannot start " + words[0]);

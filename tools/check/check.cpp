@@ -1,5 +1,6 @@
 #include "tools/check/check.h"
 
+#include "platform/path_text.h"
 #include "tools/check/record_check.h"
 #include "tools/check/tree_check.h"
 
@@ -88,7 +89,7 @@ static bool readFile(std::vector<uint8_t>* bytes, const std::string& path)
 {
     std::ifstream stream;
     stream.rdbuf()->pubsetbuf(nullptr, 0); // nothing is read ahead
-    stream.open(path, std::ios::binary);
+    stream.open(filePath(path), std::ios::binary);
     char chunk[NODE_PAGE_SIZE] = {};
     stream.read(chunk, HEADER_SIZE);
     stream.seekg(BUSY_MARKER_OFFSET);

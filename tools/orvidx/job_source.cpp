@@ -1,5 +1,6 @@
 #include "tools/orvidx/job_source.h"
 
+#include "platform/path_text.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/open_diagnosis.h"
 
@@ -9,7 +10,8 @@ static void openLive(JobSource* source, const JobRequest& request)
 {
     std::string fault = waitForWriters(request.path, request.lockSeconds);
     if (!fault.empty()) throw ReadingFault(fault);
-    int32_t result = orvIdx_connectToOrvaneOrvFile(&source->job, request.path.c_str(), 0);
+    int32_t result =
+        orvIdx_connectToOrvaneOrvFile(&source->job, libraryPath(request.path).c_str(), 0);
     if (result != IDX_OK) throw ReadingFault(openDiagnosis(request.path, result));
 }
 

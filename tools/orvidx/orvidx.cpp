@@ -219,6 +219,7 @@ static int parseAndRun(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    argv = startProgram(&argc, argv);
     try {
         return parseAndRun(argc, argv);
     } catch (const std::exception& error) {

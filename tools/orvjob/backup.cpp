@@ -1,4 +1,5 @@
 #include "format/format.h"
+#include "platform/path_text.h"
 #include "tools/orvjob/commands.h"
 #include "tools/snapshot/job_snapshot.h"
 
@@ -14,7 +15,7 @@ static bool isJob(const std::vector<uint8_t>& bytes)
 int runBackup(const BackupRequest& request)
 {
     std::error_code error;
-    if (std::filesystem::equivalent(request.job, request.copy, error)) {
+    if (std::filesystem::equivalent(filePath(request.job), filePath(request.copy), error)) {
         return failWith(request.copy, "is the job itself");
     }
     JobSnapshot snapshot = takeSnapshot(request.job, request.lockSeconds);

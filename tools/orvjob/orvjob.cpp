@@ -15,6 +15,7 @@
 #include "tools/reading/version.h"
 #include "tools/sample/sample_job.h"
 #include "tools/snapshot/job_snapshot.h"
+#include "tools/terminal/terminal.h"
 
 #include <CLI/CLI.hpp>
 
@@ -160,6 +161,7 @@ static int parseAndRun(int argc, char** argv, int* troubleStatus)
 
 int main(int argc, char** argv)
 {
+    argv = startProgram(&argc, argv);
     int troubleStatus = STATUS_FAILED;
     try {
         int status = parseAndRun(argc, argv, &troubleStatus);

@@ -1,4 +1,5 @@
 #include "tools/recover/recover.h"
+#include "platform/path_text.h"
 #include "tools/check/check.h"
 #include "tools/orvjob/commands.h"
 #include "tools/reading/element_json.h"
@@ -132,7 +133,7 @@ static bool isClean(const RecoverRequest& request, const Recovery& recovery)
 int runRecover(const RecoverRequest& request)
 {
     std::error_code error;
-    if (std::filesystem::equivalent(request.job, request.rescued, error)) {
+    if (std::filesystem::equivalent(filePath(request.job), filePath(request.rescued), error)) {
         return failWith(request.rescued, "is the job itself");
     }
     JobSnapshot snapshot = takeSnapshot(request.job, request.lockSeconds);

@@ -1,5 +1,6 @@
 #include "tools/reading/job_copy.h"
 
+#include "platform/path_text.h"
 #include "tools/reading/open_diagnosis.h"
 #include "tools/snapshot/job_snapshot.h"
 
@@ -15,7 +16,7 @@ JobCopy openJobCopy(const std::vector<uint8_t>& bytes)
     copy.fault = writeCopy(&copy.file, bytes);
     if (!copy.fault.empty()) return copy;
     const std::string& path = copy.file.temporary;
-    int32_t result = orvIdx_connectToOrvaneOrvFile(&copy.job, path.c_str(), 0);
+    int32_t result = orvIdx_connectToOrvaneOrvFile(&copy.job, libraryPath(path).c_str(), 0);
     if (result == IDX_OK) return copy;
     copy.fault = openDiagnosis(path, result);
     abandonNewFile(&copy.file);
@@ -25,8 +26,8 @@ JobCopy openJobCopy(const std::vector<uint8_t>& bytes)
 bool returnToJobCopy(JobCopy* copy)
 {
     orvIdx_disconnectFromOrvaneOrvFile(&copy->job);
-    const char* path = copy->file.temporary.c_str();
-    return orvIdx_connectToOrvaneOrvFile(&copy->job, path, 0) == IDX_OK;
+    const std::string path = libraryPath(copy->file.temporary);
+    return orvIdx_connectToOrvaneOrvFile(&copy->job, path.c_str(), 0) == IDX_OK;
 }
 
 void closeJobCopy(JobCopy* copy)

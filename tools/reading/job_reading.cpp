@@ -1,5 +1,6 @@
 #include "tools/reading/job_reading.h"
 
+#include "platform/path_text.h"
 #include "tools/reading/element_json.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "tools/reading/open_diagnosis.h"
 
 #include "orvIdx.h"
+#include "platform/path_text.h"
 
 #include <filesystem>
 #include <fstream>
@@ -168,7 +169,7 @@ static std::string damage(std::ifstream& file, const Bytes& header, uintmax_t fi
 static std::string pathFault(const std::string& path)
 {
     std::error_code error;
-    fs::file_status status = fs::status(path, error);
+    fs::file_status status = fs::status(filePath(path), error);
     if (status.type() == fs::file_type::not_found) return "there is no such file";
     if (status.type() == fs::file_type::none) return "no access: " + error.message();
     if (status.type() == fs::file_type::directory) return "a directory, not a job database";
@@ -183,10 +184,10 @@ static std::string contentFault(const std::string& path)
     // other users have locked cannot be read.
     std::ifstream file;
     file.rdbuf()->pubsetbuf(nullptr, 0);
-    file.open(path, std::ios::binary);
+    file.open(filePath(path), std::ios::binary);
     if (!file) return "no access: the file may not be read";
     std::error_code error;
-    uintmax_t length = fs::file_size(path, error);
+    uintmax_t length = fs::file_size(filePath(path), error);
     Bytes header = readBytes(file, 0, HEADER_LENGTH);
     if (file.bad()) return "no access: the file cannot be read";
     if (!isJobDatabase(header)) return "not a job database";
@@ -200,10 +201,14 @@ std::string openDiagnosis(const std::string& path, int32_t connectResult)
     if (connectResult == IDX_OLDER_FORMAT) {
         return "a job database of the older format, which is not read";
     }
-    if (path.size() > MAX_PATH_LENGTH) {
+    if (libraryPath(path).size() > MAX_PATH_LENGTH) {
         return "the path is longer than " + std::to_string(MAX_PATH_LENGTH) + " characters";
     }
     std::string fault = pathFault(path);
+    if (fault.empty() && libraryPath(path).empty()) {
+        return "the path has characters that the code page of this system lacks: a copy elsewhere "
+               "can be read";
+    }
     if (fault.empty()) fault = contentFault(path);
     if (!fault.empty()) return fault;
     return "too many users: all 128 user slots are taken, or another program has the file to "

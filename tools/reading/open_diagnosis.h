@@ -1,5 +1,5 @@
 // Why a job could not be opened. The library returns the same result for almost all reasons, so
-// this looks at the file afterwards, with the C++ standard library only.
+// this looks at the file afterwards, without the library.
 //
 // For orvidx and orvjob.
 #pragma once

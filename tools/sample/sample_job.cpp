@@ -1,9 +1,10 @@
 #include "tools/sample/sample_job.h"
 
+#include "platform/new_file.h"
 #include "tools/sample/sample_parts.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
 #include <memory>
 
 constexpr int POINTS_PER_CONTROL_POINT = 25;
@@ -39,15 +40,43 @@ static int fillJob(Sample* sample, const std::string& path)
     return closed;
 }
 
+// Begins the file with an empty job. Returns as beginNewFile; a device is in the way like a file.
+static int beginJob(NewFile* file, const std::string& path)
+{
+    int result = beginNewFile(file, path, false);
+    if (result == NEW_FILE_DONE && file->isDevice) result = NEW_FILE_EXISTS;
+    if (result == NEW_FILE_DONE) {
+        const std::vector<uint8_t> bytes = emptyJobBytes();
+        result = writeNewFile(file, bytes.data(), bytes.size());
+    }
+    return result;
+}
+
+// Gives up what was begun, with errno as the result means it.
+static int refuse(NewFile* file, int result)
+{
+    int error = result == NEW_FILE_EXISTS ? EEXIST : errno;
+    abandonNewFile(file);
+    errno = error;
+    return SAMPLE_NOT_CREATED;
+}
+
 int createSampleJob(const std::string& path, int points, unsigned seed, int* written)
 {
     *written = 0;
-    if (!createEmptyJob(path)) return SAMPLE_NOT_CREATED;
+    NewFile file;
+    int begun = beginJob(&file, path);
+    if (begun != NEW_FILE_DONE) return refuse(&file, begun);
 
     auto sample = std::make_unique<Sample>();
     planSample(sample.get(), points, seed);
-    int result = fillJob(sample.get(), path);
+    int result = fillJob(sample.get(), file.temporary);
+    if (result < 0) {
+        abandonNewFile(&file);
+        return result;
+    }
+    int finished = finishNewFile(&file);
+    if (finished != NEW_FILE_DONE) return refuse(&file, finished);
     *written = sample->written;
-    if (result < 0) std::remove(path.c_str());
     return result;
 }

@@ -23,5 +23,6 @@ constexpr int SAMPLE_BARE_LINES = 300;
 // bytes on every platform. *written becomes the number of points in the file.
 //
 // SAMPLE_FULL leaves a sound job with as many points as fit, and some pages for the records that
-// reading it adds. After any other failure no new file is left.
+// reading it adds. After any other failure, or where the program is ended meanwhile, there is no
+// file at the path, or the one that was there before.
 int createSampleJob(const std::string& path, int points, unsigned seed, int* written);

@@ -1,6 +1,7 @@
 #include "tools/snapshot/job_snapshot.h"
 
 #include "format/format.h"
+#include "platform/path_text.h"
 #include "platform/platform.h"
 #include "tools/terminal/progress.h"
 
@@ -23,12 +24,12 @@ constexpr int CHUNK = 1 << 20;
 static std::string pathFault(const std::string& path)
 {
     std::error_code error;
-    fs::file_status status = fs::status(path, error);
+    fs::file_status status = fs::status(filePath(path), error);
     if (status.type() == fs::file_type::not_found) return "there is no such file";
     if (status.type() == fs::file_type::none) return "no access: " + error.message();
     if (status.type() == fs::file_type::directory) return "a directory, not a job database";
     if (status.type() != fs::file_type::regular) return "not a regular file, not a job database";
-    uintmax_t length = fs::file_size(path, error);
+    uintmax_t length = fs::file_size(filePath(path), error);
     if (length > LARGEST_FILE) return "too long for a job database";
     return {};
 }
@@ -83,7 +84,7 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
     if (!snapshot.fault.empty()) return snapshot;
 
     errno = 0;
-    int descriptor = osOpen(path.c_str(), OS_READ_ONLY);
+    int descriptor = osOpen(libraryPath(path).c_str(), OS_READ_ONLY);
     if (descriptor < 0) {
         snapshot.fault = std::string("no access: ") + std::strerror(errno);
         return snapshot;
@@ -91,7 +92,7 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
     snapshot.fault = lockWithin(descriptor, lockSeconds);
     if (snapshot.fault.empty()) {
         std::error_code error;
-        snapshot.bytes.resize(static_cast<size_t>(fs::file_size(path, error)));
+        snapshot.bytes.resize(static_cast<size_t>(fs::file_size(filePath(path), error)));
         errno = 0;
         if (!readAll(descriptor, &snapshot.bytes)) {
             snapshot.fault = std::string("the file cannot be read: ") + std::strerror(errno);

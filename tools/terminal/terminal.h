@@ -1,9 +1,13 @@
-// The standard streams, as far as they need the operating system.
+// The standard streams and the arguments, as far as they need the operating system.
 //
 // For the tools.
 #pragma once
 
 #include <cstdio>
+
+// To be called first. On every system lines then end with \n alone, arguments are in UTF-8, and
+// a console shows what is printed as UTF-8. Returns the arguments, of which there are *count.
+char** startProgram(int* count, char** arguments);
 
 // True when a person watches the stream.
 bool isTerminal(std::FILE* stream);

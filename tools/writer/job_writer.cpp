@@ -2,15 +2,13 @@
 
 #include "cogo/cogo_state.h"
 #include "cogo/keys.h"
+#include "platform/path_text.h"
 #include "records/record_image.h"
 #include "records/records_state.h"
 #include "survey/point_name.h"
 #include "survey/survey_state.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <vector>
 
 constexpr int FIRST_RECORD_NUMBER = 1;
 constexpr uint8_t POINT_TYPE_BYTE = 5;  // what other programs store with points
@@ -31,30 +29,20 @@ constexpr LayoutRow PROFILE_HEADER_ROWS[] = {
 
 // -- Files -------------------------------------------------------------------
 
-bool createEmptyJob(const std::string& path, int sparePages)
+std::vector<uint8_t> emptyJobBytes()
 {
-    std::vector<uint8_t> bytes(
-        FIRST_PAGE_OFFSET + static_cast<size_t>(1 + sparePages) * NODE_PAGE_SIZE, 0);
+    std::vector<uint8_t> bytes(FIRST_PAGE_OFFSET + NODE_PAGE_SIZE, 0);
     FileHeader header = {};
     header.height = 1;
     header.nextFreePage = 1;
     header.sequenceCounter = FIRST_RECORD_NUMBER;
-    header.pagesInFile = 1 + sparePages;
+    header.pagesInFile = 1;
     encodeHeader(bytes.data(), &header);
 
     uint8_t leaf[NODE_BUFFER_SIZE];
     initNode(leaf, 0, 0);
     std::copy(leaf, leaf + NODE_PAGE_SIZE, &bytes[FIRST_PAGE_OFFSET]);
-
-    std::FILE* stream = std::fopen(path.c_str(), "wbx");
-    if (stream == nullptr) return false;
-    bool written = std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
-    int error = errno;
-    if (std::fclose(stream) == 0 && written) return true;
-    if (written) error = errno;
-    std::remove(path.c_str());
-    errno = error;
-    return false;
+    return bytes;
 }
 
 int openJobWriter(JobWriter* job, const std::string& path, char mode)
@@ -62,8 +50,8 @@ int openJobWriter(JobWriter* job, const std::string& path, char mode)
     buildCogoLayouts();
     buildSurveyLayouts();
     setFormatVersion(true, CURRENT_FORMAT_VERSION);
-    return recordOpen(&job->records, path.c_str(), job->recordBuffer, sizeof job->recordBuffer,
-                      mode);
+    return recordOpen(&job->records, libraryPath(path).c_str(), job->recordBuffer,
+                      sizeof job->recordBuffer, mode);
 }
 
 int closeJobWriter(JobWriter* job) { return recordClose(&job->records); }

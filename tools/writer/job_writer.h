@@ -16,6 +16,7 @@
 #include "survey/survey.h"
 
 #include <string>
+#include <vector>
 
 constexpr int JOB_WRITER_BUFFER_SIZE = 16384; // as large an image as readers accept
 
@@ -25,10 +26,8 @@ struct JobWriter {
     uint8_t recordBuffer[JOB_WRITER_BUFFER_SIZE] = {};
 };
 
-// Creates a file with an empty root leaf and some pages that are not handed out yet. Returns
-// false, with the reason in errno, when the file exists already and stays as it is, or when it
-// cannot be written and none is left.
-bool createEmptyJob(const std::string& path, int sparePages = 0);
+// The bytes of a job with an empty root leaf, to which records can be added.
+std::vector<uint8_t> emptyJobBytes();
 
 // Open and close a job for writing: OPEN_EXCLUSIVE, or OPEN_SHARED when others may
 // use it at the same time. They return as recordOpen and recordClose.

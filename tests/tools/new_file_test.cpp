@@ -1,0 +1,85 @@
+// Files that the tools make, and what the systems' runtimes do differently about them: names in
+// UTF-8, line ends, files that are in the way.
+#include "platform/new_file.h"
+#include "tests/support/command.h"
+#include "tests/support/process.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+#if defined(_WIN32)
+constexpr char DEVICE[] = "NUL";
+#else
+constexpr char DEVICE[] = "/dev/null";
+#endif
+
+static auto filesIn(const std::string& directory)
+{
+    return std::distance(fs::directory_iterator(fs::path(directory)), {});
+}
+
+TEST(NewFile, ReplacesNothingThatItMayNotAndNoDevice)
+{
+    for (bool replaces : {false, true}) {
+        const std::string directory = freshDirectory();
+        const std::string path = directory + "/Łódź";
+        NewFile file;
+        ASSERT_EQ(beginNewFile(&file, path, replaces), NEW_FILE_DONE);
+        EXPECT_EQ(writeNewFile(&file, "1\n2", 3), NEW_FILE_DONE);
+        writeBytes(path, "other");
+        EXPECT_EQ(finishNewFile(&file), replaces ? NEW_FILE_DONE : NEW_FILE_EXISTS);
+        EXPECT_EQ(fileBytes(path), replaces ? "1\n2" : "other");
+        EXPECT_EQ(filesIn(directory), 1);
+
+        ASSERT_EQ(beginNewFile(&file, DEVICE, replaces), NEW_FILE_DONE);
+        EXPECT_TRUE(file.isDevice);
+        EXPECT_EQ(writeNewFile(&file, "1\n2", 3), NEW_FILE_DONE);
+        EXPECT_EQ(finishNewFile(&file), NEW_FILE_DONE);
+    }
+}
+
+TEST(Orvjob, CreatesASampleWhereNothingIsOrNone)
+{
+    const std::string directory = freshDirectory();
+    const std::string path = directory + "/job.orv";
+    Process maker =
+        startProcess({ORVIDX_JOB_TOOL, "create-sample", path, "--points", "90000"}, 0, 1, 2);
+    while (filesIn(directory) == 0)
+        std::this_thread::yield();
+    killProcess(maker);
+    EXPECT_EQ(waitForProcess(maker), KILLED);
+    EXPECT_FALSE(fs::exists(path));
+
+    writeBytes(path, "mine");
+    for (const std::string& taken : {path, std::string(DEVICE)}) {
+        CommandResult run = runCommand({ORVIDX_JOB_TOOL, "create-sample", taken});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.errors, "orvjob: " + taken + ": File exists\n");
+    }
+    EXPECT_EQ(fileBytes(path), "mine");
+}
+
+TEST(Tools, TakeAndPrintUtf8WithTheSameLineEnds)
+{
+    const std::string directory = freshDirectory();
+    const std::string job = directory + "/Łódź.orv";
+    const std::string copy = directory + "/日本.orv";
+    const std::string json = directory + "/Straße.json";
+    CommandResult made = runCommand({ORVIDX_JOB_TOOL, "create-sample", job});
+    EXPECT_EQ(made.output, job + ": a sample job, points: 200\n") << made.errors;
+    CommandResult copied = runCommand({ORVIDX_JOB_TOOL, "backup", job, copy});
+    EXPECT_EQ(copied.output, copy + ": a copy of " + job + ", " +
+                                 std::to_string(fileBytes(copy).size()) + " bytes\n");
+    EXPECT_EQ(runCommand({ORVIDX_JOB_TOOL, "diff", job, copy}).output, "no difference\n");
+    EXPECT_EQ(runCommand({ORVIDX_JOB_TOOL, "check", copy}).status, 0);
+
+    CommandResult printed = runCommand({ORVIDX_TOOL, "export", job});
+    EXPECT_EQ(printed.errors, "");
+    EXPECT_EQ(printed.output.find('\r'), std::string::npos);
+    EXPECT_EQ(runCommand({ORVIDX_TOOL, "export", job, "-o", json}).status, 0);
+    EXPECT_EQ(fileBytes(json), printed.output);
+    EXPECT_EQ(filesIn(directory), 3);
+}
