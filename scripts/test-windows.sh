@@ -94,6 +94,7 @@ compare_job() {
     "orvidx_$system" export --live "$work/$name-$system/job.orv" \
       >"$work/$name-$system/output" 2>"$work/$name-$system/errors" ||
       [ $? -eq 3 ] || fail "$name: orvidx failed on $system: $(cat "$work/$name-$system/errors")"
+    sed -i "s/$name-$system/$name/" "$work/$name-$system/errors"
   done
   diff -rq "$work/$name-linux" "$work/$name-wine" || fail "$name: the builds differ"
   check_job "$work/$name-wine/job.orv"

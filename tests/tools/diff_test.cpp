@@ -31,7 +31,7 @@ TEST(JobDiff, TellsWhatReadersSeeAndChangesNothing)
     EXPECT_TRUE(fileBytes(job) == bytes);
     // What reading has added or rewritten is no change.
     std::string read = freshJob("mixed");
-    ASSERT_EQ(runCommand({ORVIDX_TOOL, "export", "--live", read}).status, 0);
+    ASSERT_EQ(runCommand({ORVIDX_TOOL, "export", "--live", read}).status, 3);
     EXPECT_TRUE(fileBytes(read) != bytes);
     EXPECT_TRUE(areSame(diffJobs(job, read)));
     EXPECT_EQ(diffJobs(job, job + "x").faultOfB, "there is no such file");

@@ -17,8 +17,15 @@ static ordered_json exportOf(const std::vector<std::string>& words)
     std::vector<std::string> command = {ORVIDX_TOOL, "export"};
     command.insert(command.end(), words.begin(), words.end());
     CommandResult run = runCommand(command);
-    EXPECT_EQ(run.status, 0) << run.errors;
-    return ordered_json::parse(run.output, nullptr, false);
+    ordered_json json = ordered_json::parse(run.output, nullptr, false);
+    size_t missing = 0;
+    for (const ordered_json& kind : json) {
+        missing += static_cast<size_t>(std::ranges::count(kind["elements"], ordered_json(nullptr)));
+    }
+    EXPECT_EQ(run.status, missing == 0 ? 0 : 3) << run.errors;
+    auto lines = static_cast<size_t>(std::ranges::count(run.errors, '\n'));
+    EXPECT_EQ(lines, missing == 0 ? 0 : missing + 1) << run.errors;
+    return json;
 }
 
 // Every value, in order and of the same type: a whole number is no double. Values computed
