@@ -10,7 +10,7 @@
 #include <windows.h>
 
 // The unfinished files, for the handler, which runs in a thread of its own.
-constexpr int UNFINISHED_FILES = 16; // an export of every kind has 12 at once
+constexpr int UNFINISHED_FILES = 16;                   // an export of every kind has 12 at once
 static wchar_t unfinished[UNFINISHED_FILES][MAX_PATH]; // empty: free
 static int unfinishedDescriptors[UNFINISHED_FILES];    // an open file cannot be removed
 
