@@ -81,7 +81,7 @@ static void putRow(ExportOutput* file, const RecordTable& table, std::string lin
 
 static void beginTable(CsvFormat* csv, int table, bool isList)
 {
-    ExportOutput* file = &csv->files[table];
+    ExportOutput* file = &csv->files[static_cast<size_t>(table)];
     const RecordTable& records = recordTable(table);
     beginOutput(file, nullptr, (fs::path(csv->folder) / records.name).string() + ".csv");
     if (csv->byteOrderMark) put(file, "\xEF\xBB\xBF");
@@ -106,7 +106,7 @@ void addElementCsv(CsvFormat* csv, uint32_t kind, const std::string* name, const
     const void* listed = firstListed(kind, element);
     while (listed != nullptr) {
         std::string begin = first + "," + std::to_string(++ordinal);
-        putRow(&csv->files[list], recordTable(list), begin, listed);
+        putRow(&csv->files[static_cast<size_t>(list)], recordTable(list), begin, listed);
         listed = nextListed(kind, element, listed);
     }
 }

@@ -12,14 +12,15 @@
 #include "tools/export/output.h"
 #include "tools/export/record_tables.h"
 
+#include <array>
 #include <string>
 
 struct CsvFormat {
     std::string folder;
     bool madeFolder;
     bool byteOrderMark;
-    ExportOutput files[RECORD_TABLES]; // begun with their kind, finished together
-    std::string fault;                 // of the folder
+    std::array<ExportOutput, RECORD_TABLES> files; // begun with their kind, finished together
+    std::string fault;                             // of the folder
 };
 
 // Makes the folder. One that is there must be empty unless it is filled by force.

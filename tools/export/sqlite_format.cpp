@@ -267,12 +267,16 @@ static void copyDatabase(SqliteFormat* sqlite)
     if (database != nullptr) std::fclose(database);
 }
 
+static void indexNames(SqliteFormat* sqlite, uint32_t kind)
+{
+    std::string table = recordTable(static_cast<int>(kind)).name;
+    run(sqlite, "CREATE INDEX " + table + "_by_name ON " + table + " (elementName)");
+}
+
 void endSqlite(SqliteFormat* sqlite)
 {
     for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
-        std::string table = recordTable(static_cast<int>(kind)).name;
-        if (sqlite->rows[kind] == nullptr) continue;
-        run(sqlite, "CREATE INDEX " + table + "_by_name ON " + table + " (elementName)");
+        if (sqlite->rows[kind] != nullptr) indexNames(sqlite, kind);
     }
     run(sqlite, "COMMIT");
     closeDatabase(sqlite);
