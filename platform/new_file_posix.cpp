@@ -44,8 +44,8 @@ static void watchSignals()
     }
 }
 
-// Holds the signals back while a path is entered or taken out.
-static void changeUnfinished(const char* from, const char* to)
+// Signals wait while a file is there and not entered, or the reverse. Returns what to put back.
+static sigset_t holdSignals()
 {
     sigset_t ending;
     sigset_t before;
@@ -54,12 +54,20 @@ static void changeUnfinished(const char* from, const char* to)
         sigaddset(&ending, number);
     }
     sigprocmask(SIG_BLOCK, &ending, &before);
+    return before;
+}
+
+static void releaseSignals(const sigset_t& before) { sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+static void changeUnfinished(const char* from, const char* to)
+{
+    sigset_t before = holdSignals();
     for (char* path : unfinished) {
         if (std::strcmp(path, from) != 0) continue;
         std::snprintf(path, PATH_MAX, "%s", to);
         break;
     }
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    releaseSignals(before);
 }
 
 // -- Names -------------------------------------------------------------------
@@ -108,13 +116,15 @@ static int openNew(NewFile* file, const std::string& begin, mode_t mode)
             return NEW_FILE_FAILED;
         }
         watchSignals();
+        sigset_t before = holdSignals();
         file->descriptor =
             openBehindStreams(file->temporary.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
-        if (file->descriptor >= 0) {
-            changeUnfinished("", file->temporary.c_str());
-            return NEW_FILE_DONE;
-        }
-        if (errno != EEXIST) break;
+        int error = errno;
+        if (file->descriptor >= 0) changeUnfinished("", file->temporary.c_str());
+        releaseSignals(before);
+        if (file->descriptor >= 0) return NEW_FILE_DONE;
+        errno = error;
+        if (error != EEXIST) break;
     }
     return NEW_FILE_FAILED;
 }
