@@ -32,7 +32,7 @@ gcovr --exclude-throw-branches "${filters[@]}" --json $build/counts.json \
 shares() {
   local name=$1
   shift
-  gcovr --exclude-throw-branches -a $build/counts.json "$@" --print-summary -o /dev/null |
+  gcovr --exclude-throw-branches -a $build/counts.json "$@" --print-summary -o $build/shares.txt |
     awk -v name="$name" '/^lines:/ { lines = $2 } /^branches:/ { branches = $2 }
       END { printf "%-10s lines %6s  branches %6s\n", name, lines, branches }'
 }

@@ -1,5 +1,6 @@
 #include "tools/export/csv_format.h"
 
+#include "platform/path_text.h"
 #include "tools/reading/latin1.h"
 
 #include <charconv>
@@ -14,12 +15,12 @@ void beginCsv(CsvFormat* csv, const std::string& folder, bool force, bool byteOr
     csv->folder = folder;
     csv->byteOrderMark = byteOrderMark;
     std::error_code error;
-    csv->madeFolder = fs::create_directory(folder, error);
+    csv->madeFolder = fs::create_directory(filePath(folder), error);
     if (csv->madeFolder) return;
     std::error_code ignored;
-    bool isFolder = fs::is_directory(folder, ignored);
+    bool isFolder = fs::is_directory(filePath(folder), ignored);
     if (!isFolder) csv->fault = folder + ": " + (error ? error.message() : "is no folder");
-    if (isFolder && !force && !fs::is_empty(folder, error)) {
+    if (isFolder && !force && !fs::is_empty(filePath(folder), error)) {
         csv->fault = folder + ": the folder is not empty; --force writes into it all the same";
     }
 }
@@ -83,7 +84,7 @@ static void beginTable(CsvFormat* csv, int table, bool isList)
 {
     ExportOutput* file = &csv->files[static_cast<size_t>(table)];
     const RecordTable& records = recordTable(table);
-    beginOutput(file, nullptr, (fs::path(csv->folder) / records.name).string() + ".csv");
+    beginOutput(file, nullptr, csv->folder + "/" + records.name + ".csv");
     if (csv->byteOrderMark) put(file, "\xEF\xBB\xBF");
     putHeading(file, records, isList);
 }
@@ -126,7 +127,8 @@ void abandonCsv(CsvFormat* csv)
         abandonOutput(&file);
     }
     std::error_code ignored;
-    if (csv->madeFolder) fs::remove(csv->folder, ignored); // which fails when something is in it
+    if (csv->madeFolder)
+        fs::remove(filePath(csv->folder), ignored); // which fails when something is in it
 }
 
 std::string csvFault(const CsvFormat* csv)

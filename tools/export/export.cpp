@@ -1,5 +1,6 @@
 #include "tools/export/export.h"
 
+#include "platform/path_text.h"
 #include "tools/export/csv_format.h"
 #include "tools/export/json_format.h"
 #include "tools/export/jsonl_format.h"
@@ -215,7 +216,8 @@ static void exportKind(Export* out, uint32_t kind)
 ExportGaps exportJob(IdxConnection* job, const ExportPlan& plan)
 {
     std::error_code ignored;
-    if (!plan.target.empty() && std::filesystem::equivalent(plan.target, plan.job, ignored)) {
+    if (!plan.target.empty() &&
+        std::filesystem::equivalent(filePath(plan.target), filePath(plan.job), ignored)) {
         throw std::runtime_error(plan.target + ": is the job itself");
     }
     auto out = std::make_unique<Export>();

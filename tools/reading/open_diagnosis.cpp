@@ -2,6 +2,7 @@
 
 #include "orvIdx.h"
 #include "platform/path_text.h"
+#include "tools/snapshot/job_snapshot.h"
 
 #include <filesystem>
 #include <fstream>
@@ -162,18 +163,6 @@ static std::string damage(std::ifstream& file, const Bytes& header, uintmax_t fi
     }
 
     if (!isWayToLocksSound(file, root, height, nextFree)) return "a page of its tree is damaged";
-    return {};
-}
-
-// Returns why the path is not that of a file to be opened, or an empty text.
-static std::string pathFault(const std::string& path)
-{
-    std::error_code error;
-    fs::file_status status = fs::status(filePath(path), error);
-    if (status.type() == fs::file_type::not_found) return "there is no such file";
-    if (status.type() == fs::file_type::none) return "no access: " + error.message();
-    if (status.type() == fs::file_type::directory) return "a directory, not a job database";
-    if (status.type() != fs::file_type::regular) return "not a regular file, not a job database";
     return {};
 }
 

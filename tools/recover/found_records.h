@@ -1,6 +1,7 @@
 // The records that the entries of a job still make up. For tools/recover/.
 #pragma once
 
+#include "records/record_image.h"
 #include "tools/check/known_layouts.h"
 #include "tools/recover/tree_view.h"
 
@@ -41,6 +42,9 @@ void salvageEntries(Salvage* salvage, const std::vector<uint8_t>* bytes, int las
 void findRecords(Salvage* salvage);
 
 std::vector<uint8_t> imageOf(const FoundRecord& record);
+
+// The item of an image with its primary key, of which every record of ours has one.
+ImageItem primaryKeyIn(const std::vector<uint8_t>& image, const KnownLayout& known);
 
 // The index and the key string of the record's primary key, as its image has it: a text whose
 // first character is the index. Empty for another program's record.

@@ -83,13 +83,7 @@ static void addFoundSegments(NewJob* job, const FoundRecord& record)
 std::vector<uint8_t> imageWithKey(const FoundRecord& record, const std::string& key)
 {
     std::vector<uint8_t> image = imageOf(record);
-    ImageItem item = {};
-    ImageWalk walk =
-        startImageWalk(image.data(), record.known->layout, static_cast<int>(image.size()));
-    while (nextImageItem(&walk, &item)) {
-        const LayoutEntry& field = record.known->layout[item.field];
-        if (field.keyFlag != NOT_A_KEY && field.indexNumber == record.known->primaryIndex) break;
-    }
+    ImageItem item = primaryKeyIn(image, *record.known);
     auto begin = image.begin() + (item.value - image.data());
     begin = image.erase(begin, begin + item.length);
     image.insert(begin, key.begin() + 1, key.end());

@@ -25,21 +25,24 @@ static bool isProven(const std::vector<uint8_t>& image)
     return loadInt16(bytes + IMAGE_CHECKSUM) == imageChecksum(bytes, length);
 }
 
+ImageItem primaryKeyIn(const std::vector<uint8_t>& image, const KnownLayout& known)
+{
+    ImageItem item = {};
+    ImageWalk walk = startImageWalk(image.data(), known.layout, static_cast<int>(image.size()));
+    while (nextImageItem(&walk, &item)) {
+        const LayoutEntry& field = known.layout[item.field];
+        if (field.keyFlag != NOT_A_KEY && field.indexNumber == known.primaryIndex) break;
+    }
+    return item;
+}
+
 std::string primaryKeyOf(const FoundRecord& record)
 {
     if (record.known == nullptr) return {};
     std::vector<uint8_t> image = imageOf(record);
-    ImageItem item = {};
-    ImageWalk walk =
-        startImageWalk(image.data(), record.known->layout, static_cast<int>(image.size()));
-    while (nextImageItem(&walk, &item)) {
-        const LayoutEntry& field = record.known->layout[item.field];
-        if (field.keyFlag == NOT_A_KEY || field.indexNumber != record.known->primaryIndex) continue;
-        std::string key(1, static_cast<char>(field.indexNumber));
-        return key.append(reinterpret_cast<const char*>(item.value),
-                          static_cast<size_t>(item.length));
-    }
-    return {};
+    ImageItem item = primaryKeyIn(image, *record.known);
+    std::string key(1, static_cast<char>(record.known->primaryIndex));
+    return key.append(reinterpret_cast<const char*>(item.value), static_cast<size_t>(item.length));
 }
 
 // The checksum tells little: of the bytes only the last sixteen reach it. An image has its fields

@@ -20,8 +20,7 @@ constexpr int CHUNK = 1 << 20;
 
 // -- Reading -----------------------------------------------------------------
 
-// Returns why the path is not that of a file to be read, or an empty text.
-static std::string pathFault(const std::string& path)
+std::string pathFault(const std::string& path)
 {
     std::error_code error;
     fs::file_status status = fs::status(filePath(path), error);
@@ -29,8 +28,6 @@ static std::string pathFault(const std::string& path)
     if (status.type() == fs::file_type::none) return "no access: " + error.message();
     if (status.type() == fs::file_type::directory) return "a directory, not a job database";
     if (status.type() != fs::file_type::regular) return "not a regular file, not a job database";
-    uintmax_t length = fs::file_size(filePath(path), error);
-    if (length > LARGEST_FILE) return "too long for a job database";
     return {};
 }
 
@@ -81,6 +78,9 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
 {
     JobSnapshot snapshot;
     snapshot.fault = pathFault(path);
+    std::error_code error;
+    bool tooLong = snapshot.fault.empty() && fs::file_size(filePath(path), error) > LARGEST_FILE;
+    if (tooLong) snapshot.fault = "too long for a job database";
     if (!snapshot.fault.empty()) return snapshot;
 
     errno = 0;
@@ -91,7 +91,6 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
     }
     snapshot.fault = lockWithin(descriptor, lockSeconds);
     if (snapshot.fault.empty()) {
-        std::error_code error;
         snapshot.bytes.resize(static_cast<size_t>(fs::file_size(filePath(path), error)));
         errno = 0;
         if (!readAll(descriptor, &snapshot.bytes)) {

@@ -18,6 +18,9 @@ struct JobSnapshot {
     std::string fault;          // why it could not be taken, else empty
 };
 
+// Returns why the path is not that of a file to be read, or an empty text.
+std::string pathFault(const std::string& path);
+
 // Waits at most so many seconds for the file lock. The file may be anything: what its bytes are
 // is not looked at.
 JobSnapshot takeSnapshot(const std::string& path, int lockSeconds = DEFAULT_LOCK_SECONDS);
