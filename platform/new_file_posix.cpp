@@ -25,7 +25,9 @@ static void removeUnfinished(int signalNumber)
     for (const char* path : unfinished) {
         if (path[0] != 0) unlink(path);
     }
-    // The handler is gone (SA_RESETHAND): this ends the program as the signal would have.
+    // Behind the handler this ends the program as the signal would have. Not before (SA_RESETHAND):
+    // the same signal, sent twice, could end it before the handler has begun.
+    signal(signalNumber, SIG_DFL);
     raise(signalNumber);
 }
 }
@@ -38,7 +40,6 @@ static void watchSignals()
         if (before.sa_handler != SIG_DFL) continue; // ignored (nohup), or watched already
         struct sigaction action = {};
         action.sa_handler = removeUnfinished;
-        action.sa_flags = SA_RESETHAND;
         sigemptyset(&action.sa_mask);
         sigaction(number, &action, nullptr);
     }
