@@ -1,6 +1,5 @@
 #include "tools/reading/job_reading.h"
 
-#include "platform/path_text.h"
 #include "tools/reading/element_json.h"
 
 #include <algorithm>

@@ -105,7 +105,7 @@ JobSnapshot takeSnapshot(const std::string& path, int lockSeconds)
 
 std::string waitForWriters(const std::string& path, int lockSeconds)
 {
-    int descriptor = osOpen(path.c_str(), OS_READ_ONLY);
+    int descriptor = osOpen(libraryPath(path).c_str(), OS_READ_ONLY);
     if (descriptor < 0) return {};
     std::string fault = lockWithin(descriptor, lockSeconds);
     if (fault.empty()) osUnlock(descriptor, &FILE_LOCK);
