@@ -218,15 +218,19 @@ TEST_F(Recover, CompactsASoundJob)
     EXPECT_EQ(recoverJob({}, false).result, RECOVERY_NOTHING);
 }
 
-// Two versions of a line and nothing that tells which is the right one.
-TEST_F(Recover, TakesOneOfTwoVersionsOrBoth)
+class Versions : public Recover, public testing::WithParamInterface<int>
+{
+};
+
+// Two versions of a record and nothing that tells which is the right one.
+TEST_P(Versions, OneIsTakenOrBoth)
 {
     setJob(ORVIDX_TEST_DATA "/golden/tiny/job.orv");
     Bytes bytes = sound;
     for (const auto& [number, segments] : records) {
         std::string image = imageOfSegments(segments);
-        if (image[IMAGE_TYPE_BYTE] != KIND_LINE || segments.size() > 1) continue;
-        size_t last = image.size() - 4; // of the name of the end point
+        if (image[IMAGE_TYPE_BYTE] != GetParam() || segments.size() > 1) continue;
+        size_t last = image.size() - 4; // of the last text or number
         image[last] = static_cast<char>(image[last] + 1);
         int length = static_cast<int>(image.size());
         int checksum = imageChecksum(reinterpret_cast<const uint8_t*>(image.data()), length);
@@ -245,9 +249,14 @@ TEST_F(Recover, TakesOneOfTwoVersionsOrBoth)
     EXPECT_EQ(countInState(one, STATE_DOUBTFUL), 1);
     EXPECT_EQ(countInState(both, STATE_DOUBTFUL), 2);
     EXPECT_EQ(imagesOf(one.bytes).size(), images.size());
-    EXPECT_EQ(imagesOf(both.bytes).size(), images.size() + 1);
+    // A profile of its own needs a header.
+    size_t added = GetParam() == KIND_PROFILE_DATA ? 2 : 1;
+    EXPECT_EQ(imagesOf(both.bytes).size(), images.size() + added);
     EXPECT_EQ(checkJobBytes(both.bytes).complaints, std::vector<std::string>());
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, Versions,
+                         testing::Values(KIND_LINE, KIND_POINT_FEATURE, KIND_PROFILE_DATA));
 
 // A copy holds nothing of the processes at work in the job, which stays as it is.
 TEST_F(Recover, BackupsHaveNoHolders)

@@ -22,7 +22,9 @@ static ordered_json elementReport(const RecoveredElement& element)
 {
     ordered_json json = {{"name", utf8FromLatin1(element.name)},
                          {"state", STATE_NAMES[element.state]}};
-    if (!element.remarks.empty()) json["remarks"] = element.remarks;
+    for (const std::string& remark : element.remarks) {
+        json["remarks"].push_back(utf8FromLatin1(remark));
+    }
     return json;
 }
 
@@ -71,7 +73,7 @@ static std::string nameAndRemarks(const RecoveredElement& element)
 {
     std::string text = shown(element.name);
     for (size_t at = 0; at < element.remarks.size(); ++at) {
-        text += (at == 0 ? " (" : "; ") + element.remarks[at];
+        text += (at == 0 ? " (" : "; ") + shown(element.remarks[at]);
     }
     return element.remarks.empty() ? text : text + ")";
 }

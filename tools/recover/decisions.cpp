@@ -264,6 +264,19 @@ static const char* rightKey(const Salvage* salvage, const FoundRecord& record, c
     return own;
 }
 
+// Several records may have one key of these layouts, but not two versions of one record: that
+// would double what is read.
+static void settleVersions(const Salvage* salvage, Decisions* decisions)
+{
+    for (size_t at = 1; at < decisions->of.size(); ++at) {
+        const FoundRecord& record = salvage->records[at];
+        const Decision& before = decisions->of[at - 1];
+        bool isVersion = record.isSecond && std::strcmp(before.key, decisions->of[at].key) == 0;
+        bool bothKept = before.fate == FATE_KEPT && decisions->of[at].fate == FATE_KEPT;
+        if (isVersion && bothKept) exclude(salvage, decisions, at - 1, at);
+    }
+}
+
 Decisions decide(const Salvage* salvage)
 {
     Decisions decisions = {{}, {}, nextNumber(salvage)};
@@ -275,6 +288,7 @@ Decisions decide(const Salvage* salvage)
         const char* own = reinterpret_cast<const char*>(kept);
         decisions.of.push_back(decideOne(salvage, record, rightKey(salvage, record, own), &taken));
     }
+    settleVersions(salvage, &decisions);
     settleKeys(salvage, &decisions);
     giveNumbers(salvage, &decisions);
     settleNumbers(salvage, &decisions);

@@ -124,37 +124,6 @@ static void keepRecords(Work* work)
     }
 }
 
-// -- Doubles -----------------------------------------------------------------
-
-static std::string freeKey(NewJob* job, const std::string& key)
-{
-    constexpr int ATTEMPTS = 8;
-    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
-        std::string other = keyOfOtherVersion(key, attempt);
-        if (!other.empty() && !hasUniqueKey(job, other)) return other;
-    }
-    return {};
-}
-
-static void settleDouble(Work* work, size_t at, bool keepBoth)
-{
-    const Decision& decision = work->decisions.of[at];
-    const FoundRecord& record = work->salvage.records[at];
-    std::string remark = "two versions: record " +
-                         std::to_string(work->decisions.of[decision.taken].number) +
-                         " was taken, record " + std::to_string(record.number) + " was not";
-    if (record.known == nullptr || decision.key[0] == 0) return;
-    std::string key = keepBoth ? freeKey(&work->job, decision.key) : std::string();
-    if (!key.empty()) {
-        addImage(&work->job, record.known->layout, imageWithKey(record, key),
-                 work->job.nextNumber++);
-        ElementPart other = elementPartOf(key);
-        note(work, other, STATE_DOUBTFUL, "the other version");
-        remark += "; it is there as " + other.name;
-    }
-    note(work, elementPartOf(decision.key), STATE_DOUBTFUL, remark);
-}
-
 // -- Records that are made anew ----------------------------------------------
 
 // Adds a record with one key under the number of the lost one, or a new number.
@@ -179,6 +148,15 @@ static void addMade(Work* work, const std::string& key, const uint8_t* image, in
 }
 
 // A profile is found by its header, which holds nothing but its key.
+static void makeHeader(Work* work, const std::string& name)
+{
+    std::string key = keyText(TAG_PROFILE, name.c_str());
+    if (hasUniqueKey(&work->job, key)) return;
+    uint8_t image[IMAGE_ROOM];
+    addMade(work, key, image, packProfileHeader(image, IMAGE_ROOM, name.c_str()));
+    note(work, {ELEMENT_PROFILE, name, ""}, STATE_RESCUED, "its header is made anew");
+}
+
 static void makeHeaders(Work* work)
 {
     std::set<std::string> names;
@@ -188,11 +166,7 @@ static void makeHeaders(Work* work)
         if (part.kind == ELEMENT_PROFILE && part.part == PART_DATA) names.insert(part.name);
     }
     for (const std::string& name : names) {
-        std::string key = keyText(TAG_PROFILE, name.c_str());
-        if (hasUniqueKey(&work->job, key)) continue;
-        uint8_t image[IMAGE_ROOM];
-        addMade(work, key, image, packProfileHeader(image, IMAGE_ROOM, name.c_str()));
-        note(work, {ELEMENT_PROFILE, name, ""}, STATE_RESCUED, "its header is made anew");
+        makeHeader(work, name);
     }
 }
 
@@ -232,6 +206,38 @@ static void makeVersionCounter(Work* work)
     uint8_t image[IMAGE_ROOM];
     addMade(work, key, image, packVersionCounter(image, IMAGE_ROOM, highest));
     note(work, elementPartOf(key), STATE_RESCUED, "counted anew");
+}
+
+// -- Doubles -----------------------------------------------------------------
+
+static std::string freeKey(NewJob* job, const std::string& key)
+{
+    constexpr int ATTEMPTS = 8;
+    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+        std::string other = keyOfOtherVersion(key, attempt);
+        if (!other.empty() && !hasUniqueKey(job, other)) return other;
+    }
+    return {};
+}
+
+static void settleDouble(Work* work, size_t at, bool keepBoth)
+{
+    const Decision& decision = work->decisions.of[at];
+    const FoundRecord& record = work->salvage.records[at];
+    std::string remark = "two versions: record " +
+                         std::to_string(work->decisions.of[decision.taken].number) +
+                         " was taken, record " + std::to_string(record.number) + " was not";
+    if (record.known == nullptr || decision.key[0] == 0) return;
+    std::string key = keepBoth ? freeKey(&work->job, decision.key) : std::string();
+    if (!key.empty()) {
+        addImage(&work->job, record.known->layout, imageWithKey(record, key),
+                 work->job.nextNumber++);
+        ElementPart other = elementPartOf(key);
+        note(work, other, STATE_DOUBTFUL, "the other version");
+        if (other.part == PART_DATA) makeHeader(work, other.name);
+        remark += "; it is there as " + other.name;
+    }
+    note(work, elementPartOf(decision.key), STATE_DOUBTFUL, remark);
 }
 
 // -- The whole ---------------------------------------------------------------
