@@ -23,7 +23,8 @@ struct RecoveredElement {
     int kind;         // place in RECOVERED_KINDS
     std::string name; // Latin-1
     RecoveredState state;
-    std::vector<std::string> remarks; // Latin-1: which of its parts are lost, which version was taken
+    std::vector<std::string>
+        remarks; // Latin-1: which of its parts are lost, which version was taken
 };
 
 // What the elements are of, in the order of the report. The first ones are the kinds of elements,
