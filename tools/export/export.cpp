@@ -4,9 +4,11 @@
 #include "tools/export/csv_format.h"
 #include "tools/export/json_format.h"
 #include "tools/export/jsonl_format.h"
+#include "tools/export/plan_format.h"
 #include "tools/export/sqlite_format.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
+#include "tools/report/report_format.h"
 #include "tools/terminal/progress.h"
 
 #include <algorithm>
@@ -23,6 +25,8 @@ struct Export {
     JsonlFormat jsonl;
     CsvFormat csv;
     SqliteFormat sqlite;
+    ReportFormat report;
+    PlanFormat drawing;
     Progress progress;
     ExportGaps gaps;
 };
@@ -44,6 +48,10 @@ static void begin(Export* out)
         return beginCsv(&out->csv, plan->target, plan->force, plan->byteOrderMark);
     case EXPORT_SQLITE:
         return beginSqlite(&out->sqlite, stream, plan->target);
+    case EXPORT_REPORT:
+        return beginReport(&out->report, stream, plan->target, plan->title, plan->axes);
+    case EXPORT_PLAN:
+        return beginPlan(&out->drawing, stream, plan->target, plan->axes);
     }
 }
 
@@ -59,6 +67,10 @@ static void beginKind(Export* out, uint32_t kind, const std::vector<std::string>
         return beginKindCsv(&out->csv, kind);
     case EXPORT_SQLITE:
         return beginKindSqlite(&out->sqlite, kind);
+    case EXPORT_REPORT:
+        return beginKindReport(&out->report, kind, names);
+    case EXPORT_PLAN:
+        return beginKindPlan(&out->drawing);
     }
 }
 
@@ -73,12 +85,17 @@ static void addElement(Export* out, uint32_t kind, const std::string* name, cons
         return addElementCsv(&out->csv, kind, name, element);
     case EXPORT_SQLITE:
         return addElementSqlite(&out->sqlite, kind, name, element);
+    case EXPORT_REPORT:
+        return addElementReport(&out->report, kind, name, element);
+    case EXPORT_PLAN:
+        return addElementPlan(&out->drawing, kind, name, element);
     }
 }
 
 static void endKind(Export* out)
 {
     if (out->plan->format == EXPORT_JSON) endKindJson(&out->json);
+    if (out->plan->format == EXPORT_REPORT) endKindReport(&out->report);
 }
 
 static void end(Export* out)
@@ -92,6 +109,10 @@ static void end(Export* out)
         return endCsv(&out->csv);
     case EXPORT_SQLITE:
         return endSqlite(&out->sqlite);
+    case EXPORT_REPORT:
+        return endReport(&out->report);
+    case EXPORT_PLAN:
+        return endPlan(&out->drawing, out->plan->title);
     }
 }
 
@@ -106,6 +127,10 @@ static std::string faultOf(const Export* out)
         return csvFault(&out->csv);
     case EXPORT_SQLITE:
         return sqliteFault(&out->sqlite);
+    case EXPORT_REPORT:
+        return out->report.output.fault;
+    case EXPORT_PLAN:
+        return out->drawing.output.fault;
     }
     return "";
 }
@@ -117,6 +142,8 @@ static void abandon(Export* out)
     abandonOutput(&out->jsonl.output);
     abandonCsv(&out->csv);
     abandonSqlite(&out->sqlite);
+    abandonOutput(&out->report.output);
+    abandonOutput(&out->drawing.output);
 }
 
 // -- What is missing ---------------------------------------------------------
@@ -129,6 +156,21 @@ static void noteGap(Export* out, uint32_t kind, const std::string* name, const s
     std::string line = harmless(what + reason);
     std::fprintf(stderr, "orvidx: %s: %s\n", out->plan->job.c_str(), line.c_str());
     if (out->plan->format == EXPORT_SQLITE) addUnreadableSqlite(&out->sqlite, kind, name, reason);
+    if (out->plan->format == EXPORT_REPORT) addUnreadableReport(&out->report, kind, name, reason);
+}
+
+// Counts the elements that are not drawn, and names those of a drawing: a page lists them itself.
+static void noteUndrawn(Export* out)
+{
+    const ExportPlan* plan = out->plan;
+    out->gaps.undrawn = static_cast<int>(out->report.plan.notDrawn.size());
+    for (const NotDrawn& element : out->drawing.plan.notDrawn) {
+        ++out->gaps.undrawn;
+        std::string line = std::string("not drawn, or not whole: ") +
+                           ELEMENT_KINDS[element.kind].name + " " + element.name + ": " +
+                           element.reason;
+        std::fprintf(stderr, "orvidx: %s: %s\n", plan->job.c_str(), harmless(line).c_str());
+    }
 }
 
 static void noteUnreadable(Export* out, uint32_t kind, const std::string* name, int64_t number)
@@ -233,6 +275,7 @@ ExportGaps exportJob(IdxConnection* job, const ExportPlan& plan)
     if (faultOf(out.get()).empty()) end(out.get());
     eraseProgress(&out->progress);
     std::string fault = faultOf(out.get());
+    noteUndrawn(out.get());
     abandon(out.get());
     if (!fault.empty()) throw std::runtime_error(fault);
     return out->gaps;

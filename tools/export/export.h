@@ -1,15 +1,22 @@
-// A whole job in a format that other programs read: JSON, JSON Lines, CSV or SQLite.
+// A whole job in a format that other programs read (JSON, JSON Lines, CSV or SQLite), as a page for
+// a browser, or as a drawing of its plan.
 //
 // Boundary of tools/export/, for orvidx. No state of its own. Of the job only the element at hand
-// and the names of its kind are held in memory.
+// and the names of its kind are held in memory, and what is drawn.
 #pragma once
 
-#include "orvIdx.h"
+#include "tools/drawing/plan_shapes.h"
 
 #include <cstdio>
-#include <string>
 
-enum ExportFormat { EXPORT_JSON, EXPORT_JSONL, EXPORT_CSV, EXPORT_SQLITE };
+enum ExportFormat {
+    EXPORT_JSON,
+    EXPORT_JSONL,
+    EXPORT_CSV,
+    EXPORT_SQLITE,
+    EXPORT_REPORT,
+    EXPORT_PLAN
+};
 
 struct ExportPlan {
     ExportFormat format;
@@ -21,12 +28,15 @@ struct ExportPlan {
     bool force;                           // CSV goes into a folder that is not empty
     bool byteOrderMark;                   // CSV begins with one
     bool watched;                         // a person sees how far it has come
+    std::string title;                    // of a page or drawing
+    AxisOrder axes;                       // likewise
 };
 
 // What is missing in an export.
 struct ExportGaps {
     int elements; // that cannot be read
     int kinds;    // that cannot be counted
+    int undrawn;  // elements that a page or drawing does not show, or not whole
 };
 
 // False where this build has not got the format.

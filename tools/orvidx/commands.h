@@ -2,6 +2,7 @@
 // std::exception when there is nothing it could print.
 #pragma once
 
+#include "tools/export/export.h"
 #include "tools/orvidx/job_source.h"
 
 #include <cstdint>
@@ -49,12 +50,34 @@ std::string faultOfRequest(const ExportRequest& request);
 
 int runExport(const JobSource& source, const ExportRequest& request, std::FILE* out);
 
+struct ReportRequest {
+    std::string target; // as of an export
+    bool northFirst = false;
+};
+
+int runReport(const JobSource& source, const ReportRequest& request, std::FILE* out);
+
+struct DrawRequest {
+    std::string profile; // its name; empty: the plan
+    std::string target;  // as of an export
+    bool northFirst = false;
+};
+
+int runDraw(const JobSource& source, const DrawRequest& request, std::FILE* out);
+
 // -- What they have in common ------------------------------------------------
 
 // Returns the number of a kind. Expects a name that the command line has accepted.
 uint32_t kindNumber(const std::string& name);
 
 [[noreturn]] void failOutput();
+
+// Returns what exports of the whole job to a target have in common; the format is still to be set.
+ExportPlan exportOfAll(const JobSource& source, const std::string& target, std::FILE* out);
+
+// Tells what an export is missing. Returns STATUS_INCOMPLETE if that is anything, else
+// STATUS_DONE.
+int tellGaps(const JobSource& source, const ExportGaps& gaps);
 
 // Prints a line; throws when that fails.
 void printLine(std::FILE* out, const std::string& line);

@@ -1,6 +1,7 @@
-#include "tools/export/export.h"
-
+#include "platform/path_text.h"
 #include "tools/orvidx/commands.h"
+#include "tools/reading/job_reading.h"
+#include "tools/reading/latin1.h"
 #include "tools/terminal/terminal.h"
 
 #include <algorithm>
@@ -30,25 +31,58 @@ static std::string counted(int count, const char* what)
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-int runExport(const JobSource& source, const ExportRequest& request, std::FILE* out)
+int tellGaps(const JobSource& source, const ExportGaps& gaps)
+{
+    if (gaps.elements > 0 || gaps.kinds > 0) {
+        std::string uncounted = gaps.kinds > 0 ? " of those found" : "";
+        complain(source.path, "complete but for " + counted(gaps.elements, "element") + uncounted);
+    }
+    if (gaps.undrawn > 0) {
+        complain(source.path, "not drawn, or not whole: " + counted(gaps.undrawn, "element"));
+    }
+    bool isComplete = gaps.elements == 0 && gaps.kinds == 0 && gaps.undrawn == 0;
+    return isComplete ? STATUS_DONE : STATUS_INCOMPLETE;
+}
+
+static bool isUtf8(const std::string& text)
+{
+    try {
+        return !nlohmann::json(text).dump().empty();
+    } catch (const nlohmann::json::type_error&) {
+        return false;
+    }
+}
+
+// The name of the job's file, in any case as UTF-8.
+static std::string titleOf(const JobSource& source)
+{
+    std::u8string name = filePath(source.path).filename().u8string();
+    std::string title(name.begin(), name.end());
+    return isUtf8(title) ? title : utf8FromLatin1(title);
+}
+
+ExportPlan exportOfAll(const JobSource& source, const std::string& target, std::FILE* out)
 {
     ExportPlan plan = {};
-    plan.format = formatOf(request);
     plan.job = source.path;
     plan.unreadable = unreadableReason(source);
-    plan.target = request.target == "-" ? "" : request.target;
+    plan.target = target == "-" ? "" : target;
     plan.stream = out;
-    std::fill(std::begin(plan.kinds), std::end(plan.kinds), request.kinds.empty());
+    plan.watched = !plan.target.empty() || !isTerminal(out);
+    std::fill(std::begin(plan.kinds), std::end(plan.kinds), true);
+    plan.title = titleOf(source);
+    return plan;
+}
+
+int runExport(const JobSource& source, const ExportRequest& request, std::FILE* out)
+{
+    ExportPlan plan = exportOfAll(source, request.target, out);
+    plan.format = formatOf(request);
+    if (!request.kinds.empty()) std::fill(std::begin(plan.kinds), std::end(plan.kinds), false);
     for (const std::string& kind : request.kinds) {
         plan.kinds[kindNumber(kind)] = true;
     }
     plan.force = request.force;
     plan.byteOrderMark = request.byteOrderMark;
-    plan.watched = !plan.target.empty() || !isTerminal(out);
-
-    ExportGaps gaps = exportJob(source.job, plan);
-    if (gaps.elements == 0 && gaps.kinds == 0) return STATUS_DONE;
-    std::string uncounted = gaps.kinds > 0 ? " of those found" : "";
-    complain(source.path, "complete but for " + counted(gaps.elements, "element") + uncounted);
-    return STATUS_INCOMPLETE;
+    return tellGaps(source, exportJob(source.job, plan));
 }

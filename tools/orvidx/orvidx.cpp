@@ -55,6 +55,8 @@ struct CommandLine {
     ListRequest list;
     ShowRequest show;
     ExportRequest whole;
+    ReportRequest report;
+    DrawRequest draw;
 };
 
 static std::vector<std::string> kindNames()
@@ -124,14 +126,19 @@ static void declareShow(CLI::App* command, CommandLine* line)
     command->formatter(std::make_shared<ShowHelp>());
 }
 
+static void declareTarget(CLI::App* command, std::string* target, const char* what)
+{
+    command->add_option("-o,--output", *target, what)->check([](const std::string& name) {
+        return name.empty() ? "the file has no name" : "";
+    });
+}
+
 static void declareExport(CLI::App* command, CommandLine* line)
 {
     ExportRequest* request = &line->whole;
     declareJob(command, &line->job);
-    command
-        ->add_option("-o,--output", request->target,
-                     "File to write, or folder for csv; a minus sign is standard output")
-        ->check([](const std::string& name) { return name.empty() ? "the file has no name" : ""; });
+    declareTarget(command, &request->target,
+                  "File to write, or folder for csv; a minus sign is standard output");
     command->add_option("--format", request->format, "json, jsonl (JSON Lines), csv or sqlite")
         ->check(CLI::IsMember({"json", "jsonl", "csv", "sqlite"}))
         ->capture_default_str();
@@ -146,6 +153,38 @@ static void declareExport(CLI::App* command, CommandLine* line)
     });
 }
 
+constexpr const char* TARGET_HELP = "File to write; none or a minus sign is standard output";
+
+static void declareAxes(CLI::App* command, bool* northFirst)
+{
+    command->add_flag("--axes", *northFirst,
+                      "Take north for the first coordinate and east for "
+                      "the second, not the other way round");
+}
+
+static void declareReport(CLI::App* command, CommandLine* line)
+{
+    declareJob(command, &line->job);
+    declareTarget(command, &line->report.target, TARGET_HELP);
+    declareAxes(command, &line->report.northFirst);
+}
+
+static void declareDraw(CLI::App* command, CommandLine* line)
+{
+    command->require_subcommand(1);
+    CLI::App* plan = command->add_subcommand("plan", "Points, lines, curves, spirals and chains");
+    declareJob(plan, &line->job);
+    declareTarget(plan, &line->draw.target, TARGET_HELP);
+    declareAxes(plan, &line->draw.northFirst);
+
+    CLI::App* profile = command->add_subcommand("profile", "One profile");
+    profile->add_option("NAME", line->draw.profile, "Name of the profile")
+        ->required()
+        ->check([](const std::string& name) { return name.empty() ? "no name" : ""; });
+    declareJob(profile, &line->job);
+    declareTarget(profile, &line->draw.target, TARGET_HELP);
+}
+
 // -- Running -----------------------------------------------------------------
 
 static int runOn(const JobSource& source, const std::string& command, const CommandLine& line,
@@ -154,6 +193,8 @@ static int runOn(const JobSource& source, const std::string& command, const Comm
     if (command == "info") return runInfo(source, line.info, out);
     if (command == "list") return runList(source, line.list, out);
     if (command == "show") return runShow(source, line.show, out);
+    if (command == "report") return runReport(source, line.report, out);
+    if (command == "draw") return runDraw(source, line.draw, out);
     return runExport(source, line.whole, out);
 }
 
@@ -203,6 +244,9 @@ static int parseAndRun(int argc, char** argv)
     declareShow(app.add_subcommand("show", "Print all members of an element"), &line);
     declareExport(app.add_subcommand("export", "Write everything for other programs to read"),
                   &line);
+    declareReport(app.add_subcommand("report", "Write a page that shows the job in a browser"),
+                  &line);
+    declareDraw(app.add_subcommand("draw", "Draw the plan or a profile as SVG"), &line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,5 +1,5 @@
 #include "tools/orvidx/commands.h"
-#include "tools/orvidx/near_names.h"
+#include "tools/orvidx/element_missing.h"
 #include "tools/reading/element_json.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
@@ -49,27 +49,13 @@ static void printMembers(std::FILE* out, const ordered_json& object, const std::
     }
 }
 
-// Returns why an element could not be read, to be printed behind the path and a colon.
-static std::string whyNotShown(const JobSource& source, const ShowRequest& request)
-{
-    std::string what = request.kind + " " + request.name;
-    std::string name = latin1FromUtf8(request.name);
-    std::vector<std::string> names = elementNames(source.job, kindNumber(request.kind));
-    if (std::find(names.begin(), names.end(), name) != names.end()) {
-        return "cannot be read: " + what + ": " + unreadableReason(source);
-    }
-    std::string suggested;
-    for (const std::string& other : nearNames(names, name)) {
-        suggested += (suggested.empty() ? "; near it: " : ", ") + harmless(utf8FromLatin1(other));
-    }
-    return "no such element: " + what + suggested;
-}
-
 int runShow(const JobSource& source, const ShowRequest& request, std::FILE* out)
 {
     std::string name = latin1FromUtf8(request.name);
     ordered_json element = readElement(source.job, kindNumber(request.kind), name);
-    if (element.is_null()) throw ReadingFault(whyNotShown(source, request));
+    if (element.is_null()) {
+        throw ReadingFault(whyMissing(source, kindNumber(request.kind), request.name));
+    }
     if (request.json) {
         printLine(out, jsonLine(element));
     } else {

@@ -4,9 +4,8 @@
 #include <algorithm>
 
 constexpr int MAX_LINES = 25;
-constexpr int EDGE_COLUMNS[] = {LEFT_EDGE_COLUMN, RIGHT_EDGE_COLUMN, CROWN_COLUMN};
 constexpr int EDGE_MEMBERS = 100;
-constexpr int EDGE_CURVE_EVERY = 10; // members
+constexpr int EDGE_CURVES = 10; // of these
 
 // The chain MAIN has this many continuations, unless it is very short.
 constexpr size_t MAIN_CONTINUATIONS = 2;
@@ -108,17 +107,19 @@ static int addBaseLine(Sample* sample)
     return addLine(&sample->job, "BASE", line, &extension);
 }
 
-// Adds the lines NX1, NX2, ... from shot to shot. Their extension records are left to whoever
-// reads them first.
+// Adds the lines NX1, NX2, ... from shot to shot across the road. Their extension records are left
+// to whoever reads them first.
 static int addBareLines(Sample* sample)
 {
     int lines = std::min(sample->shots / 3 * 2, SAMPLE_BARE_LINES);
     int result = IX_OK;
-    for (int at = 1; at <= lines && result == IX_OK; ++at) {
-        const Shot* begin = &sample->batch[static_cast<size_t>(at) - 1];
-        LineResult line = lineBetween(std::to_string(at), std::to_string(at + 1),
+    for (int at = 0; at < lines && result == IX_OK; ++at) {
+        constexpr int LINES_ACROSS = SHOT_COLUMNS - 1;
+        int shot = at / LINES_ACROSS * SHOT_COLUMNS + at % LINES_ACROSS;
+        const Shot* begin = &sample->batch[static_cast<size_t>(shot)];
+        LineResult line = lineBetween(std::to_string(shot + 1), std::to_string(shot + 2),
                                       distanceBetween(begin[0].place, begin[1].place));
-        result = addLine(&sample->job, numberedName("NX", at).c_str(), line);
+        result = addLine(&sample->job, numberedName("NX", at + 1).c_str(), line);
     }
     return result;
 }
@@ -189,23 +190,60 @@ static std::string rampDescription(const Sample* sample)
     return text.empty() ? alignmentMember(sample, 0) : text;
 }
 
-// Describes the edges of the pavement and its crown, with a curve now and then, as far as there
-// are shots.
-static std::string edgeDescription(const Sample* sample)
+// Returns the first curve of some bends, evenly distributed.
+static std::vector<const AlignmentPiece*> edgeCurves(const Sample* sample)
+{
+    const Alignment& alignment = sample->alignment;
+    size_t every = std::max<size_t>(alignment.bends.size() / EDGE_CURVES, 1);
+    std::vector<const AlignmentPiece*> curves;
+    for (size_t at = 0; at < alignment.bends.size() && curves.size() < EDGE_CURVES; at += every) {
+        size_t piece = alignment.bends[at].firstPiece;
+        while (isSpiral(alignment.pieces[piece])) {
+            ++piece;
+        }
+        curves.push_back(&alignment.pieces[piece]);
+    }
+    return curves;
+}
+
+// Lists the left edge of the pavement from the begin of the road to its end; on some curves the
+// curve itself stands for the shots there.
+static void listLeftEdge(const Sample* sample, std::vector<std::string>* members)
 {
     int sections = completeSections(sample);
-    int bends = static_cast<int>(sample->alignment.bends.size());
-    std::string text;
-    int shots = 0;
-    for (int member = 0; member < EDGE_MEMBERS; ++member) {
-        if (shots == sections * std::ssize(EDGE_COLUMNS)) break;
-        if (member > 0) text += " ";
-        if (member % EDGE_CURVE_EVERY == EDGE_CURVE_EVERY - 1) {
-            text += numberedName("CUR C", member / EDGE_CURVE_EVERY % bends + 1);
-        } else {
-            text += shotName(shots % sections, EDGE_COLUMNS[shots / sections]);
-            ++shots;
+    int every = std::max(sections / (EDGE_MEMBERS - EDGE_CURVES), 1);
+    double covered = 0.0; // up to this station
+    std::vector<const AlignmentPiece*> curves = edgeCurves(sample);
+    auto next = curves.begin();
+    for (int section = 0; section < sections; section += every) {
+        double station = sectionStation(sample, section);
+        while (next != curves.end() && (*next)->begin.station <= station) {
+            members->push_back("CUR " + (*next)->name);
+            covered = (*next)->end.station;
+            ++next;
         }
+        if (station >= covered) members->push_back(shotName(section, LEFT_EDGE_COLUMN));
+    }
+}
+
+// Describes the edges of the pavement and its crown, there and back and there again, as far as
+// there are shots.
+static std::string edgeDescription(const Sample* sample)
+{
+    std::vector<std::string> members;
+    listLeftEdge(sample, &members);
+    int sections = completeSections(sample);
+    for (int section = sections - 1; section >= 0; --section) {
+        members.push_back(shotName(section, RIGHT_EDGE_COLUMN));
+    }
+    for (int section = 0; section < sections; ++section) {
+        members.push_back(shotName(section, CROWN_COLUMN));
+    }
+    members.resize(std::min<size_t>(members.size(), EDGE_MEMBERS));
+    std::string text;
+    for (const std::string& member : members) {
+        if (!text.empty()) text += " ";
+        text += member;
     }
     return text;
 }

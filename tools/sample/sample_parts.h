@@ -36,6 +36,7 @@ constexpr int CROWN_COLUMN = 5;
 constexpr int RIGHT_EDGE_COLUMN = 6;
 
 inline int completeSections(const Sample* sample) { return sample->shots / SHOT_COLUMNS; }
+double sectionStation(const Sample* sample, int section);
 inline std::string shotName(int section, int column)
 {
     return std::to_string(section * SHOT_COLUMNS + column + 1);

@@ -147,14 +147,18 @@ static int addAlignmentPoints(Sample* sample)
 
 // -- Shots -------------------------------------------------------------------
 
+double sectionStation(const Sample* sample, int section)
+{
+    int sections = (sample->shots + SHOT_COLUMNS - 1) / SHOT_COLUMNS;
+    return sample->alignment.length * (section + 0.5) / sections;
+}
+
 static Shot takeShot(Sample* sample, int shot)
 {
     constexpr double SWAY = 0.3; // how far a shot may miss the offset of its column
     constexpr double CROSSFALL = 0.025;
     constexpr double ROUGHNESS = 0.05;
-    int sections = (sample->shots + SHOT_COLUMNS - 1) / SHOT_COLUMNS;
-    int section = shot / SHOT_COLUMNS;
-    double station = sample->alignment.length * (section + 0.5) / sections;
+    double station = sectionStation(sample, shot / SHOT_COLUMNS);
     double offset = COLUMNS[shot % SHOT_COLUMNS].offset;
     Place centre = placeOnAlignment(sample->alignment, station, &sample->batchPiece);
     Place place = placeBeside(centre, offset + randomBetween(&sample->random, -SWAY, SWAY));

@@ -1,0 +1,144 @@
+#include "tools/drawing/svg_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+constexpr const char* STYLE =
+    "svg{color-scheme:light dark;--ink:#1d2733;--soft:#66727f;--rule:#d9dee3;--paper:#ffffff;"
+    "--point:#1d2733;--line:#7a6a58;--chain:#0b66c3;--curve:#c2410c;--spiral:#7c3aed;"
+    "--survey:#15803d;background:var(--paper);font-family:system-ui,sans-serif;font-size:12px}"
+    "@media(prefers-color-scheme:dark){svg{--ink:#e6ebf0;--soft:#9aa7b4;--rule:#2c3742;"
+    "--paper:#12181f;--point:#e6ebf0;--line:#b8a48c;--chain:#5aa9ff;--curve:#fb923c;"
+    "--spiral:#b794f6;--survey:#4ade80}}"
+    "path,line{fill:none;stroke-width:1.2;vector-effect:non-scaling-stroke}text{fill:var(--ink)}"
+    ".title{font-size:18px;font-weight:600}.soft{fill:var(--soft)}.end{text-anchor:end}"
+    ".middle{text-anchor:middle}.rule{stroke:var(--rule)}.axis{stroke:var(--soft)}"
+    ".point{fill:var(--point)}.label{fill:var(--soft);font-size:10px}"
+    ".way1{stroke:var(--line)}.way2{stroke:var(--curve)}.way3{stroke:var(--spiral)}"
+    ".way4{stroke:var(--chain);stroke-width:2.4;stroke-opacity:.55}"
+    ".way6{stroke:var(--survey)}.grade{stroke:var(--chain);stroke-width:2}"
+    ".link{stroke:var(--soft);stroke-dasharray:5 4}.tangent{stroke:var(--soft);"
+    "stroke-dasharray:2 3}.turn{fill:var(--curve)}";
+
+std::string escaped(std::string_view text)
+{
+    std::string result;
+    for (char character : text) {
+        auto code = static_cast<unsigned char>(character);
+        switch (character) {
+        case '<':
+            result += "&lt;";
+            break;
+        case '>':
+            result += "&gt;";
+            break;
+        case '&':
+            result += "&amp;";
+            break;
+        case '"':
+            result += "&quot;";
+            break;
+        case '\'':
+            result += "&#39;";
+            break;
+        default:
+            // A document must not hold control characters: their pictures stand for them.
+            if (code < 0x20) {
+                result += "&#" + std::to_string(0x2400 + code) + ";";
+            } else if (code == 0x7F) {
+                result += "&#9249;";
+            } else {
+                result += character;
+            }
+        }
+    }
+    return result;
+}
+
+std::string fixed(double value, int decimals)
+{
+    char text[400];
+    auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
+    return std::string(text, end.ptr);
+}
+
+std::string attribute(const char* name, std::string_view value)
+{
+    return std::string(" ") + name + "=\"" + escaped(value) + "\"";
+}
+
+std::string attribute(const char* name, double value) { return attribute(name, fixed(value, 2)); }
+
+std::string beginSvg(double width, double height, const std::string& title)
+{
+    std::string size = fixed(width, 0) + " " + fixed(height, 0);
+    return "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + size + "\"" +
+           attribute("width", fixed(width, 0)) + attribute("height", fixed(height, 0)) +
+           " role=\"img\">\n<title>" + escaped(title) + "</title>\n<style>" + STYLE +
+           "</style>\n<rect width=\"100%\" height=\"100%\" fill=\"var(--paper)\"/>\n";
+}
+
+std::string endSvg() { return "</svg>\n"; }
+
+std::string textAt(double x, double y, const char* style, std::string_view text)
+{
+    return "<text" + attribute("x", x) + attribute("y", y) + attribute("class", style) + ">" +
+           escaped(text) + "</text>\n";
+}
+
+std::string lineFromTo(double x1, double y1, double x2, double y2, const char* style)
+{
+    return "<line" + attribute("x1", x1) + attribute("y1", y1) + attribute("x2", x2) +
+           attribute("y2", y2) + attribute("class", style) + "/>\n";
+}
+
+double roundedDown(double value)
+{
+    if (!(value > 0.0) || !std::isfinite(value)) return 0.0;
+    double power = std::pow(10.0, std::floor(std::log10(value)));
+    if (value >= 5 * power) return 5 * power;
+    return value >= 2 * power ? 2 * power : power;
+}
+
+double oneDigit(double value)
+{
+    if (!(value > 0.0) || !std::isfinite(value)) return 0.0;
+    double power = std::pow(10.0, std::floor(std::log10(value)));
+    return std::floor(value / power) * power;
+}
+
+std::vector<double> ticksBetween(double low, double high, int about, int* decimals)
+{
+    std::vector<double> ticks;
+    *decimals = 0;
+    // Just above the even share, so that there are not twice as many as asked for.
+    double step = roundedDown((high - low) / about * 2);
+    if (step == 0.0) return ticks;
+    *decimals = std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-9)), 0, 9);
+    double first = std::ceil(low / step);
+    constexpr double MOST_TICKS = 100;
+    double count = std::min(std::floor(high / step) - first, MOST_TICKS);
+    for (double at = 0; at <= count; ++at) {
+        ticks.push_back((first + at) * step);
+    }
+    return ticks;
+}
+
+bool takeLabelPlace(LabelGrid* grid, double x, double y)
+{
+    long column = std::lround(x / grid->cellWidth);
+    long row = std::lround(y / grid->cellHeight);
+    auto& taken = grid->taken;
+    for (long otherRow = row - 1; otherRow <= row + 1; ++otherRow) {
+        for (long otherColumn = column - 1; otherColumn <= column + 1; ++otherColumn) {
+            if (std::binary_search(taken.begin(), taken.end(),
+                                   std::make_pair(otherRow, otherColumn))) {
+                return false;
+            }
+        }
+    }
+    auto cell = std::make_pair(row, column);
+    taken.insert(std::lower_bound(taken.begin(), taken.end(), cell), cell);
+    return true;
+}
