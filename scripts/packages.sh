@@ -14,7 +14,8 @@ packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libsqlite3-dev)
 optional=()
 if [ "${1:-}" = --checks ]; then
   shift
-  packages+=(libgtest-dev libbenchmark-dev binutils clang-format clang-tidy)
+  packages+=(libgtest-dev libbenchmark-dev binutils clang-format clang-tidy
+    chromium chromium-driver python3-selenium python3-pytest node-typescript)
   optional=(clang libclang-rt-dev g++-mingw-w64-i686 g++-multilib googletest)
 fi
 packages+=("$@")

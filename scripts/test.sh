@@ -35,6 +35,9 @@ esac
 echo "== format"
 git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
 
+echo "== the page's scripts"
+tsc -p tools/report/page/jsconfig.json
+
 build_and_test debug
 build_and_test release
 

@@ -18,6 +18,7 @@ from selenium.webdriver.support.ui import WebDriverWait
 
 DATA = pathlib.Path(os.environ["DATA"])
 COMPLETE, INCOMPLETE = 0, 3
+HOSTILE_NAME = "<b>'&\"{{data}}.orv"
 
 
 def run(program, *words, status=COMPLETE):
@@ -30,10 +31,10 @@ def run(program, *words, status=COMPLETE):
 def jobs(tmp_path_factory):
     folder = tmp_path_factory.mktemp("jobs")
     run("ORVJOB", "create-sample", folder / "sample.orv", "--points", 600)
-    run("HOSTILE_JOB", folder / "hostile.orv")
+    run("HOSTILE_JOB", folder / HOSTILE_NAME)
     return {
         "sample": (folder / "sample.orv", COMPLETE),
-        "hostile": (folder / "hostile.orv", COMPLETE),
+        "hostile": (folder / HOSTILE_NAME, COMPLETE),
         "mixed": (DATA / "golden/mixed/job.orv", INCOMPLETE),
         "tiny": (DATA / "golden/tiny/job.orv", INCOMPLETE),
     }
@@ -196,6 +197,7 @@ def test_what_is_missing_is_listed_and_nothing_runs_over(page, width):
 
 def test_texts_of_a_job_become_neither_markup_nor_script(page, jobs, tmp_path):
     browser = page("hostile")
+    assert browser.title == HOSTILE_NAME
     names = run("ORVIDX", "list", "-0", "line", jobs["hostile"][0]).split("\0")[:-1]
     assert "</script>" in names
     for name in names:

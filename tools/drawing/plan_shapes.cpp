@@ -101,12 +101,12 @@ static double headingAt(const Clothoid& clothoid, double distance)
 static std::vector<PlanPlace> placesAlong(const Clothoid& clothoid)
 {
     constexpr double STEP_ANGLE = 2 * pi / 180;
-    constexpr double FEWEST_STEPS = 16;
-    double steps = std::max(
-        FEWEST_STEPS, std::ceil(std::fabs(headingAt(clothoid, clothoid.length)) / STEP_ANGLE));
+    constexpr int FEWEST_STEPS = 16;
+    int steps = std::max(FEWEST_STEPS,
+                         static_cast<int>(headingAt(clothoid, clothoid.length) / STEP_ANGLE) + 1);
     double step = clothoid.length / steps;
     std::vector<PlanPlace> places = {{0.0, 0.0}};
-    for (double at = 0; at < steps; ++at) {
+    for (int at = 0; at < steps; ++at) {
         double first = headingAt(clothoid, at * step);
         double middle = headingAt(clothoid, (at + 0.5) * step);
         double last = headingAt(clothoid, (at + 1) * step);

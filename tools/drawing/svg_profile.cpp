@@ -63,7 +63,8 @@ static ProfileSheet extentOf(const ProfileLine& line)
 static ProfileSheet sheetFor(const ProfileLine& line)
 {
     ProfileSheet sheet = extentOf(line);
-    if (sheet.highStation <= sheet.lowStation) sheet.highStation = sheet.lowStation + 1.0;
+    constexpr double SHORTEST = 1e-3; // of a profile that has an extent
+    if (sheet.highStation < sheet.lowStation + SHORTEST) sheet.highStation += 1.0;
     double range = std::max(sheet.highElevation - sheet.lowElevation, 1e-3);
     sheet.stationScale = DRAWING_WIDTH / (sheet.highStation - sheet.lowStation);
     constexpr double ROOM = 0.85; // of the height, for the line itself

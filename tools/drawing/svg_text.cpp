@@ -118,8 +118,8 @@ std::vector<double> ticksBetween(double low, double high, int about, int* decima
     *decimals = std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-9)), 0, 9);
     double first = std::ceil(low / step);
     constexpr double MOST_TICKS = 100;
-    double count = std::min(std::floor(high / step) - first, MOST_TICKS);
-    for (double at = 0; at <= count; ++at) {
+    int last = static_cast<int>(std::clamp(std::floor(high / step) - first, -1.0, MOST_TICKS));
+    for (int at = 0; at <= last; ++at) {
         ticks.push_back((first + at) * step);
     }
     return ticks;

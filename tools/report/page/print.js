@@ -52,7 +52,7 @@ function printedTable(kind) {
   const printed = rows.slice(0, MOST_PRINTED_ROWS).map((_, row) => rowOf(kind, columns, row));
   const left = rows.length - printed.length;
   return [make("div", { className: "table" }, make("h2", {}, plural),
-    make("table", {}, make("thead", {}, make("tr", {}, ...columns.map((column) => make("th", {}, column.name)))),
+    make("table", {}, make("thead", {}, make("tr", {}, ...columns.map((column) => make("th", { className: column.type === "text" ? "" : "number" }, column.name)))),
       make("tbody", {}, ...printed)),
     ...(left > 0 ? [make("p", {}, `${counted(left, "further row")} not printed; the page on a screen has them.`)] : []))];
 }
