@@ -19,6 +19,7 @@ struct NewFile {
     int descriptor = -1;
     bool replaces = false; // the target, if there is one
     bool isDevice = false; // a device or a pipe, which is written to and not replaced
+    bool isNameless = false;
 };
 
 // Begins the file at a path. Symbolic links lead to what is replaced. Unless it replaces, a file
@@ -27,6 +28,11 @@ int beginNewFile(NewFile* file, const std::string& path, bool replaces);
 
 // Begins a file in the system's folder for temporary ones, which no other user may read.
 int beginTemporaryFile(NewFile* file);
+
+// Takes the name of a temporary file away, so that the file goes with the process however that
+// ends. Its temporary path then leads there through the descriptor. Nothing happens where the
+// system has no such paths: on Windows the next beginTemporaryFile removes what was left behind.
+void dropName(NewFile* file);
 
 // Appends bytes.
 int writeNewFile(NewFile* file, const void* bytes, size_t length);

@@ -166,6 +166,18 @@ int beginTemporaryFile(NewFile* file)
     return openNew(file, std::string(folder) + "/orvidx.", 0600);
 }
 
+void dropName(NewFile* file)
+{
+    const std::string path = "/proc/self/fd/" + std::to_string(file->descriptor);
+    int opened = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (opened < 0) return;
+    close(opened);
+    unlink(file->temporary.c_str());
+    changeUnfinished(file->temporary.c_str(), "");
+    file->temporary = path;
+    file->isNameless = true;
+}
+
 int writeNewFile(NewFile* file, const void* bytes, size_t length)
 {
     const char* from = static_cast<const char*>(bytes);
@@ -231,7 +243,7 @@ int finishNewFile(NewFile* file)
 void abandonNewFile(NewFile* file)
 {
     if (file->descriptor >= 0) letGo(file);
-    if (file->isDevice || file->temporary.empty()) return;
+    if (file->isDevice || file->isNameless || file->temporary.empty()) return;
     unlink(file->temporary.c_str());
     changeUnfinished(file->temporary.c_str(), "");
     file->temporary.clear();

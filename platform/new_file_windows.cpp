@@ -92,6 +92,18 @@ int beginNewFile(NewFile* file, const std::string& path, bool replaces)
     return openNew(file, path + ".");
 }
 
+// Removes the temporary files of programs that were ended. Nobody can remove one that is open.
+static void removeLeftovers(const std::wstring& folder)
+{
+    WIN32_FIND_DATAW found;
+    HANDLE search = FindFirstFileW((folder + L"orvidx.*.part").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    do {
+        DeleteFileW((folder + found.cFileName).c_str());
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+}
+
 int beginTemporaryFile(NewFile* file)
 {
     *file = {};
@@ -101,8 +113,11 @@ int beginTemporaryFile(NewFile* file)
         errno = ENOENT;
         return NEW_FILE_FAILED;
     }
+    removeLeftovers(folder);
     return openNew(file, utf8Text(folder) + "orvidx.");
 }
+
+void dropName(NewFile*) {}
 
 int writeNewFile(NewFile* file, const void* bytes, size_t length)
 {

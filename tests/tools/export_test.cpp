@@ -172,15 +172,18 @@ TEST(Export, LeavesNothingWhenItIsEnded)
 {
     const std::string job = freshJob("tiny");
     const fs::path folder = freshDirectory();
+    const std::string scratch = freshDirectory();
     Pipe errors = makePipe();
     fcntl(errors.writeEnd, F_SETFL, O_NONBLOCK);
     while (write(errors.writeEnd, "", 1) == 1) {
     }
     fcntl(errors.writeEnd, F_SETFL, 0);
-    Process process = startProcess({ORVIDX_TOOL, "export", job, "-o", (folder / "out").string()},
+    Process process = startProcess({"/usr/bin/env", "TMPDIR=" + scratch, ORVIDX_TOOL, "export", job,
+                                    "-o", (folder / "out").string()},
                                    errors.writeEnd, errors.writeEnd, errors.writeEnd);
     while (fs::is_empty(folder)) {
     }
+    EXPECT_TRUE(fs::is_empty(scratch)); // whatever ends it, nothing stays of the copy that it reads
     kill(static_cast<pid_t>(process), SIGTERM);
     EXPECT_EQ(waitForProcess(process), 128 + SIGTERM);
     EXPECT_TRUE(fs::is_empty(folder));

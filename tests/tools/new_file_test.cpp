@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <thread>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -39,6 +40,25 @@ TEST(NewFile, ReplacesNothingThatItMayNotAndNoDevice)
         EXPECT_EQ(writeNewFile(&file, "1\n2", 3), NEW_FILE_DONE);
         EXPECT_EQ(finishNewFile(&file), NEW_FILE_DONE);
     }
+}
+
+TEST(TemporaryFile, IsGoneOnceItsProgramIs)
+{
+    NewFile file;
+    NewFile next;
+    NewFile other;
+    ASSERT_EQ(beginTemporaryFile(&file), NEW_FILE_DONE);
+    const std::string path = file.temporary;
+    dropName(&file);
+    EXPECT_EQ(writeNewFile(&file, "1\n2", 3), NEW_FILE_DONE);
+    EXPECT_EQ(fileBytes(file.temporary), "1\n2");
+    close(file.descriptor); // as the system does for a program that is killed
+    EXPECT_EQ(beginTemporaryFile(&next), NEW_FILE_DONE);
+    EXPECT_EQ(next.temporary, path); // which is free again
+    EXPECT_EQ(beginTemporaryFile(&other), NEW_FILE_DONE);
+    EXPECT_TRUE(fs::exists(fs::path(path)));
+    abandonNewFile(&next);
+    abandonNewFile(&other);
 }
 
 TEST(Orvjob, CreatesASampleWhereNothingIsOrNone)

@@ -1,5 +1,6 @@
 #include "tools/export/sqlite_format.h"
 
+#include "platform/os.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
 
@@ -189,6 +190,7 @@ void beginSqlite(SqliteFormat* sqlite, std::FILE* stream, const std::string& pat
     int result = sqlite3_open_v2(sqlite->scratch.temporary.c_str(), &sqlite->database,
                                  SQLITE_OPEN_READWRITE, nullptr);
     if (result != SQLITE_OK) noteFault(sqlite);
+    dropName(&sqlite->scratch);
     // A file that nobody sees before it is complete needs no journal.
     run(sqlite, "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; BEGIN;"
                 "CREATE TABLE unreadable (kind TEXT NOT NULL, elementName TEXT, reason TEXT)");
@@ -254,17 +256,15 @@ static void closeDatabase(SqliteFormat* sqlite)
 
 static void copyDatabase(SqliteFormat* sqlite)
 {
-    std::FILE* database = std::fopen(sqlite->scratch.temporary.c_str(), "rb");
     char bytes[1 << 14];
-    size_t length = database == nullptr ? 0 : std::fread(bytes, 1, sizeof bytes, database);
+    int64_t copied = 0;
+    int length = osReadAt(sqlite->scratch.descriptor, copied, bytes, sizeof bytes);
     while (length > 0) {
-        put(&sqlite->output, {bytes, length});
-        length = std::fread(bytes, 1, sizeof bytes, database);
+        put(&sqlite->output, {bytes, static_cast<size_t>(length)});
+        copied += length;
+        length = osReadAt(sqlite->scratch.descriptor, copied, bytes, sizeof bytes);
     }
-    if (database == nullptr || std::ferror(database) != 0) {
-        sqlite->fault = sqlite->scratch.temporary + ": " + std::strerror(errno);
-    }
-    if (database != nullptr) std::fclose(database);
+    if (length < 0) sqlite->fault = std::string("the temporary file: ") + std::strerror(errno);
 }
 
 static void indexNames(SqliteFormat* sqlite, uint32_t kind)

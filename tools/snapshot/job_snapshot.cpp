@@ -171,6 +171,7 @@ std::string writeTemporaryJob(NewFile* file, const std::vector<uint8_t>& bytes)
     if (beginTemporaryFile(file) != NEW_FILE_DONE) {
         return std::string("a temporary copy cannot be written: ") + std::strerror(errno);
     }
+    dropName(file);
     std::string fault = writeBytes(file, bytes);
     return fault.empty() ? fault : "a temporary copy cannot be written: " + fault;
 }

@@ -33,8 +33,8 @@ std::string waitForWriters(const std::string& path, int lockSeconds);
 // busy marker go away. A job of the older format, or a file that is no job, stays as it is.
 void clearHolders(std::vector<uint8_t>* bytes);
 
-// Writes the bytes to a temporary file, for the library to open; abandonNewFile removes it.
-// Returns why it cannot be written, else an empty text.
+// Writes the bytes to a temporary file, without a name where that can be, for the library to open;
+// abandonNewFile removes it. Returns why it cannot be written, else an empty text.
 std::string writeTemporaryJob(NewFile* file, const std::vector<uint8_t>& bytes);
 
 // Writes the bytes to a new file, which is there whole or not at all. Returns why it cannot be
