@@ -114,7 +114,7 @@ TEST(Orvidx, TellsAMissingElementFromOneThatCannotBeRead)
     expectRefusal({"show", "curve", "NONE", job}, job, "no such element: curve NONE");
     expectRefusal({"show", "point", "AB21", job}, job, "point AB21; near it: AB12\n");
     expectRefusal({"show", "curve", "c1", job}, job, "curve c1; near it: C1\n");
-    expectRefusal({"show", "line", "L3", job}, job, "cannot be read: line L3");
+    expectRefusal({"show", "line", "L3", job}, job, "line L3: there is no point 4711\n");
 }
 
 // Reading gives lines their extension records and rewrites older chains: a copy takes that.
@@ -154,7 +154,14 @@ TEST(Orvidx, CountsTheOtherKindsWhenOneCannotBeCounted)
                           "chains         ?\nprofiles       ?\nsurvey chains  2\n");
     EXPECT_NE(run.errors.find(job + ": the curves cannot be counted"), std::string::npos);
     EXPECT_NE(orvidx({"info", "--json", job}).output.find("\"curves\": null"), std::string::npos);
-    expectRefusal({"list", "curve", job}, job, "the curves cannot be counted");
+
+    bytes = fileBytes(freshJob("tiny"));
+    bytes[bytes.find("EDGE OF WATER")] = 'F'; // in a key, whose record has the right name
+    run = orvidx({"list", "survey-chain", writeJob(bytes)});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.output, "RIDGE\n");
+    EXPECT_NE(run.errors.find(": the survey chains cannot be counted, number 1 is damaged"),
+              run.errors.npos);
 }
 
 TEST(Orvidx, RefusesWrongUsageWithStatus2)

@@ -1,7 +1,7 @@
 #include "tools/check/element_check.h"
 
-#include "tools/check/element_fault.h"
 #include "tools/check/kind_names.h"
+#include "tools/faults/element_fault.h"
 #include "tools/reading/job_copy.h"
 #include "tools/reading/job_reading.h"
 #include "tools/terminal/progress.h"
@@ -29,7 +29,7 @@ static void checkElement(IdxConnection* job, uint32_t kind, const std::string& n
         orvIdx_freeElement(kind, &element);
         return;
     }
-    ElementFault fault = faultOfElement(kind, name);
+    ElementFault fault = faultOfElement(slotContext(), kind, name);
     (fault.isDamage ? report->unreadable : report->remarks).push_back({name, fault.reason});
 }
 

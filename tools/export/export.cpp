@@ -6,12 +6,12 @@
 #include "tools/export/jsonl_format.h"
 #include "tools/export/plan_format.h"
 #include "tools/export/sqlite_format.h"
+#include "tools/reading/element_walk.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
 #include "tools/report/report_format.h"
 #include "tools/terminal/progress.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -177,7 +177,7 @@ static void noteUnreadable(Export* out, uint32_t kind, const std::string* name, 
 {
     std::string what = std::string("cannot be read: ") + ELEMENT_KINDS[kind].name + " ";
     what += name != nullptr ? utf8FromLatin1(*name) : "number " + std::to_string(number);
-    noteGap(out, kind, name, what + ": ", out->plan->unreadable);
+    noteGap(out, kind, name, what + ": ", reasonOf(out->plan->faults, kind, name));
     ++out->gaps.elements;
 }
 
@@ -204,10 +204,6 @@ static void exportNamed(Export* out, uint32_t kind, const std::vector<std::strin
     endKind(out);
 }
 
-// The end of a walk looks like an element that cannot be read: it is taken for reached after so
-// many of these.
-constexpr int64_t STEPS_BEHIND_THE_END = 1000;
-
 // Expects null for an element that cannot be read.
 static void addWalked(Export* out, uint32_t kind, int64_t number, const void* element)
 {
@@ -216,23 +212,16 @@ static void addWalked(Export* out, uint32_t kind, int64_t number, const void* el
     if (element == nullptr) noteUnreadable(out, kind, nullptr, number);
 }
 
-// Exports a kind that cannot be counted, as far as a walk comes. So many of its elements are sure
-// to be there, and one more that is damaged.
-static void exportWalked(Export* out, uint32_t kind, int64_t sure)
+// Exports a kind that cannot be counted.
+static void exportWalked(Export* out, uint32_t kind)
 {
     beginKind(out, kind, nullptr);
-    int64_t added = 0;
-    for (int64_t step = 1; step <= std::max(sure, added) + STEPS_BEHIND_THE_END; ++step) {
-        showStep(out, kind, added, "");
-        void* element = nullptr;
-        (step == 1 ? orvIdx_readFirstElement : orvIdx_readNextElement)(out->job, kind, &element);
-        bool isThere = element != nullptr || step == sure + 1;
-        while (isThere && added < step) {
-            ++added;
-            addWalked(out, kind, added, added == step ? element : nullptr);
-        }
+    ElementWalk walk = beginWalk(out->job, kind);
+    void* element = nullptr;
+    while (faultOf(out).empty() && stepWalk(&walk, &element)) {
+        showStep(out, kind, walk.handed, "");
+        addWalked(out, kind, walk.handed, element);
         orvIdx_freeElement(kind, &element);
-        if (!faultOf(out).empty()) break;
     }
     endKind(out);
 }
@@ -243,9 +232,7 @@ static void exportKind(Export* out, uint32_t kind)
     try {
         names = elementNames(out->job, kind);
     } catch (const ReadingFault& fault) {
-        uint32_t sure = 0;
-        orvIdx_numberOfElements(out->job, kind, &sure, nullptr);
-        exportWalked(out, kind, sure);
+        exportWalked(out, kind);
         noteGap(out, kind, nullptr, "", fault.what());
         ++out->gaps.kinds;
         return;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "tools/drawing/plan_shapes.h"
+#include "tools/faults/copy_faults.h"
 
 #include <cstdio>
 
@@ -20,9 +21,9 @@ enum ExportFormat {
 
 struct ExportPlan {
     ExportFormat format;
-    std::string job;        // as the user calls it
-    std::string unreadable; // why elements cannot be read, in general words
-    std::string target;     // file, or folder for CSV; empty: the stream
+    std::string job;    // as the user calls it
+    CopyFaults* faults; // why elements of it cannot be read
+    std::string target; // file, or folder for CSV; empty: the stream
     std::FILE* stream;
     bool kinds[ELEMENT_SURVEY_CHAIN + 1]; // wanted
     bool force;                           // CSV goes into a folder that is not empty

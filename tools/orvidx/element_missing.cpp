@@ -12,7 +12,8 @@ std::string whyMissing(const JobSource& source, uint32_t kind, const std::string
     std::string stored = latin1FromUtf8(name);
     std::vector<std::string> names = elementNames(source.job, kind);
     if (std::find(names.begin(), names.end(), stored) != names.end()) {
-        return "cannot be read: " + what + ": " + unreadableReason(source);
+        std::string reason = reasonOf(source.faults.get(), kind, &stored);
+        return "cannot be read: " + what + ": " + harmless(reason);
     }
     std::string suggested;
     for (const std::string& other : nearNames(names, stored)) {

@@ -65,7 +65,7 @@ ExportPlan exportOfAll(const JobSource& source, const std::string& target, std::
 {
     ExportPlan plan = {};
     plan.job = source.path;
-    plan.unreadable = unreadableReason(source);
+    plan.faults = source.faults.get();
     plan.target = target == "-" ? "" : target;
     plan.stream = out;
     plan.watched = !plan.target.empty() || !isTerminal(out);

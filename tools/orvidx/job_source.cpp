@@ -22,6 +22,7 @@ static void openCopy(JobSource* source, const JobRequest& request)
     source->copy = openJobCopy(snapshot.bytes);
     if (!source->copy.fault.empty()) throw ReadingFault(source->copy.fault);
     source->job = source->copy.job;
+    source->faults->path = source->copy.file.temporary;
 }
 
 JobSource openSource(const JobRequest& request)
@@ -34,15 +35,9 @@ JobSource openSource(const JobRequest& request)
 
 bool closeSource(JobSource* source)
 {
+    closeFaults(source->faults.get());
     if (isLive(*source)) return orvIdx_disconnectFromOrvaneOrvFile(&source->job) == IDX_OK;
     source->job = nullptr;
     closeJobCopy(&source->copy);
     return true;
-}
-
-std::string unreadableReason(const JobSource& source)
-{
-    const char* unwritten = isLive(source) ? " or cannot be written" : "";
-    return std::string("a record that it needs is missing or damaged") + unwritten +
-           " (orvjob check tells more)";
 }

@@ -5,9 +5,11 @@
 // For orvidx.
 #pragma once
 
+#include "tools/faults/copy_faults.h"
 #include "tools/reading/job_copy.h"
 #include "tools/snapshot/job_snapshot.h"
 
+#include <memory>
 #include <string>
 
 struct JobRequest {
@@ -20,6 +22,7 @@ struct JobSource {
     std::string path; // as the user gave it
     IdxConnection* job = nullptr;
     JobCopy copy; // of a live job there is none
+    std::unique_ptr<CopyFaults> faults = std::make_unique<CopyFaults>();
 };
 
 // Throws ReadingFault when the job cannot be opened.
@@ -27,7 +30,3 @@ JobSource openSource(const JobRequest& request);
 
 // Closes the job and removes the copy. False when a live job could not be written and closed.
 bool closeSource(JobSource* source);
-
-// Returns why an element that is listed cannot be read, in general words: the library does not
-// tell.
-std::string unreadableReason(const JobSource& source);

@@ -1,4 +1,4 @@
-#include "tools/check/element_fault.h"
+#include "tools/faults/element_fault.h"
 
 #include "api/orvIdx.h"
 #include "cogo/cogo_state.h"
@@ -150,9 +150,8 @@ static ElementFault faultOfSurveyChain(RecordFile* job, const std::string& name)
                                 : "its point list" + fault);
 }
 
-ElementFault faultOfElement(uint32_t kind, const std::string& name)
+ElementFault faultOfElement(RecordFile* job, uint32_t kind, const std::string& name)
 {
-    RecordFile* job = slotContext();
     switch (kind) {
     case ELEMENT_POINT:
         return faultOfPoint(job, name);
