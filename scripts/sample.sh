@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Sets everything up, builds, writes a sample job database and prints what it holds.
+# Sets everything up, builds, writes a sample job database, prints what it holds and makes a page
+# that shows it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,6 +10,7 @@ cmake --build --preset release
 
 tools=build/release/tools
 job=build/sample.orv
+page=build/sample.html
 rm -f "$job"
 echo
 "$tools/orvjob" create-sample "$job"
@@ -24,4 +26,6 @@ echo "Its first curve:"
 echo
 "$tools/orvjob" check "$job"
 echo
+"$tools/orvidx" report "$job" -o "$page"
+echo "To look at it: open $page in a browser"
 echo "Everything as JSON: $tools/orvidx export $job"
