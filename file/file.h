@@ -62,7 +62,7 @@ int writePage(int descriptor, const uint8_t* page, int pageNumber);
 
 // -- Page cache (page_cache.cpp, flush.cpp) ----------------------------------
 
-constexpr int CACHE_BLOCKS = 1000;
+constexpr int CACHE_BLOCKS = 1000; // at least
 
 // A page where it lies in the cache; it has passed nodeIsSound. It stays there until
 // CACHE_BLOCKS - 1 other pages have been read, or its file is dropped.
@@ -91,3 +91,6 @@ int writeChanges(OpenFile* file);
 bool hasChanges(const OpenFile* file);
 // Frees every block of the descriptor, dirty or not.
 void dropFile(int descriptor);
+// Gives back what the cache has grown by, when it holds no page any more: the last file has been
+// closed.
+void giveBackPieces();

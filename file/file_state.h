@@ -5,45 +5,59 @@
 #include "file/file.h"
 #include "platform/platform.h"
 
-#include <cstddef>
+#include <cstdint>
 
 // One page in memory. A block is found by (descriptor, pageNumber). It stands in the
 // list of all blocks in order of use; in the list of its hash and in that of its file
-// or else in that of free blocks; and while it is dirty in that of dirty blocks.
+// or else in that of free blocks; and while it is dirty in that of dirty blocks. What finding
+// a page looks at comes first.
 struct CacheBlock {
     int32_t descriptor; // -1: free
-    int32_t pageNumber; // -1: never used
-    int32_t dirty;      // 1 when the page differs from the file
-    CacheBlock* next;   // used less recently, or null
-    uint8_t page[NODE_PAGE_SIZE];
-    uint8_t endMarker;    // 0: ends the entries of a full page
-    bool fresh;           // dirty, and nothing in the file refers to the page
-    uint64_t content;     // no other content of any block has had this number
-    uint64_t firstChange; // while dirty: the content that its first change has made
-    CacheBlock* previous; // used more recently, or null
+    int32_t pageNumber;
     CacheBlock* bucketNext;
+    uint8_t* page;        // NODE_PAGE_SIZE bytes, and a zero that ends the entries of a full page
+    uint64_t content;     // no other content of any block has had this number
+    CacheBlock* next;     // used less recently, or null
+    CacheBlock* previous; // used more recently, or null
     CacheBlock* fileNext;
     CacheBlock* filePrevious;
+    bool dirty;            // the page differs from the file
+    bool fresh;            // dirty, and nothing in the file refers to the page
+    uint64_t firstChange;  // while dirty: the content that its first change has made
     CacheBlock* dirtyNext; // used less recently, or null
     CacheBlock* dirtyPrevious;
 };
-static_assert(offsetof(CacheBlock, endMarker) == offsetof(CacheBlock, page) + NODE_PAGE_SIZE);
 
-// Powers of two: about two buckets a block, and more lists of files than a host opens.
-constexpr int CACHE_BUCKETS = 2048;
+// Blocks come in pieces: one that is always there, and those added as pages come in for which
+// there is no block. With all of them the cache holds every page of the largest file.
+constexpr int CACHE_PAGE_ROOM = NODE_PAGE_SIZE + 8;
+constexpr int MOST_ADDED_PIECES = MAX_PAGES_IN_FILE / CACHE_BLOCKS;
+constexpr int MOST_CACHE_BLOCKS = (1 + MOST_ADDED_PIECES) * CACHE_BLOCKS;
+static_assert(MOST_CACHE_BLOCKS >= MAX_PAGES_IN_FILE);
+
+struct CachePiece {
+    CacheBlock blocks[CACHE_BLOCKS];
+    uint8_t pages[CACHE_BLOCKS][CACHE_PAGE_ROOM];
+};
+
+// Powers of two: about a bucket for each block, and more lists of files than a host opens.
+constexpr int CACHE_BUCKETS = 32768;
 constexpr int CACHE_FILES = 32;
 
 struct PageCache {
-    CacheBlock blocks[CACHE_BLOCKS];
+    CachePiece kept;
+    CachePiece* added[MOST_ADDED_PIECES]; // null from the first that was not needed so far
+    bool refused;          // there was no memory for another one; until all pages have left
+    int32_t blocks;        // in the list of use; those behind them have held no page yet
+    int32_t pages;         // blocks that are not free
     CacheBlock* head;      // most recently used
     CacheBlock* tail;      // the next victim
     CacheBlock* dirtyHead; // most recently used of the dirty ones
     CacheBlock* freeHead;  // freed last
     CacheBlock* buckets[CACHE_BUCKETS];
-    CacheBlock* files[CACHE_FILES];    // by descriptor
-    uint64_t contents;                 // contents numbered so far
-    bool built;                        // false until the first cached read or write of the process
-    CacheBlock* toWrite[CACHE_BLOCKS]; // while a file is flushed: its dirty blocks
+    CacheBlock* files[CACHE_FILES];         // by descriptor
+    uint64_t contents;                      // contents numbered so far
+    CacheBlock* toWrite[MOST_CACHE_BLOCKS]; // while a file is flushed: its dirty blocks
 };
 
 struct FileState {

@@ -18,7 +18,7 @@
 
 int writeBack(CacheBlock* block)
 {
-    if (block->descriptor == -1 || block->dirty == 0) return IX_OK;
+    if (block->descriptor == -1 || !block->dirty) return IX_OK;
     int result = writePage(block->descriptor, block->page, block->pageNumber);
     if (result == IX_OK) setClean(block);
     return result;

@@ -100,5 +100,6 @@ int closeDescriptor(int descriptor)
 {
     // The system may give the same number to the next file.
     dropFile(descriptor);
+    giveBackPieces();
     return osClose(descriptor) == OS_DONE ? IX_OK : IX_OPEN_FAILED;
 }

@@ -1,14 +1,15 @@
-// The page cache: 1000 pages of all open databases in order of use. In shared mode
-// the pages that an update changed wait here until its end.
+// The page cache: pages of all open databases in order of use, as many as the files have, at
+// least CACHE_BLOCKS. In shared mode the pages that an update changed wait here until its end.
 //
 // Invariants, asserted in the debug build
-//   1. Every block stands once in the list of use, free blocks included.
+//   1. Every block that has held a page stands once in the list of use, free blocks included.
 //   2. A block stands in the lists of its hash and of its file exactly while
-//      descriptor != -1, and in the list of dirty blocks exactly while dirty != 0; a
+//      descriptor != -1, and in the list of dirty blocks exactly while it is dirty; a
 //      free block is never dirty.
 //   3. No two blocks hold the same page.
-//   4. A page that comes in takes the block freed last, whose bytes are near, and when there
-//      is none that of the clean page used least recently.
+//   4. A page that comes in takes the block freed last, whose bytes are near. When there is
+//      none it takes a new one, and when there is no memory for more that of the clean page
+//      used least recently.
 //   5. The free blocks stand in a list of their own, linked by bucketNext.
 //   6. A page in a block has passed nodeIsSound.
 #include "file/file.h"
@@ -31,27 +32,62 @@ static void pushFree(CacheBlock* block)
     fileState.cache.freeHead = block;
 }
 
-static void buildList()
+// -- Pieces ------------------------------------------------------------------
+
+// The piece that holds the next new block, or null when there is none and no memory for it.
+static CachePiece* pieceForNewBlock()
 {
     PageCache* cache = &fileState.cache;
-    if (cache->built) return;
-    CacheBlock* previous = nullptr;
-    for (CacheBlock& block : cache->blocks) {
-        block.descriptor = -1;
-        block.pageNumber = -1;
-        block.dirty = 0;
-        block.previous = previous;
-        block.next = nullptr;
-        if (previous != nullptr) previous->next = &block;
-        previous = &block;
+    int number = cache->blocks / CACHE_BLOCKS;
+    if (number == 0) return &cache->kept;
+    if (number > MOST_ADDED_PIECES) return nullptr;
+    CachePiece** piece = &cache->added[number - 1];
+    if (*piece == nullptr && !cache->refused) {
+        *piece = static_cast<CachePiece*>(allocateZeroed(1, sizeof(CachePiece)));
+        cache->refused = *piece == nullptr;
     }
-    cache->head = &cache->blocks[0];
-    cache->tail = previous;
-    for (CacheBlock* block = previous; block != nullptr; block = block->previous) {
-        pushFree(block);
-    }
-    cache->built = true;
+    return *piece;
 }
+
+// Adds a block to the list of use, as the one used last, and to the free ones. Without memory
+// for one nothing happens.
+static void addBlock()
+{
+    PageCache* cache = &fileState.cache;
+    CachePiece* piece = pieceForNewBlock();
+    if (piece == nullptr) return;
+    int place = cache->blocks % CACHE_BLOCKS;
+    CacheBlock* block = &piece->blocks[place];
+    *block = {};
+    block->descriptor = -1;
+    block->page = piece->pages[place];
+    block->next = cache->head;
+    if (cache->head != nullptr) {
+        cache->head->previous = block;
+    } else {
+        cache->tail = block;
+    }
+    cache->head = block;
+    ++cache->blocks;
+    pushFree(block);
+}
+
+void giveBackPieces()
+{
+    PageCache* cache = &fileState.cache;
+    if (cache->pages != 0) return;
+    for (CachePiece*& piece : cache->added) {
+        release(piece);
+        piece = nullptr;
+    }
+    cache->refused = false;
+    cache->blocks = 0;
+    cache->head = nullptr;
+    cache->tail = nullptr;
+    cache->freeHead = nullptr;
+}
+
+// -- Lists -------------------------------------------------------------------
 
 static CacheBlock* findBlock(int descriptor, int pageNumber)
 {
@@ -70,8 +106,8 @@ static CacheBlock** fileListOf(int descriptor)
 
 void setClean(CacheBlock* block)
 {
-    if (block->dirty == 0) return;
-    block->dirty = 0;
+    if (!block->dirty) return;
+    block->dirty = false;
     block->fresh = false;
     if (block->dirtyNext != nullptr) block->dirtyNext->dirtyPrevious = block->dirtyPrevious;
     if (block->dirtyPrevious != nullptr) {
@@ -83,9 +119,9 @@ void setClean(CacheBlock* block)
 
 static void setDirty(CacheBlock* block)
 {
-    if (block->dirty != 0) return;
+    if (block->dirty) return;
     PageCache* cache = &fileState.cache;
-    block->dirty = 1;
+    block->dirty = true;
     block->dirtyPrevious = nullptr;
     block->dirtyNext = cache->dirtyHead;
     if (cache->dirtyHead != nullptr) cache->dirtyHead->dirtyPrevious = block;
@@ -102,17 +138,18 @@ void assertCacheInvariants()
     int dirtyBlocks = 0;
     const CacheBlock* before = nullptr;
     for (const CacheBlock* block = cache->head; block != nullptr; block = block->next) {
-        assert(block->previous == before && ++blocks <= CACHE_BLOCKS);
+        assert(block->previous == before && ++blocks <= cache->blocks);
         bool isFree = block->descriptor == -1;
         freeBlocks += isFree ? 1 : 0;
-        assert(!isFree || block->dirty == 0);
+        assert(!isFree || !block->dirty);
         assert(isFree || findBlock(block->descriptor, block->pageNumber) == block);
-        dirtyBlocks += block->dirty != 0 ? 1 : 0;
+        dirtyBlocks += block->dirty ? 1 : 0;
         before = block;
     }
-    assert(before == cache->tail && blocks == (cache->built ? CACHE_BLOCKS : 0));
+    assert(before == cache->tail && blocks == cache->blocks);
+    assert(blocks - freeBlocks == cache->pages);
     for (const CacheBlock* block = cache->dirtyHead; block != nullptr; block = block->dirtyNext) {
-        assert(block->dirty != 0 && --dirtyBlocks >= 0);
+        assert(block->dirty && --dirtyBlocks >= 0);
     }
     assert(dirtyBlocks == 0);
     for (const CacheBlock* block = cache->freeHead; block != nullptr; block = block->bucketNext) {
@@ -142,6 +179,7 @@ static void freeBlock(CacheBlock* block)
     }
     block->descriptor = -1;
     block->content = 0;
+    --fileState.cache.pages;
     pushFree(block);
 }
 
@@ -149,6 +187,7 @@ static void freeBlock(CacheBlock* block)
 static void bindBlock(CacheBlock* block, int descriptor, int pageNumber)
 {
     fileState.cache.freeHead = block->bucketNext;
+    ++fileState.cache.pages;
     CacheBlock** bucket = bucketOf(descriptor, pageNumber);
     CacheBlock** list = fileListOf(descriptor);
     block->descriptor = descriptor;
@@ -195,7 +234,7 @@ static void checkHeaderOutsideLock(OpenFile* file)
 static CacheBlock* findVictim()
 {
     CacheBlock* block = fileState.cache.tail;
-    while (block != nullptr && block->dirty != 0) {
+    while (block != nullptr && block->dirty) {
         block = block->previous;
     }
     return block;
@@ -220,7 +259,6 @@ static int makeRoom(OpenFile* file)
 // room.
 static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** target)
 {
-    buildList();
     CacheBlock* block = findBlock(file->descriptor, pageNumber);
     *found = block != nullptr;
     if (*found) {
@@ -228,6 +266,7 @@ static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** targ
         *target = block;
         return IX_OK;
     }
+    if (fileState.cache.freeHead == nullptr) addBlock();
     if (fileState.cache.freeHead == nullptr) {
         int result = makeRoom(file);
         if (result != IX_OK) return result;
@@ -278,7 +317,6 @@ int cachedPageView(OpenFile* file, PageView* view, int pageNumber)
 
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber)
 {
-    buildList();
     const CacheBlock* block = findBlock(file->descriptor, pageNumber);
     if (block == nullptr) return readSoundPage(file->descriptor, page, pageNumber);
     memcpy(page, block->page, NODE_PAGE_SIZE);
@@ -296,7 +334,7 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
     if (!found) bindBlock(block, file->descriptor, pageNumber);
     memcpy(block->page, page, NODE_PAGE_SIZE);
     block->content = ++fileState.cache.contents;
-    if (block->dirty == 0) {
+    if (!block->dirty) {
         block->firstChange = block->content;
         block->fresh = pageNumber >= file->headerInFile.nextFreePage;
     }

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <list>
 #include <map>
 #include <random>
@@ -26,7 +27,8 @@ struct Block {
 
 // What a page holds is its version number: 0 for one that was never written to.
 struct Model {
-    std::list<Block> blocks = std::list<Block>(CACHE_BLOCKS); // most recently used first
+    std::list<Block> blocks; // most recently used first
+    size_t room = 0;         // blocks for which there is memory
     std::map<Page, int> inFile;
     std::vector<OsTransfer> transfers;
 
@@ -36,8 +38,8 @@ struct Model {
         inFile[block.page] = block.version;
         block.firstChange = 0;
     }
-    // The page's block, or a free one, or the last clean one, which is read unless it is to be
-    // written to; it becomes the first.
+    // The page's block, or a free one, or a new one, or the last clean one, which is read unless
+    // it is to be written to; it becomes the first.
     Block& use(Page page, bool reads)
     {
         auto first = [&](auto isSought) {
@@ -46,6 +48,7 @@ struct Model {
         auto block = first([&](const Block& each) { return each.page == page; });
         bool found = block != blocks.end();
         if (!found) block = first([](const Block& each) { return each.page.first == -1; });
+        if (block == blocks.end() && blocks.size() < room) block = blocks.emplace(blocks.begin());
         while (block == blocks.end() || (!found && block->firstChange != 0)) {
             --block;
         }
@@ -77,48 +80,55 @@ std::string pageOfVersion(int version)
     return rawPage(0, 1, rawEntry(1, "K", version), -1, -1, 0);
 }
 
-TEST(PageCache, BehavesLikeAListInOrderOfUse)
+// Files of pages that were never written to, open.
+using Files = std::array<OpenFile, 2>;
+
+Files openFiles(int pages)
 {
-    constexpr int PAGES = 800; // of each file; the cache holds fewer than both together
     std::string job(static_cast<size_t>(pageAt(0)), 0);
-    for (int number = 0; number <= PAGES; ++number) {
+    for (int number = 0; number < pages; ++number) {
         job += pageOfVersion(0);
     }
-    OpenFile files[2] = {};
+    Files files = {};
     for (OpenFile& file : files) {
         file.descriptor = osOpen(writeJob(job).c_str(), OS_READ_WRITE);
+        file.sharing.fileLock = LOCKED;
     }
+    return files;
+}
+
+// Works on random pages of both files, of which the cache holds fewer than both together.
+void workAsTheModel(Files& files, int pages, Model model)
+{
     std::mt19937 random(1);
     auto below = [&](int limit) {
         return static_cast<int>(random() % static_cast<unsigned>(limit));
     };
-    Model model;
     for (int version = 1; version <= 20000; ++version) {
         osFaults.transfers.clear();
         model.transfers.clear();
-        OpenFile* file = &files[below(2)];
+        OpenFile* file = &files[static_cast<size_t>(below(2))];
         bool atOnce = below(4) == 0;
         file->openMode = atOnce ? OPEN_EXCLUSIVE : OPEN_SHARED;
-        file->sharing.fileLock = LOCKED;
         file->sharing.exclusively = true;
-        int pageNumber = 1 + below(below(2) == 0 ? 60 : PAGES);
+        int pageNumber = below(below(2) == 0 ? 60 : pages);
         Page page = {file->descriptor, pageNumber};
         int result = IX_OK;
-        int action = below(1000);
-        if (action < 500) {
+        int action = below(10000); // freeing is rare enough for the cache to fill
+        if (action < 5000) {
             Block& block = model.use(page, false);
             block = {page, version, block.firstChange != 0 ? block.firstChange : version};
             if (atOnce) model.writeBack(block);
             std::string bytes = pageOfVersion(version);
             result = cachedPageWrite(file, reinterpret_cast<uint8_t*>(bytes.data()), pageNumber);
-        } else if (action < 994) {
+        } else if (action < 9950) {
             Block expected = model.use(page, true);
             PageView view = {};
             result = cachedPageView(file, &view, pageNumber);
             ASSERT_EQ(memcmp(view.page, pageOfVersion(expected.version).data(), 1024), 0)
                 << version;
-        } else if (action < 998) {
-            bool frees = action % 2 == 0;
+        } else if (action < 9999) {
+            bool frees = action == 9998;
             model.leave(file->descriptor, true, frees);
             result = frees ? flushAndFreeFile(file) : flushFile(file);
         } else {
@@ -128,9 +138,65 @@ TEST(PageCache, BehavesLikeAListInOrderOfUse)
         ASSERT_EQ(result, IX_OK) << version;
         ASSERT_EQ(osFaults.transfers, model.transfers) << version;
     }
-    for (OpenFile& file : files) {
+}
+
+void closeFiles(const Files& files)
+{
+    for (const OpenFile& file : files) {
         EXPECT_EQ(closeDescriptor(file.descriptor), 0);
     }
+}
+
+class RefusedMemory : public testing::TestWithParam<int>
+{
+};
+
+// The cache grows until memory for another piece is refused, and then goes on with what it has.
+TEST_P(RefusedMemory, LeavesAListInOrderOfUse)
+{
+    const int pieces = GetParam();
+    const int before = liveBlocks;
+    const int pages = (1 + pieces) * 800;
+    for (int opened = 0; opened < 2; ++opened) { // all pages leave in between
+        Files files = openFiles(pages);
+        Model model;
+        model.room = static_cast<size_t>((1 + pieces) * CACHE_BLOCKS);
+        osFaults.call = OS_CALL_ALLOCATE;
+        osFaults.first = 1 + pieces;
+        osFaults.lasting = true;
+        workAsTheModel(files, pages, model);
+        EXPECT_EQ(osFaults.failures, 1);
+        EXPECT_EQ(liveBlocks, before + pieces);
+        closeFiles(files);
+        EXPECT_EQ(liveBlocks, before);
+        osFaults = {};
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(PageCache, RefusedMemory, testing::Values(0, 1));
+
+TEST(PageCache, HoldsThePagesOfTheLargestFileUntilTheLastFileIsClosed)
+{
+    const int before = liveBlocks;
+    Files files = openFiles(MAX_PAGES_IN_FILE);
+    auto readAll = [](OpenFile* file) {
+        osFaults.transfers.clear();
+        PageView view = {};
+        for (int number = 0; number < MAX_PAGES_IN_FILE; ++number) {
+            EXPECT_EQ(cachedPageView(file, &view, number), IX_OK);
+        }
+        return osFaults.transfers.size();
+    };
+    EXPECT_EQ(readAll(&files[0]), MAX_PAGES_IN_FILE);
+    EXPECT_EQ(readAll(&files[0]), 0U);
+    EXPECT_EQ(liveBlocks, before + MOST_ADDED_PIECES);
+    EXPECT_EQ(readAll(&files[1]), MAX_PAGES_IN_FILE); // in the place of most of the others
+    EXPECT_EQ(liveBlocks, before + MOST_ADDED_PIECES);
+
+    EXPECT_EQ(closeDescriptor(files[1].descriptor), 0);
+    EXPECT_EQ(liveBlocks, before + MOST_ADDED_PIECES);
+    EXPECT_EQ(closeDescriptor(files[0].descriptor), 0);
+    EXPECT_EQ(liveBlocks, before);
 }
 
 // Reads every record; answers how many pages came from the file.
