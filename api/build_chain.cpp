@@ -49,6 +49,8 @@ constexpr size_t FIRST_EXPANDED_ROOM = 12500;
 // A few thousand references of a small file could stand for gigabytes of members. With so
 // many characters a chain has 65,536 members at most.
 constexpr size_t EXPANDED_LIMIT = 131072;
+// Room made for members before it is known that they exist.
+constexpr size_t MOST_ROOM_AHEAD = 2048;
 
 // What became of a member that was to be appended.
 constexpr int MEMBER_ADDED = 0;
@@ -78,12 +80,14 @@ struct Expansion {
     bool unresolved; // a chain that is referred to cannot be read
 };
 
-// A chain while its members are appended.
+// A chain while its members are appended, which stand behind it in its block.
 struct MemberList {
     RecordFile* job;
     ChainElement* chain;
-    ChainMember* last;
+    size_t room; // members that the block has room for
+    size_t count;
 };
+static_assert(sizeof(ChainElement) % alignof(ChainMember) == 0);
 
 static bool isWhiteSpace(char character)
 {
@@ -277,14 +281,23 @@ static int fillMember(RecordFile* job, const char* name, ChainMember* member)
     }
 }
 
-static void appendMember(MemberList* list, ChainMember* member)
+static ChainMember* membersOf(ChainElement* chain)
 {
-    if (list->last != nullptr) {
-        list->last->next = member;
-    } else {
-        list->chain->firstMember = member;
-    }
-    list->last = member;
+    return reinterpret_cast<ChainMember*>(chain + 1);
+}
+
+// Makes the block one for so many members, with those that it has. Returns IDX_OK or IDX_ERROR.
+static int makeRoom(MemberList* list, size_t members)
+{
+    auto blockSize = [](size_t count) {
+        return sizeof(ChainElement) + count * sizeof(ChainMember);
+    };
+    if (members == list->room) return IDX_OK;
+    void* block = reallocate(list->chain, blockSize(list->room), blockSize(members));
+    if (block == nullptr) return IDX_ERROR;
+    list->chain = static_cast<ChainElement*>(block);
+    list->room = members;
+    return IDX_OK;
 }
 
 // Adds one member. The name counts only for kinds that carry an element. Returns MEMBER_...
@@ -292,15 +305,28 @@ static int addMember(MemberList* list, int kind, const char* name)
 {
     ElementName found;
     if (!findMember(list->job, kind, name, &found)) return MEMBER_UNRESOLVED;
-    ChainMember* member = static_cast<ChainMember*>(allocateZeroed(1, sizeof(ChainMember)));
-    if (member == nullptr) return MEMBER_NO_MEMORY;
+    bool full = list->count == list->room;
+    if (full && makeRoom(list, 2 * list->room) != IDX_OK) return MEMBER_NO_MEMORY;
+    ChainMember* member = membersOf(list->chain) + list->count;
     member->memberKind = kind;
     if (fillMember(list->job, found.text, member) != IDX_OK) {
-        release(member);
+        std::memset(member, 0, sizeof *member); // the next one is filled in its place
         return MEMBER_UNRESOLVED;
     }
-    appendMember(list, member);
+    ++list->count;
     return MEMBER_ADDED;
+}
+
+// Gives back the room behind the members and makes them a list. Returns IDX_OK or IDX_ERROR.
+static int linkMembers(MemberList* list)
+{
+    if (makeRoom(list, list->count) != IDX_OK) return IDX_ERROR;
+    ChainMember** link = &list->chain->firstMember;
+    for (size_t i = 0; i < list->count; ++i) {
+        *link = membersOf(list->chain) + i;
+        link = &(*link)->next;
+    }
+    return IDX_OK;
 }
 
 // Adds those members of a group that exist, and passes the others over. Returns MEMBER_ADDED or
@@ -332,20 +358,31 @@ static int addToken(MemberList* list, const Token* token)
     }
 }
 
+// Room for a member for each word of the text; groups may need more.
+static size_t roomAhead(const char* text)
+{
+    size_t words = 1;
+    for (const char* blank = std::strchr(text, BLANK); blank != nullptr;) {
+        ++words;
+        blank = std::strchr(skipBlanks(blank), BLANK);
+    }
+    return words < MOST_ROOM_AHEAD ? words : MOST_ROOM_AHEAD;
+}
+
 // Adds all members of the expanded description. Returns IDX_OK, or IDX_ERROR when there is no
 // memory or it cannot be told what some member is.
-static int addMembers(RecordFile* job, ChainElement* chain, char* text)
+static int addMembers(MemberList* list, char* text)
 {
-    MemberList list = {job, chain, nullptr};
     Token token = {};
     const char* cursor = startTokens(text);
+    if (cursor != nullptr && makeRoom(list, roomAhead(cursor)) != IDX_OK) return IDX_ERROR;
     while (cursor != nullptr) {
         cursor = takeToken(cursor, &token);
-        int added = addToken(&list, &token);
-        if (added == MEMBER_UNRESOLVED) chain->unresolvedMembers = 1;
-        if (added == MEMBER_NO_MEMORY || fileOf(job)->trouble) return IDX_ERROR;
+        int added = addToken(list, &token);
+        if (added == MEMBER_UNRESOLVED) list->chain->unresolvedMembers = 1;
+        if (added == MEMBER_NO_MEMORY || fileOf(list->job)->trouble) return IDX_ERROR;
     }
-    return IDX_OK;
+    return linkMembers(list);
 }
 
 // Reads the chain, and expands its description into an empty text. Returns IDX_OK or IDX_ERROR.
@@ -376,9 +413,10 @@ ChainElement* buildChain(RecordFile* job, const Reached& reached)
     TextBlock text;
     int result = beginText(&text, FIRST_EXPANDED_ROOM);
     if (result == IDX_OK) result = fillChain(job, reached.name.text, chain, &text);
-    if (result == IDX_OK) result = addMembers(job, chain, text.text);
+    MemberList list = {job, chain, 0, 0};
+    if (result == IDX_OK) result = addMembers(&list, text.text);
     releaseText(&text);
-    if (result == IDX_OK) return chain;
-    releaseElement(ELEMENT_CHAIN, chain);
+    if (result == IDX_OK) return list.chain;
+    releaseElement(ELEMENT_CHAIN, list.chain);
     return nullptr;
 }

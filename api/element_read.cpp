@@ -104,24 +104,13 @@ int32_t ORVIDX_CALL orvIdx_freeElement(uint32_t kind, void** elementVar)
     return IDX_OK;
 }
 
-static void releaseMembers(ChainMember* member)
-{
-    while (member != nullptr) {
-        ChainMember* next = member->next;
-        release(member);
-        member = next;
-    }
-}
-
 void releaseElement(uint32_t kind, void* element)
 {
     if (element == nullptr) return;
-    if (kind == ELEMENT_CHAIN) {
-        releaseMembers(static_cast<ChainElement*>(element)->firstMember);
-    } else if (kind == ELEMENT_PROFILE) {
+    if (kind == ELEMENT_PROFILE) {
         release(static_cast<ProfileElement*>(element)->vertices);
     } else if (kind == ELEMENT_SURVEY_CHAIN) {
         release(static_cast<SurveyChainElement*>(element)->points);
     }
-    release(element);
+    release(element); // with the members of a chain, which stand in its block
 }

@@ -127,7 +127,7 @@ typedef union ChainMemberPayload {
     SpiralElement spiral;
 } ChainMemberPayload;
 
-/* One member of a chain; its block belongs to the chain element. */
+/* One member of a chain, which stands in the block of the chain element. */
 typedef struct ChainMember {
     struct ChainMember* next; /* null for the last */
     int32_t memberKind;       /* CHAIN_MEMBER_... */

@@ -133,6 +133,15 @@ TEST(Arrays, AreAsLargeAsWhatTheyHold)
         auto* read = element.as<SurveyChainElement>();
         EXPECT_TRUE(!element || hasRoomFor(read->pointCount, read->points)) << name;
     }
+    for (const std::string& name : namesOf(job, ELEMENT_CHAIN)) {
+        Element element(job, ELEMENT_CHAIN, name);
+        if (!element) continue;
+        size_t size = sizeof(ChainElement);
+        for (auto* at = element.as<ChainElement>()->firstMember; at != nullptr; at = at->next) {
+            size += sizeof *at;
+        }
+        EXPECT_EQ(blockSizes[element.as<ChainElement>()], size) << name;
+    }
 }
 
 // -- Parts -------------------------------------------------------------------
