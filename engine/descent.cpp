@@ -8,16 +8,31 @@ struct Child {
     int boundOffset; // of that branch's entry behind it
 };
 
+// The entry from which a walk leads to the first one at or after the sought key: the last marked
+// one below it, or the first of the node.
+static const uint8_t* startOfWalk(const NodeView* view, const SoughtKey* sought, int* ordinal)
+{
+    const NodeMarks* marks = view->marks;
+    int below = 0;
+    while (below < marks->count && compareEntry(view->node + marks->offsets[below], sought) < 0) {
+        ++below;
+    }
+    *ordinal = below * marks->distance;
+    return below == 0 ? firstEntry(view->node) : view->node + marks->offsets[below - 1];
+}
+
 // Chooses the child to descend into: the last one whose keys can include the sought
 // key. Expects a branch of the level; when the search has to move right, it looks at
 // its neighbours.
-static Child chooseChild(OpenFile* file, int level, int branch, const uint8_t* node,
+static Child chooseChild(OpenFile* file, int level, int branch, NodeView view,
                          const SoughtKey* sought)
 {
     // More moves than pages: the neighbour chain runs in a circle.
     for (int moves = 0; moves < file->header.pagesInFile; ++moves) {
+        const uint8_t* node = view.node;
         int child = nodeLeftmostChild(node);
-        const uint8_t* entry = firstEntry(node);
+        int ordinal = 0;
+        const uint8_t* entry = startOfWalk(&view, sought, &ordinal);
         while (!isEndMarker(entry) && compareEntry(entry, sought) < 0) {
             child = entryChild(entry);
             entry = nextEntry(entry);
@@ -29,9 +44,7 @@ static Child chooseChild(OpenFile* file, int level, int branch, const uint8_t* n
         // upper bound of this node, so larger keys belong to the neighbour.
         int neighbour = nodeNextPage(node);
         if (neighbour == NO_PAGE) return {child, NO_PAGE, branch, offset};
-        NodeView view = {};
         if (viewNode(file, neighbour, level, &view) != IX_OK) break;
-        node = view.node;
         branch = neighbour;
     }
     return {NO_PAGE, NO_PAGE, branch, 0};
@@ -39,10 +52,9 @@ static Child chooseChild(OpenFile* file, int level, int branch, const uint8_t* n
 
 // First entry of the leaf that is at or after the sought key, or the end marker;
 // *ordinal becomes its place.
-static const uint8_t* walkLeaf(const uint8_t* leaf, const SoughtKey* sought, int* ordinal)
+static const uint8_t* walkLeaf(const NodeView* leaf, const SoughtKey* sought, int* ordinal)
 {
-    const uint8_t* entry = firstEntry(leaf);
-    *ordinal = 0;
+    const uint8_t* entry = startOfWalk(leaf, sought, ordinal);
     while (!isEndMarker(entry) && compareEntry(entry, sought) < 0) {
         entry = nextEntry(entry);
         ++*ordinal;
@@ -103,7 +115,7 @@ static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
     while (level > 0) {
         engineState.path[level] = page;
         way->branchContent = view->content;
-        Child child = chooseChild(file, level, page, view->node, sought);
+        Child child = chooseChild(file, level, page, *view, sought);
         if (child.branch != page) goAside(way, level, page);
         way->branchPage = child.branch;
         way->boundOffset = child.boundOffset;
@@ -124,7 +136,7 @@ bool descend(OpenFile* file, const SoughtKey* sought, Descent* way)
 
     NodeView* leaf = &way->leaf;
     int moves = 0;
-    way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
+    way->entry = walkLeaf(leaf, sought, &way->ordinal);
     while (isEndMarker(way->entry) && !way->followed) {
         int right = leafToGoOnIn(file, way, sought, &moves);
         if (right == NO_PAGE) break;
@@ -132,7 +144,7 @@ bool descend(OpenFile* file, const SoughtKey* sought, Descent* way)
         goAside(way, 0, way->page);
         way->aside = true;
         way->page = right;
-        way->entry = walkLeaf(leaf->node, sought, &way->ordinal);
+        way->entry = walkLeaf(leaf, sought, &way->ordinal);
     }
     return true;
 }

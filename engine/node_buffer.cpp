@@ -15,11 +15,9 @@ int viewNode(OpenFile* file, int pageNumber, int level, NodeView* view)
 {
     if (!pageExists(file, pageNumber)) return inTrouble(file, IX_DESCENT_FAILED);
 
-    PageView page = {};
-    int result = cachedPageView(file, &page, pageNumber);
+    int result = cachedPageView(file, view, pageNumber);
     if (result != IX_OK) return inTrouble(file, result);
-    *view = {page.page, page.content};
-    return nodeLevel(page.page) == level ? IX_OK : inTrouble(file, IX_DESCENT_FAILED);
+    return nodeLevel(view->node) == level ? IX_OK : inTrouble(file, IX_DESCENT_FAILED);
 }
 
 int readNode(OpenFile* file, int pageNumber, int level)

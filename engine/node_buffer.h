@@ -5,19 +5,13 @@
 #include "engine/engine_state.h"
 #include "file/file.h"
 
-// A node in the cache. It stays there while no more than a few other nodes are read:
-// none that has been left is to be looked at again.
-struct NodeView {
-    const uint8_t* node;
-    uint64_t content; // the same number: the very same bytes; never 0
-};
-
 // Notes that the file is damaged or cannot be read, and returns the result.
 int inTrouble(OpenFile* file, int result);
 
 // IX_OK, an I/O code, or IX_DESCENT_FAILED when the page number lies outside the
 // file, the page is not sound or has another level than expected. A node that failed
-// must not be looked at.
+// must not be looked at, nor one that has been left: it stays in the cache while no more than a
+// few others are read.
 int viewNode(OpenFile* file, int pageNumber, int level, NodeView* view);
 
 // The same into the node buffer.

@@ -64,17 +64,18 @@ int writePage(int descriptor, const uint8_t* page, int pageNumber);
 
 constexpr int CACHE_BLOCKS = 1000; // at least
 
-// A page where it lies in the cache; it has passed nodeIsSound. It stays there until
+// A node where it lies in the cache; it has passed nodeIsSound. It stays there until
 // CACHE_BLOCKS - 1 other pages have been read, or its file is dropped.
-struct PageView {
-    const uint8_t* page; // NODE_PAGE_SIZE bytes, and a zero behind them
+struct NodeView {
+    const uint8_t* node; // NODE_PAGE_SIZE bytes, and a zero behind them
     uint64_t content;    // the same number: the very same bytes; never 0
+    const NodeMarks* marks;
 };
 
 // 0, an I/O code, or IX_DESCENT_FAILED for a page that is not sound.
-int cachedPageView(OpenFile* file, PageView* view, int pageNumber);
-// The page viewed or written last when it has this content, else null.
-const uint8_t* lastPageIfContent(uint64_t content);
+int cachedPageView(OpenFile* file, NodeView* view, int pageNumber);
+// False when the page viewed or written last has another content.
+bool lastPageIfContent(NodeView* view, uint64_t content);
 // The page as it is now, without moving it in the order of use. Results as of a view.
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber);
 // 0 or an I/O code. Expects a sound page.

@@ -15,10 +15,11 @@ struct CacheBlock {
     int32_t descriptor; // -1: free
     int32_t pageNumber;
     CacheBlock* bucketNext;
-    uint8_t* page;        // NODE_PAGE_SIZE bytes, and a zero that ends the entries of a full page
+    uint8_t* page;        // CACHE_PAGE_ROOM bytes; a zero ends the entries of a full page
     uint64_t content;     // no other content of any block has had this number
     CacheBlock* next;     // used less recently, or null
     CacheBlock* previous; // used more recently, or null
+    NodeMarks marks;
     CacheBlock* fileNext;
     CacheBlock* filePrevious;
     bool dirty;            // the page differs from the file

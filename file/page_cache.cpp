@@ -278,11 +278,11 @@ static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** targ
     return IX_OK;
 }
 
-static int readSoundPage(int descriptor, uint8_t* page, int pageNumber)
+static int readSoundPage(int descriptor, uint8_t* page, int pageNumber, NodeMarks* marks)
 {
     int result = readPage(descriptor, page, pageNumber);
     if (result != IX_OK) return result;
-    return nodeIsSound(page) ? IX_OK : IX_DESCENT_FAILED;
+    return nodeIsSound(page, marks) ? IX_OK : IX_DESCENT_FAILED;
 }
 
 // Makes the block of the page the one used last, reading the page if need be. 0, an I/O
@@ -294,31 +294,38 @@ static int bringPage(OpenFile* file, int pageNumber)
     CacheBlock* block = nullptr;
     int result = lookup(file, pageNumber, &found, &block);
     if (found || result != IX_OK) return result;
-    result = readSoundPage(file->descriptor, block->page, pageNumber);
+    result = readSoundPage(file->descriptor, block->page, pageNumber, &block->marks);
     if (result != IX_OK) return result;
     bindBlock(block, file->descriptor, pageNumber);
     block->content = ++fileState.cache.contents;
     return IX_OK;
 }
 
-const uint8_t* lastPageIfContent(uint64_t content)
+static NodeView viewOf(const CacheBlock* block)
 {
-    const CacheBlock* block = fileState.cache.head;
-    return block != nullptr && block->content == content ? block->page : nullptr;
+    return {block->page, block->content, &block->marks};
 }
 
-int cachedPageView(OpenFile* file, PageView* view, int pageNumber)
+bool lastPageIfContent(NodeView* view, uint64_t content)
+{
+    const CacheBlock* block = fileState.cache.head;
+    if (block == nullptr || block->content != content) return false;
+    *view = viewOf(block);
+    return true;
+}
+
+int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
 {
     int result = bringPage(file, pageNumber);
-    const CacheBlock* block = fileState.cache.head;
-    if (result == IX_OK) *view = {block->page, block->content};
+    if (result == IX_OK) *view = viewOf(fileState.cache.head);
     return result;
 }
 
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber)
 {
     const CacheBlock* block = findBlock(file->descriptor, pageNumber);
-    if (block == nullptr) return readSoundPage(file->descriptor, page, pageNumber);
+    NodeMarks marks;
+    if (block == nullptr) return readSoundPage(file->descriptor, page, pageNumber, &marks);
     memcpy(page, block->page, NODE_PAGE_SIZE);
     return IX_OK;
 }
@@ -333,6 +340,7 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
     if (result != IX_OK) return result;
     if (!found) bindBlock(block, file->descriptor, pageNumber);
     memcpy(block->page, page, NODE_PAGE_SIZE);
+    block->marks = markEntries(page);
     block->content = ++fileState.cache.contents;
     if (!block->dirty) {
         block->firstChange = block->content;

@@ -19,18 +19,51 @@ bool entryIsSound(const uint8_t* entry, int room, bool branch)
     return !branch || size == ENTRY_OVERHEAD + keyLength + CHILD_SIZE;
 }
 
+static NodeMarks startMarks(int count)
+{
+    NodeMarks marks = {};
+    marks.distance = static_cast<uint8_t>(count / (MOST_MARKS + 1) + 1);
+    return marks;
+}
+
+// Marks the entry, one after the other, when it is its turn.
+static void passEntry(NodeMarks* marks, int ordinal, int offset)
+{
+    if (ordinal != (marks->count + 1) * marks->distance) return;
+    marks->offsets[marks->count++] = static_cast<uint16_t>(offset);
+}
+
 bool nodeIsSound(const uint8_t* page)
+{
+    NodeMarks marks;
+    return nodeIsSound(page, &marks);
+}
+
+NodeMarks markEntries(const uint8_t* page)
+{
+    int count = nodeCount(page);
+    NodeMarks marks = startMarks(count);
+    const uint8_t* entry = firstEntry(page);
+    for (int i = 0; i < count; ++i, entry = nextEntry(entry)) {
+        passEntry(&marks, i, static_cast<int>(entry - page));
+    }
+    return marks;
+}
+
+bool nodeIsSound(const uint8_t* page, NodeMarks* marks)
 {
     int level = nodeLevel(page);
     int count = nodeCount(page);
     if (level < 0 || level >= MAX_HEIGHT) return false;
     if (count < 0 || count > MAX_ENTRY_COUNT) return false;
 
+    *marks = startMarks(count);
     int used = 0;
     for (int i = 0; i < count; ++i) {
         const uint8_t* entry = page + NODE_ENTRIES + used;
         int room = NODE_ENTRY_AREA - used;
         if (room < 1 || !entryIsSound(entry, room, level > 0)) return false;
+        passEntry(marks, i, NODE_ENTRIES + used);
         used += entrySize(entry);
     }
     if (nodeFree(page) != NODE_ENTRY_AREA - used) return false;

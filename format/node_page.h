@@ -107,6 +107,21 @@ bool entryIsSound(const uint8_t* entry, int room, bool branch);
 // about pages it refers to.
 bool nodeIsSound(const uint8_t* page);
 
+// Where entries of a sound node begin, one in every few, so that a search need not pass all that
+// stand before what it is for.
+constexpr int MOST_MARKS = 7;
+
+struct NodeMarks {
+    uint8_t distance; // entries from one mark to the next, and from the first entry to the first
+    uint8_t count;
+    uint16_t offsets[MOST_MARKS]; // in the node
+};
+
+// nodeIsSound, which marks entries as it comes by them.
+bool nodeIsSound(const uint8_t* page, NodeMarks* marks);
+// The marks of a sound node.
+NodeMarks markEntries(const uint8_t* page);
+
 // Pointer to the entry with the ordinal, or to the end marker when there are fewer.
 // Expects a sound node.
 const uint8_t* entryAt(const uint8_t* node, int ordinal);

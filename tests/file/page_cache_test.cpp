@@ -123,9 +123,9 @@ void workAsTheModel(Files& files, int pages, Model model)
             result = cachedPageWrite(file, reinterpret_cast<uint8_t*>(bytes.data()), pageNumber);
         } else if (action < 9950) {
             Block expected = model.use(page, true);
-            PageView view = {};
+            NodeView view = {};
             result = cachedPageView(file, &view, pageNumber);
-            ASSERT_EQ(memcmp(view.page, pageOfVersion(expected.version).data(), 1024), 0)
+            ASSERT_EQ(memcmp(view.node, pageOfVersion(expected.version).data(), 1024), 0)
                 << version;
         } else if (action < 9999) {
             bool frees = action == 9998;
@@ -181,7 +181,7 @@ TEST(PageCache, HoldsThePagesOfTheLargestFileUntilTheLastFileIsClosed)
     Files files = openFiles(MAX_PAGES_IN_FILE);
     auto readAll = [](OpenFile* file) {
         osFaults.transfers.clear();
-        PageView view = {};
+        NodeView view = {};
         for (int number = 0; number < MAX_PAGES_IN_FILE; ++number) {
             EXPECT_EQ(cachedPageView(file, &view, number), IX_OK);
         }
