@@ -62,6 +62,7 @@ static void appendPoint(PointArray* array, const char* name)
     }
     if (isGap) {
         point->integer1 = GAP_MARK;
+        std::memset(point->name, 0, sizeof point->name);
         setMember(point->name, GAP_NAME);
     }
     ++chain->pointCount;
@@ -156,24 +157,24 @@ static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
 
 int fillPoint(RecordFile* job, const char* name, PointElement* point)
 {
-    PointRecord record;
     if (findPoint(job, name) != SURVEY_OK) return IDX_ERROR;
-    if (readPointRecord(job, &record) != SURVEY_OK) return IDX_ERROR;
-    setMember(point->setText, record.setText);
+    const PointRecord* record = readPointRecord(job);
+    if (record == nullptr) return IDX_ERROR;
+    setMember(point->setText, record->setText);
     setMember(point->name, name);
-    setMember(point->firstNote, record.firstNote);
-    setMember(point->longText, record.longText);
-    point->real4 = record.real4;
-    point->integer1 = record.integer1;
-    point->real1 = record.reals[0];
-    point->real2 = record.reals[1];
-    point->real3 = record.reals[2];
-    point->number1 = record.numbers[0];
-    point->integer7 = record.integers2To7[5];
-    setMember(point->text1, record.texts[0]);
-    setMember(point->text2, record.texts[1]);
-    setMember(point->text3, record.texts[2]);
-    setMember(point->text4, record.texts[3]);
+    setMember(point->firstNote, record->firstNote);
+    setMember(point->longText, record->longText);
+    point->real4 = record->real4;
+    point->integer1 = record->integer1;
+    point->real1 = record->reals[0];
+    point->real2 = record->reals[1];
+    point->real3 = record->reals[2];
+    point->number1 = record->numbers[0];
+    point->integer7 = record->integers2To7[5];
+    setMember(point->text1, record->texts[0]);
+    setMember(point->text2, record->texts[1]);
+    setMember(point->text3, record->texts[2]);
+    setMember(point->text4, record->texts[3]);
 
     char feature[FEATURE_ROOM];
     if (findPointFeature(job, point->name) == SURVEY_OK &&

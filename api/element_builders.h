@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Fill a structure whose bytes are all zero from the record of the name. Each returns IDX_OK, or
 // IDX_ERROR when the record cannot be found or read; the structure is then not to be used.
@@ -28,8 +29,8 @@ SurveyChainElement* buildSurveyChain(RecordFile* job, const Reached& reached);
 // Frees an element of the kind with everything it points to; null does nothing.
 void releaseElement(uint32_t kind, void* element);
 
-// Sets a character member: cut to its width, terminated, the rest zero.
+// Sets a character member whose bytes are zero: cut to its width, terminated.
 template <size_t WIDTH> void setMember(char (&member)[WIDTH], const char* text)
 {
-    copyText(member, WIDTH, text);
+    std::memcpy(member, text, strnlen(text, WIDTH - 1));
 }

@@ -313,7 +313,7 @@ static void unpackedCurves(benchmark::State& state)
         bool done = true;
         Clock::time_point start = Clock::now();
         for (int step = 0; step < SHORT_STEPS; ++step) {
-            done = unpackRecord(image, cogoState.curveLayout, &typeByte, length) == IX_OK && done;
+            done = unpackRecord(image, &cogoState.curvePlan, &typeByte, length) == IX_OK && done;
         }
         countIteration(state, &timing, secondsSince(start), done);
     }

@@ -31,6 +31,14 @@ struct CogoState {
     LayoutEntry extensionLayout[EXTENSION_FIELDS + 1];
     LayoutEntry versionLayout[VERSION_FIELDS + 1];
     LayoutEntry profileDataLayout[PROFILE_DATA_FIELDS + 1];
+    LayoutPlan chainPlan;
+    LayoutPlan olderChainPlan;
+    LayoutPlan curvePlan;
+    LayoutPlan linePlan;
+    LayoutPlan spiralPlan;
+    LayoutPlan extensionPlan;
+    LayoutPlan versionPlan;
+    LayoutPlan profileDataPlan;
 
     // Variables of the layouts: each holds the record read or stored last through its layout.
     // Their name members are no fields.

@@ -12,7 +12,7 @@
 
 int readExtension(RecordFile* job, ExtensionResult* result)
 {
-    if (readRecordAtKey(job, cogoState.extensionLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
+    if (readRecordAtKey(job, &cogoState.extensionPlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.extension;
     copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     return COGO_OK;
@@ -89,7 +89,7 @@ static int32_t highestElementNumber(RecordFile* job)
     int result = recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_AT_OR_AFTER);
     while (result == IX_OK || result == IX_GREATER_KEY) {
         if (kindOfTag(componentsAtPosition(job).recordTag) != KIND_EXTENSION) break;
-        if (readRecordAtKey(job, cogoState.extensionLayout, KEY_FIELD) == IX_OK) {
+        if (readRecordAtKey(job, &cogoState.extensionPlan, KEY_FIELD) == IX_OK) {
             highest = std::max(highest, cogoState.extension.elementNumber);
         }
         result = recordStep(job, RECORD_KEY_INDEX, STEP_NEXT);
@@ -117,7 +117,7 @@ static int32_t countUp(RecordFile* job)
     int found = findByKey(job, &parts);
     if (found == IX_NOT_FOUND) return addVersionCounter(job, &key);
     if (found != IX_OK) return 0;
-    if (readRecordAtKey(job, cogoState.versionLayout, KEY_FIELD) == IX_OK) {
+    if (readRecordAtKey(job, &cogoState.versionPlan, KEY_FIELD) == IX_OK) {
         return advanceVersionCounter(job, cogoState.versionCounter);
     }
     return fileOf(job)->trouble ? 0 : rebuildVersionCounter(job, &parts);

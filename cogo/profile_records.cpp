@@ -57,7 +57,7 @@ static int takeDataRecord(RecordFile* job, ProfileResult* profile)
 {
     LayoutEntry* block = &cogoState.profileDataLayout[PROFILE_BLOCK_FIELD];
     block->length = defaultBlockLength(job);
-    if (readRecordAtKey(job, cogoState.profileDataLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
+    if (readRecordAtKey(job, &cogoState.profileDataPlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     ProfileEntry entries[MAX_PROFILE_ENTRIES];
     int count = decodeProfileEntries(cogoState.pointBlock, block->length, entries);
     int built = buildSegments(profile, &cogoState.profilePoint, entries, count);

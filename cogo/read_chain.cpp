@@ -36,7 +36,7 @@ static int rewriteOlderChain(RecordFile* job)
 // CHAIN_UNREADABLE.
 static int loadOlderChain(RecordFile* job)
 {
-    if (readRecordAtKey(job, cogoState.olderChainLayout, KEY_FIELD) != IX_OK) {
+    if (readRecordAtKey(job, &cogoState.olderChainPlan, KEY_FIELD) != IX_OK) {
         return CHAIN_UNREADABLE;
     }
     setRecordKey(keyAtPosition(job, RECORD_KEY_INDEX));
@@ -50,7 +50,7 @@ static int reloadOlderChain(RecordFile* job)
     RecordKey key;
     copyText(key.text, sizeof key.text, keyAtPosition(job, RECORD_KEY_INDEX));
     if (recordFind(job, RECORD_KEY_INDEX, key.text, MATCH_EXACT) != IX_OK) return CHAIN_UNREADABLE;
-    int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
+    int code = readRecordAtKey(job, &cogoState.chainPlan, KEY_FIELD);
     if (code == IX_OK) return CHAIN_CURRENT;
     return code == IX_OTHER_LAYOUT ? loadOlderChain(job) : CHAIN_UNREADABLE;
 }
@@ -59,7 +59,7 @@ static int reloadOlderChain(RecordFile* job)
 // layout is rewritten. Returns CHAIN_...
 static int loadChainRecord(RecordFile* job)
 {
-    int code = readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD);
+    int code = readRecordAtKey(job, &cogoState.chainPlan, KEY_FIELD);
     if (code == IX_OK) return CHAIN_CURRENT;
     if (code != IX_OTHER_LAYOUT) return CHAIN_UNREADABLE;
 
@@ -78,7 +78,7 @@ static int appendContinuations(RecordFile* job, const char* chainName, ChainResu
             if (lookupFailed(job)) return COGO_FAILED;
             continue;
         }
-        if (readRecordAtKey(job, cogoState.chainLayout, KEY_FIELD) != IX_OK) continue;
+        if (readRecordAtKey(job, &cogoState.chainPlan, KEY_FIELD) != IX_OK) continue;
         copyText(result->description + length, sizeof result->description - length,
                  cogoState.chain.description);
         length += std::strlen(result->description + length);

@@ -33,7 +33,7 @@ static double normalizedAngle(double angle)
 
 int readCurve(RecordFile* job, CurveResult* result)
 {
-    if (readRecordAtKey(job, cogoState.curveLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
+    if (readRecordAtKey(job, &cogoState.curvePlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.curve;
     copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     result->values[CURVE_ANGLE] = normalizedAngle(result->values[CURVE_ANGLE]);
@@ -60,7 +60,7 @@ static double signedSpiralValue(const double* values)
 
 int readSpiral(RecordFile* job, SpiralResult* result)
 {
-    if (readRecordAtKey(job, cogoState.spiralLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
+    if (readRecordAtKey(job, &cogoState.spiralPlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.spiral;
     copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
     result->values[SPIRAL_SIGNED] = signedSpiralValue(result->values);
@@ -95,7 +95,7 @@ static void extendLine(LineResult* line, const ExtensionResult* extension)
 
 int readLine(RecordFile* job, LineResult* result)
 {
-    if (readRecordAtKey(job, cogoState.lineLayout, KEY_FIELD) != IX_OK) return COGO_FAILED;
+    if (readRecordAtKey(job, &cogoState.linePlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     LineResult line = cogoState.line;
     KeyComponents key = componentsAtPosition(job);
     copyText(line.name, sizeof line.name, key.elementName);

@@ -3,8 +3,6 @@
 #include "cogo/cogo_state.h"
 #include "cogo/keys.h"
 
-#include <iterator>
-
 // Rows: field, type, key flag, duplicates flag, index, length, count, variable. The text widths
 // are those of the file; each variable has room for them. Start-up enters the record key, which
 // all layouts share.
@@ -138,20 +136,22 @@ static_assert(CHAIN_ROWS[CHAIN_DESCRIPTION_FIELD].value == cogoState.chain.descr
 static_assert(EXTENSION_ROWS[4].length <= SECONDARY_CODE_ROOM);
 static_assert(EXTENSION_ROWS[5].length <= EXTENSION_NOTE_ROOM);
 
-static void buildKeyedLayout(LayoutEntry* layout, const LayoutRow* rows, int rowCount)
+template <int ROWS>
+static LayoutPlan buildKeyedLayout(LayoutEntry* layout, const LayoutRow (&rows)[ROWS])
 {
-    buildLayout(layout, rows, rowCount);
+    buildLayout(layout, rows, ROWS);
     layout[KEY_FIELD].value = recordKeyBuffer();
+    return planLayout(layout);
 }
 
 void buildCogoLayouts()
 {
-    buildKeyedLayout(cogoState.chainLayout, CHAIN_ROWS, std::ssize(CHAIN_ROWS));
-    buildKeyedLayout(cogoState.olderChainLayout, OLDER_CHAIN_ROWS, std::ssize(OLDER_CHAIN_ROWS));
-    buildKeyedLayout(cogoState.curveLayout, CURVE_ROWS, std::ssize(CURVE_ROWS));
-    buildKeyedLayout(cogoState.lineLayout, LINE_ROWS, std::ssize(LINE_ROWS));
-    buildKeyedLayout(cogoState.spiralLayout, SPIRAL_ROWS, std::ssize(SPIRAL_ROWS));
-    buildKeyedLayout(cogoState.extensionLayout, EXTENSION_ROWS, std::ssize(EXTENSION_ROWS));
-    buildKeyedLayout(cogoState.versionLayout, VERSION_ROWS, std::ssize(VERSION_ROWS));
-    buildKeyedLayout(cogoState.profileDataLayout, PROFILE_DATA_ROWS, std::ssize(PROFILE_DATA_ROWS));
+    cogoState.chainPlan = buildKeyedLayout(cogoState.chainLayout, CHAIN_ROWS);
+    cogoState.olderChainPlan = buildKeyedLayout(cogoState.olderChainLayout, OLDER_CHAIN_ROWS);
+    cogoState.curvePlan = buildKeyedLayout(cogoState.curveLayout, CURVE_ROWS);
+    cogoState.linePlan = buildKeyedLayout(cogoState.lineLayout, LINE_ROWS);
+    cogoState.spiralPlan = buildKeyedLayout(cogoState.spiralLayout, SPIRAL_ROWS);
+    cogoState.extensionPlan = buildKeyedLayout(cogoState.extensionLayout, EXTENSION_ROWS);
+    cogoState.versionPlan = buildKeyedLayout(cogoState.versionLayout, VERSION_ROWS);
+    cogoState.profileDataPlan = buildKeyedLayout(cogoState.profileDataLayout, PROFILE_DATA_ROWS);
 }

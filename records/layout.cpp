@@ -119,3 +119,10 @@ int16_t layoutSignature(const LayoutEntry* layout)
     }
     return static_cast<int16_t>(sum);
 }
+
+LayoutPlan planLayout(LayoutEntry* layout)
+{
+    int checked = checkLayoutForRead(layout);
+    return {layout, layoutFieldCount(layout), layoutSignature(layout),
+            static_cast<int16_t>(checked)};
+}

@@ -73,6 +73,17 @@ int layoutFieldCount(const LayoutEntry* layout);
 int checkLayoutForWrite(const LayoutEntry* layout);
 int checkLayoutForRead(const LayoutEntry* layout);
 
+// What reading through a layout asks about it each time, found out once. Good as long as types,
+// flags and index numbers stay as they are.
+struct LayoutPlan {
+    LayoutEntry* layout;
+    int32_t fields;
+    int16_t signature;
+    int16_t checked; // checkLayoutForRead's answer
+};
+
+LayoutPlan planLayout(LayoutEntry* layout);
+
 // Identifies the layout with which an image was written. Only the last four
 // entries reach it, so different layouts may share one.
 int16_t layoutSignature(const LayoutEntry* layout);

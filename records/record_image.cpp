@@ -209,15 +209,15 @@ struct ImageItems {
     ImageWalk rest;
 };
 
-// checkImage, which keeps what it comes by.
-static int checkItems(const uint8_t* image, const LayoutEntry* layout, int length,
-                      ImageItems* found)
+// checkImage by a walk that has not begun, which keeps what it comes by.
+static int checkItems(ImageWalk walk, int16_t signature, ImageItems* found)
 {
+    const uint8_t* image = walk.image;
+    int length = walk.length;
     if (length < IMAGE_MIN_SIZE) return IX_DAMAGED_IMAGE;
-    if (loadInt16(image + IMAGE_SIGNATURE) != layoutSignature(layout)) return IX_OTHER_LAYOUT;
+    if (loadInt16(image + IMAGE_SIGNATURE) != signature) return IX_OTHER_LAYOUT;
     if (loadInt16(image + IMAGE_CHECKSUM) != imageChecksum(image, length)) return IX_DAMAGED_IMAGE;
 
-    ImageWalk walk = startImageWalk(image, layout, length);
     found->kept = 0;
     while (found->kept < KEPT_ITEMS && nextImageItem(&walk, &found->items[found->kept])) {
         ++found->kept;
@@ -232,7 +232,7 @@ static int checkItems(const uint8_t* image, const LayoutEntry* layout, int lengt
 int checkImage(const uint8_t* image, const LayoutEntry* layout, int length)
 {
     ImageItems found;
-    return checkItems(image, layout, length, &found);
+    return checkItems(startImageWalk(image, layout, length), layoutSignature(layout), &found);
 }
 
 int clearFields(LayoutEntry* layout)
@@ -266,10 +266,12 @@ static void storeItem(LayoutEntry* entry, const ImageItem* item)
     }
 }
 
-int unpackRecord(const uint8_t* image, LayoutEntry* layout, uint8_t* typeByte, int length)
+int unpackRecord(const uint8_t* image, const LayoutPlan* plan, uint8_t* typeByte, int length)
 {
+    LayoutEntry* layout = plan->layout;
     ImageItems found;
-    int result = checkItems(image, layout, length, &found);
+    int result = checkItems({image, layout, length, plan->fields, IMAGE_ITEMS, false},
+                            plan->signature, &found);
     if (result != IX_OK) return result;
 
     clearFields(layout);

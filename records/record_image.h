@@ -48,7 +48,7 @@ int packRecord(uint8_t* buffer, const LayoutEntry* layout, uint8_t typeByte, int
 
 // Checks the whole image, then fills the layout's variables and *typeByte. 0,
 // IX_OTHER_LAYOUT or IX_DAMAGED_IMAGE, nothing changed then.
-int unpackRecord(const uint8_t* image, LayoutEntry* layout, uint8_t* typeByte, int length);
+int unpackRecord(const uint8_t* image, const LayoutPlan* plan, uint8_t* typeByte, int length);
 
 // 0 when signature, checksum and every item of the image are sound for the layout.
 int checkImage(const uint8_t* image, const LayoutEntry* layout, int length);

@@ -113,7 +113,7 @@ static int releaseOtherRecord(RecordFile* job)
 }
 
 // Reads the current record's image and unpacks it.
-static int readImage(RecordFile* job, LayoutEntry* layout)
+static int readImage(RecordFile* job, const LayoutPlan* plan)
 {
     if (job->currentRecordNumber == NO_RECORD) return IX_NO_CURRENT;
     uint32_t room = static_cast<uint32_t>(job->recordBufferSize);
@@ -125,30 +125,35 @@ static int readImage(RecordFile* job, LayoutEntry* layout)
     // the buffer as it was, is no image.
     uint32_t length = job->tree.found.recordLength;
     if (length > room || length < IMAGE_MIN_SIZE) return IX_DAMAGED_IMAGE;
-    return unpackRecord(job->recordBuffer, layout, &job->recordTypeByte, static_cast<int>(length));
+    return unpackRecord(job->recordBuffer, plan, &job->recordTypeByte, static_cast<int>(length));
 }
 
-int recordReadCurrent(RecordFile* job, LayoutEntry* layout)
+static int readCurrent(RecordFile* job, const LayoutPlan* plan)
 {
     IndexFile* tree = &job->tree;
     if (!contextIsOpen(tree)) return IX_NOT_OPEN;
-    int checked = checkLayoutForRead(layout);
-    if (checked != IX_OK) return withStatus(tree, checked);
+    if (plan->checked != IX_OK) return withStatus(tree, plan->checked);
     // Letting go of a lock writes, which an outermost read would forbid.
     bool updating = !isExclusive(&tree->file) && holdsOtherRecord(job) && tree->internalCall == 0;
     int begun = updating ? ixBeginUpdate(&tree->file) : ixBeginRead(&tree->file);
     if (begun != IX_OK) return withStatus(tree, IX_FILE_LOCK);
 
     int result = releaseOtherRecord(job);
-    if (result == IX_OK) result = readImage(job, layout);
+    if (result == IX_OK) result = readImage(job, plan);
     return withStatus(tree, resultOf(endMove(tree, updating), result));
 }
 
-int readRecordAtKey(RecordFile* job, LayoutEntry* layout, int keyField)
+int recordReadCurrent(RecordFile* job, LayoutEntry* layout)
 {
-    const int result = recordReadCurrent(job, layout);
+    const LayoutPlan plan = planLayout(layout);
+    return readCurrent(job, &plan);
+}
+
+int readRecordAtKey(RecordFile* job, const LayoutPlan* plan, int keyField)
+{
+    const int result = readCurrent(job, plan);
     if (result != IX_OK) return result;
-    const LayoutEntry& field = layout[keyField];
+    const LayoutEntry& field = plan->layout[keyField];
     const int index = field.indexNumber;
     if (job->tree.positions[index].number != job->currentRecordNumber) return IX_OK;
     const char* value = static_cast<const char*>(field.value);

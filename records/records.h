@@ -50,7 +50,7 @@ int recordReadCurrent(RecordFile* job, LayoutEntry* layout);
 // The same, and IX_DAMAGED_IMAGE when the record was reached through the index that the key
 // field feeds, but lies under another key: its number has passed to another record, whose
 // layout may share the signature.
-int readRecordAtKey(RecordFile* job, LayoutEntry* layout, int keyField);
+int readRecordAtKey(RecordFile* job, const LayoutPlan* plan, int keyField);
 
 // -- Changing (record_update.cpp) --------------------------------------------
 

@@ -26,7 +26,7 @@ static void fillFeature(char* feature)
 static int readFeatureOfKind(RecordFile* job, char* feature, int kind)
 {
     constexpr int KEY_FIELD = 0;
-    int result = readThroughLayout(job, surveyState.featureLayout, KEY_FIELD);
+    int result = readThroughLayout(job, &surveyState.featurePlan, KEY_FIELD);
     if (result != SURVEY_OK) return result;
     fillFeature(feature);
     return job->recordTypeByte == kind ? SURVEY_OK : SURVEY_FAILED;

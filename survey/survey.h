@@ -2,8 +2,8 @@
 // selections that can restrict it, and feature texts.
 //
 // Boundary of survey/, for cogo/ and api/. Its state, in survey_state.h, is process-wide: the
-// selections, and the layouts with the variables that every read fills. Records are copied to
-// the caller, and nothing is allocated.
+// selections, and the layouts with the variables that every read fills. Records but points are
+// copied to the caller, and nothing is allocated.
 #pragma once
 
 #include "records/records.h"
@@ -98,9 +98,11 @@ int stepSurveyIndex(RecordFile* job, int index, int step);
 int firstInIndex(RecordFile* job, int index);
 int nextInIndex(RecordFile* job, int index);
 
+// Reads the current record, which then stands in the variables of its layout until the next point
+// is read. Null when it cannot be read.
+const PointRecord* readPointRecord(RecordFile* job);
 // Read the current record. Each returns SURVEY_OK, or a failure with *record as it was: for a
 // point list SURVEY_RECORD_..., for the others SURVEY_FAILED.
-int readPointRecord(RecordFile* job, PointRecord* record);
 int readSurveyChainRecord(RecordFile* job, SurveyChainRecord* record);
 int readChainPointList(RecordFile* job, PointListRecord* record);
 

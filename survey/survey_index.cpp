@@ -75,7 +75,7 @@ static int32_t numberOfText(const char* text)
     return static_cast<int32_t>(number);
 }
 
-// Completes the code text of the caller's copy when it is marked as going on in the long text.
+// Completes the code text when it is marked as going on in the long text.
 static void joinCodeText(PointRecord* record)
 {
     char* code = record->codeText;
@@ -85,24 +85,24 @@ static void joinCodeText(PointRecord* record)
              goesOn ? record->longText + JOINED_CODE_TAIL : "");
 }
 
-int readPointRecord(RecordFile* job, PointRecord* record)
+const PointRecord* readPointRecord(RecordFile* job)
 {
     constexpr int NAME_FIELD = 1;
-    int result = readThroughLayout(job, surveyState.pointLayout, NAME_FIELD);
-    if (result != SURVEY_OK) return SURVEY_FAILED;
-    removeBlanks(surveyState.point.name);
-    *record = surveyState.point;
+    int result = readThroughLayout(job, &surveyState.pointPlan, NAME_FIELD);
+    if (result != SURVEY_OK) return nullptr;
+    PointRecord* record = &surveyState.point;
+    removeBlanks(record->name);
     joinCodeText(record);
     for (int i = 0; i < 3; ++i) {
         record->numbers[i] = numberOfText(surveyState.numberTexts[i]);
     }
-    return SURVEY_OK;
+    return record;
 }
 
 int readSurveyChainRecord(RecordFile* job, SurveyChainRecord* record)
 {
     constexpr int NAME_FIELD = 1;
-    int result = readThroughLayout(job, surveyState.surveyChainLayout, NAME_FIELD);
+    int result = readThroughLayout(job, &surveyState.surveyChainPlan, NAME_FIELD);
     if (result != SURVEY_OK) return SURVEY_FAILED;
     *record = surveyState.surveyChain;
     for (int i = 0; i < 2; ++i) {
@@ -114,7 +114,7 @@ int readSurveyChainRecord(RecordFile* job, SurveyChainRecord* record)
 int readChainPointList(RecordFile* job, PointListRecord* record)
 {
     constexpr int NAME_FIELD = 0;
-    int result = readThroughLayout(job, surveyState.pointListLayout, NAME_FIELD);
+    int result = readThroughLayout(job, &surveyState.pointListPlan, NAME_FIELD);
     if (result == SURVEY_OK) *record = surveyState.pointList;
     return result;
 }

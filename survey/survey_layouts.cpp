@@ -78,9 +78,9 @@ static_assert(rowFits(POINT_LIST_ROWS[1], sizeof(PointListRecord::pointList)));
 static_assert(rowFits(FEATURE_ROWS[0], RECORD_KEY_ROOM));
 static_assert(rowFits(FEATURE_ROWS[1], sizeof(SurveyState::featureKey)));
 
-int readThroughLayout(RecordFile* job, LayoutEntry* layout, int keyField)
+int readThroughLayout(RecordFile* job, const LayoutPlan* plan, int keyField)
 {
-    switch (readRecordAtKey(job, layout, keyField)) {
+    switch (readRecordAtKey(job, plan, keyField)) {
     case IX_OK:
         return SURVEY_OK;
     case IX_NOT_FOUND:
@@ -101,4 +101,9 @@ void buildSurveyLayouts()
     buildLayout(surveyState.pointListLayout, POINT_LIST_ROWS, std::ssize(POINT_LIST_ROWS));
     buildLayout(surveyState.featureLayout, FEATURE_ROWS, std::ssize(FEATURE_ROWS));
     surveyState.featureLayout[0].value = recordKeyBuffer();
+
+    surveyState.pointPlan = planLayout(surveyState.pointLayout);
+    surveyState.surveyChainPlan = planLayout(surveyState.surveyChainLayout);
+    surveyState.pointListPlan = planLayout(surveyState.pointListLayout);
+    surveyState.featurePlan = planLayout(surveyState.featureLayout);
 }

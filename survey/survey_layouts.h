@@ -14,4 +14,4 @@ constexpr int FEATURE_CODE_LENGTH = 3;
 constexpr int FEATURE_INDEX = 3;
 
 // readRecordAtKey, with its result as a result of survey/: SURVEY_OK or SURVEY_RECORD_...
-int readThroughLayout(RecordFile* job, LayoutEntry* layout, int keyField);
+int readThroughLayout(RecordFile* job, const LayoutPlan* plan, int keyField);

@@ -22,6 +22,10 @@ struct SurveyState {
     LayoutEntry surveyChainLayout[SURVEY_CHAIN_FIELDS + 1];
     LayoutEntry pointListLayout[POINT_LIST_FIELDS + 1];
     LayoutEntry featureLayout[FEATURE_FIELDS + 1];
+    LayoutPlan pointPlan;
+    LayoutPlan surveyChainPlan;
+    LayoutPlan pointListPlan;
+    LayoutPlan featurePlan;
 
     // Variables of the layouts: each holds the record read last through its layout. Points
     // and survey chains share the number texts.

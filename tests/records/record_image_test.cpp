@@ -27,7 +27,8 @@ struct Record {
     {
         uint8_t typeByte = 0;
         auto image = reinterpret_cast<const uint8_t*>(bytes.data());
-        return unpackRecord(image, layout, &typeByte, static_cast<int>(bytes.size()));
+        const LayoutPlan plan = planLayout(layout);
+        return unpackRecord(image, &plan, &typeByte, static_cast<int>(bytes.size()));
     }
 };
 
@@ -88,7 +89,8 @@ TEST(RecordImage, HoldsFieldsOfEveryType)
     EXPECT_EQ(length, 5 + 6 + 4 + 6 + 6 + 7 + 2);
     read = fields;
     fields = {0, 0, 0, 0, {}};
-    EXPECT_EQ(unpackRecord(image, layout, &typeByte, length), IX_OK);
+    const LayoutPlan plan = planLayout(layout);
+    EXPECT_EQ(unpackRecord(image, &plan, &typeByte, length), IX_OK);
     EXPECT_TRUE(fields.single == read.single && fields.half == read.half);
     EXPECT_TRUE(fields.whole == read.whole && fields.longer == read.longer);
     EXPECT_EQ(std::string(fields.block, 4), std::string("\0\1\0\0", 4));

@@ -18,9 +18,9 @@ static ElementFault damage(const std::string& reason) { return {true, reason}; }
 static ElementFault remark(const std::string& reason) { return {false, reason}; }
 
 // Returns what is wrong with the current record, or an empty text.
-static std::string recordFault(RecordFile* job, LayoutEntry* layout, int keyField)
+static std::string recordFault(RecordFile* job, const LayoutPlan* plan, int keyField)
 {
-    switch (readRecordAtKey(job, layout, keyField)) {
+    switch (readRecordAtKey(job, plan, keyField)) {
     case IX_OK:
         return {};
     case IX_NOT_FOUND:
@@ -36,16 +36,16 @@ static std::string recordFault(RecordFile* job, LayoutEntry* layout, int keyFiel
     }
 }
 
-static std::string cogoFault(RecordFile* job, LayoutEntry* layout)
+static std::string cogoFault(RecordFile* job, const LayoutPlan* plan)
 {
-    return recordFault(job, layout, KEY_FIELD);
+    return recordFault(job, plan, KEY_FIELD);
 }
 
 // Returns what is wrong with an extension record that exists, or an empty text.
 static std::string extensionFault(RecordFile* job, const std::string& name, const char* extends)
 {
     if (findExtension(job, name.c_str(), EXTENSION_MEMBER, extends) == COGO_OK) {
-        return cogoFault(job, cogoState.extensionLayout);
+        return cogoFault(job, &cogoState.extensionPlan);
     }
     return lookupFailed(job) ? " lies behind a damaged page" : "";
 }
@@ -55,15 +55,15 @@ static std::string extensionFault(RecordFile* job, const std::string& name, cons
 static ElementFault faultOfPoint(RecordFile* job, const std::string& name)
 {
     if (findPoint(job, name.c_str()) != SURVEY_OK) return damage(NOT_FOUND);
-    std::string fault = recordFault(job, surveyState.pointLayout, SURVEY_NAME_FIELD);
+    std::string fault = recordFault(job, &surveyState.pointPlan, SURVEY_NAME_FIELD);
     return damage(fault.empty() ? "its feature lies behind a damaged page" : "its record" + fault);
 }
 
 // Curves and spirals, which are one record.
-static ElementFault faultOfRecord(RecordFile* job, int found, LayoutEntry* layout)
+static ElementFault faultOfRecord(RecordFile* job, int found, const LayoutPlan* plan)
 {
     if (found != COGO_OK) return damage(NOT_FOUND);
-    return damage("its record" + cogoFault(job, layout));
+    return damage("its record" + cogoFault(job, plan));
 }
 
 // Of a line with sound records. Its point may be there and unreadable.
@@ -79,14 +79,13 @@ static ElementFault faultOfEndPoint(RecordFile* job, const std::string& point)
 
 static bool isReadable(RecordFile* job, const char* point)
 {
-    PointRecord record;
-    return findPoint(job, point) == SURVEY_OK && readPointRecord(job, &record) == SURVEY_OK;
+    return findPoint(job, point) == SURVEY_OK && readPointRecord(job) != nullptr;
 }
 
 static ElementFault faultOfLine(RecordFile* job, const std::string& name)
 {
     if (findLine(job, name.c_str()) != COGO_OK) return damage(NOT_FOUND);
-    std::string fault = cogoFault(job, cogoState.lineLayout);
+    std::string fault = cogoFault(job, &cogoState.linePlan);
     if (!fault.empty()) return damage("its record" + fault);
     fault = extensionFault(job, name, EXTENDS_LINE);
     if (!fault.empty()) return damage("its extension record" + fault);
@@ -101,8 +100,8 @@ static ElementFault faultOfLine(RecordFile* job, const std::string& name)
 static ElementFault faultOfChain(RecordFile* job, const std::string& name)
 {
     if (findChain(job, name.c_str()) != COGO_OK) return damage(NOT_FOUND);
-    std::string fault = cogoFault(job, cogoState.chainLayout);
-    if (!fault.empty() && cogoFault(job, cogoState.olderChainLayout).empty()) {
+    std::string fault = cogoFault(job, &cogoState.chainPlan);
+    if (!fault.empty() && cogoFault(job, &cogoState.olderChainPlan).empty()) {
         return damage("its record has the older layout and cannot be rewritten");
     }
     if (!fault.empty()) return damage("its record" + fault);
@@ -126,7 +125,7 @@ static ElementFault faultOfProfile(RecordFile* job, const std::string& name)
     int place = 0;
     while (toDataRecord(job, name, place)) {
         ++place;
-        std::string fault = cogoFault(job, cogoState.profileDataLayout);
+        std::string fault = cogoFault(job, &cogoState.profileDataPlan);
         if (fault.empty()) continue;
         return damage("its data record " + std::to_string(place) + fault);
     }
@@ -139,13 +138,13 @@ static ElementFault faultOfProfile(RecordFile* job, const std::string& name)
 static ElementFault faultOfSurveyChain(RecordFile* job, const std::string& name)
 {
     if (findSurveyChain(job, name.c_str()) != SURVEY_OK) return damage(NOT_FOUND);
-    std::string fault = recordFault(job, surveyState.surveyChainLayout, SURVEY_NAME_FIELD);
+    std::string fault = recordFault(job, &surveyState.surveyChainPlan, SURVEY_NAME_FIELD);
     if (!fault.empty()) return damage("its record" + fault);
     if (findChainPointList(job, name.c_str()) != SURVEY_OK) {
         if (lookupFailed(job)) return damage("its point list lies behind a damaged page");
         return remark("it has no point list");
     }
-    fault = recordFault(job, surveyState.pointListLayout, LIST_NAME_FIELD);
+    fault = recordFault(job, &surveyState.pointListPlan, LIST_NAME_FIELD);
     return damage(fault.empty() ? "one of its points lies behind a damaged page"
                                 : "its point list" + fault);
 }
@@ -158,9 +157,9 @@ ElementFault faultOfElement(RecordFile* job, uint32_t kind, const std::string& n
     case ELEMENT_LINE:
         return faultOfLine(job, name);
     case ELEMENT_CURVE:
-        return faultOfRecord(job, findCurve(job, name.c_str()), cogoState.curveLayout);
+        return faultOfRecord(job, findCurve(job, name.c_str()), &cogoState.curvePlan);
     case ELEMENT_SPIRAL:
-        return faultOfRecord(job, findSpiral(job, name.c_str()), cogoState.spiralLayout);
+        return faultOfRecord(job, findSpiral(job, name.c_str()), &cogoState.spiralPlan);
     case ELEMENT_CHAIN:
         return faultOfChain(job, name);
     case ELEMENT_PROFILE:
