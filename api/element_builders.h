@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 // Fill a structure whose bytes are all zero from the record of the name. Each returns IDX_OK, or
 // IDX_ERROR when the record cannot be found or read; the structure is then not to be used.
@@ -32,5 +31,5 @@ void releaseElement(uint32_t kind, void* element);
 // Sets a character member whose bytes are zero: cut to its width, terminated.
 template <size_t WIDTH> void setMember(char (&member)[WIDTH], const char* text)
 {
-    std::memcpy(member, text, strnlen(text, WIDTH - 1));
+    fillText(member, WIDTH, text);
 }

@@ -14,7 +14,7 @@ int readExtension(RecordFile* job, ExtensionResult* result)
 {
     if (readRecordAtKey(job, &cogoState.extensionPlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.extension;
-    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, nameAtPosition(job).text);
     return COGO_OK;
 }
 

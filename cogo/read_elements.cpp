@@ -35,7 +35,7 @@ int readCurve(RecordFile* job, CurveResult* result)
 {
     if (readRecordAtKey(job, &cogoState.curvePlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.curve;
-    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, nameAtPosition(job).text);
     result->values[CURVE_ANGLE] = normalizedAngle(result->values[CURVE_ANGLE]);
     return COGO_OK;
 }
@@ -62,7 +62,7 @@ int readSpiral(RecordFile* job, SpiralResult* result)
 {
     if (readRecordAtKey(job, &cogoState.spiralPlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     *result = cogoState.spiral;
-    copyText(result->name, sizeof result->name, componentsAtPosition(job).elementName);
+    copyText(result->name, sizeof result->name, nameAtPosition(job).text);
     result->values[SPIRAL_SIGNED] = signedSpiralValue(result->values);
     return COGO_OK;
 }
@@ -97,11 +97,11 @@ int readLine(RecordFile* job, LineResult* result)
 {
     if (readRecordAtKey(job, &cogoState.linePlan, KEY_FIELD) != IX_OK) return COGO_FAILED;
     LineResult line = cogoState.line;
-    KeyComponents key = componentsAtPosition(job);
-    copyText(line.name, sizeof line.name, key.elementName);
+    const KeyName name = nameAtPosition(job);
+    copyText(line.name, sizeof line.name, name.text);
 
     ExtensionResult extension;
-    if (readOrCreateLineExtension(job, key.elementName, &extension) != COGO_OK) {
+    if (readOrCreateLineExtension(job, name.text, &extension) != COGO_OK) {
         return COGO_FAILED;
     }
     extendLine(&line, &extension);

@@ -8,7 +8,7 @@ int deliver(IndexFile* tree, const Position* position, const uint8_t* entry, voi
             uint32_t length)
 {
     takeEntry(tree, entry);
-    return readRecordAt(tree, position, data, length);
+    return readRecordAt(tree, position, entry, data, length);
 }
 
 // Delivers what a search has reached, unless that is past the end of the index.

@@ -5,7 +5,7 @@ void takeEntry(IndexFile* tree, const uint8_t* entry)
     int keyLength = entryKeyLength(entry);
     const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
     FoundEntry* found = &tree->found;
-    memcpy(found->bytes, entry + ENTRY_KEY, entry[0]);
+    memcpy(found->key, entryKey(entry), static_cast<size_t>(keyLength) + 1);
     found->number = loadInt32(tail);
     found->segment = tail[4];
     found->dataLength = static_cast<uint32_t>(entrySize(entry) - ENTRY_OVERHEAD - keyLength);
@@ -14,14 +14,8 @@ void takeEntry(IndexFile* tree, const uint8_t* entry)
 void clearFoundEntry(IndexFile* tree)
 {
     FoundEntry* found = &tree->found;
-    memset(found->bytes, 0, sizeof found->bytes);
+    memset(found->key, 0, sizeof found->key);
     found->number = 0;
     found->dataLength = 0;
     found->recordLength = 0;
-}
-
-const uint8_t* foundData(const FoundEntry* found)
-{
-    size_t keyLength = strlen(reinterpret_cast<const char*>(found->bytes));
-    return found->bytes + keyLength + ENTRY_OVERHEAD - 1; // without the length byte
 }

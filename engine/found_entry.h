@@ -3,10 +3,7 @@
 
 #include "engine/index_file.h"
 
-// Copies the entry: its bytes, number, segment and the length of its data.
+// Copies the entry's key, number and segment, and the length of its data.
 void takeEntry(IndexFile* tree, const uint8_t* entry);
 // There is no entry.
 void clearFoundEntry(IndexFile* tree);
-
-// The data in a copy that takeEntry has made and nothing has changed since.
-const uint8_t* foundData(const FoundEntry* found);

@@ -37,14 +37,14 @@ struct Position {
     NotedPlace place;
 };
 
-// What the last operation found: the bytes of the entry from its index byte on, all zero when
-// there is none. After a failure that of the operation before.
+// What the last operation found; number and key are zero when there is none. After a failure that
+// of the operation before.
 struct FoundEntry {
     int32_t number;
     uint8_t segment;
-    uint32_t dataLength;   // bytes delivered
-    uint32_t recordLength; // bytes of the record, all segments together
-    uint8_t bytes[MAX_ENTRY_SIZE];
+    uint32_t dataLength;           // bytes delivered
+    uint32_t recordLength;         // bytes of the record, all segments together
+    char key[1 + KEY_BUFFER_SIZE]; // index byte and key string
 };
 
 // What a search is for. It ends at the leaf to which its key belongs when nothing behind that

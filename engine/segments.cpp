@@ -1,6 +1,5 @@
 #include "engine/segments.h"
 
-#include "engine/found_entry.h"
 #include "engine/steps.h"
 
 // What one record's segments add up to.
@@ -52,7 +51,8 @@ static void gatherFurtherSegments(OpenFile* file, const Position* first, uint8_t
     }
 }
 
-int readRecordAt(IndexFile* tree, const Position* position, void* destination, uint32_t capacity)
+int readRecordAt(IndexFile* tree, const Position* position, const uint8_t* entry, void* destination,
+                 uint32_t capacity)
 {
     FoundEntry* found = &tree->found;
     if (found->dataLength == 0 || capacity == 0) {
@@ -63,7 +63,7 @@ int readRecordAt(IndexFile* tree, const Position* position, void* destination, u
     uint8_t* bytes = static_cast<uint8_t*>(destination);
     Gathered gathered = {};
     gathered.broken = segmentOrdinal(found->segment) != 0; // the first segment is missing
-    addSegment(foundData(found), found->dataLength, bytes, capacity, &gathered);
+    addSegment(entryData(entry), found->dataLength, bytes, capacity, &gathered);
     if (!isLastSegment(found->segment)) {
         gatherFurtherSegments(&tree->file, position, bytes, capacity, &gathered);
     }

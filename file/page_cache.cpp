@@ -254,27 +254,18 @@ static int makeRoom(OpenFile* file)
     return IX_OK;
 }
 
-// Makes the block of the page the one used last: the page's own or else, *found tells, a free
-// one, for which another page may have to be given up. 0 or the error of writing pages to make
-// room.
-static int lookup(OpenFile* file, int pageNumber, bool* found, CacheBlock** target)
+// Makes a free block the one used last; another page may have to be given up for it. 0 or the
+// error of writing pages to make room.
+static int takeFreeBlock(OpenFile* file, CacheBlock** block)
 {
-    CacheBlock* block = findBlock(file->descriptor, pageNumber);
-    *found = block != nullptr;
-    if (*found) {
-        moveToHead(block);
-        *target = block;
-        return IX_OK;
-    }
     if (fileState.cache.freeHead == nullptr) addBlock();
     if (fileState.cache.freeHead == nullptr) {
         int result = makeRoom(file);
         if (result != IX_OK) return result;
     }
-    block = fileState.cache.freeHead;
-    if (block == nullptr) return IX_PAGE_IO;
-    moveToHead(block);
-    *target = block;
+    *block = fileState.cache.freeHead;
+    if (*block == nullptr) return IX_PAGE_IO;
+    moveToHead(*block);
     return IX_OK;
 }
 
@@ -285,19 +276,16 @@ static int readSoundPage(int descriptor, uint8_t* page, int pageNumber, NodeMark
     return nodeIsSound(page, marks) ? IX_OK : IX_DESCENT_FAILED;
 }
 
-// Makes the block of the page the one used last, reading the page if need be. 0, an I/O
-// code, or IX_DESCENT_FAILED for a page that is not sound: the block stays free then.
-static int bringPage(OpenFile* file, int pageNumber)
+// Reads a page that is in no block. 0, an I/O code, or IX_DESCENT_FAILED for a page that is not
+// sound: the block taken for it stays free then.
+static int bringPage(OpenFile* file, int pageNumber, CacheBlock** block)
 {
-    checkHeaderOutsideLock(file);
-    bool found = false;
-    CacheBlock* block = nullptr;
-    int result = lookup(file, pageNumber, &found, &block);
-    if (found || result != IX_OK) return result;
-    result = readSoundPage(file->descriptor, block->page, pageNumber, &block->marks);
+    int result = takeFreeBlock(file, block);
     if (result != IX_OK) return result;
-    bindBlock(block, file->descriptor, pageNumber);
-    block->content = ++fileState.cache.contents;
+    result = readSoundPage(file->descriptor, (*block)->page, pageNumber, &(*block)->marks);
+    if (result != IX_OK) return result;
+    bindBlock(*block, file->descriptor, pageNumber);
+    (*block)->content = ++fileState.cache.contents;
     return IX_OK;
 }
 
@@ -316,9 +304,16 @@ bool lastPageIfContent(NodeView* view, uint64_t content)
 
 int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
 {
-    int result = bringPage(file, pageNumber);
-    if (result == IX_OK) *view = viewOf(fileState.cache.head);
-    return result;
+    checkHeaderOutsideLock(file);
+    CacheBlock* block = findBlock(file->descriptor, pageNumber);
+    if (block != nullptr) {
+        moveToHead(block);
+    } else {
+        int result = bringPage(file, pageNumber, &block);
+        if (result != IX_OK) return result;
+    }
+    *view = viewOf(block);
+    return IX_OK;
 }
 
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber)
@@ -334,11 +329,14 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
 {
     if (!mayWrite(file)) return failWith(IX_PAGE_IO);
     file->pending.headerDirty = true;
-    bool found = false;
-    CacheBlock* block = nullptr;
-    int result = lookup(file, pageNumber, &found, &block);
-    if (result != IX_OK) return result;
-    if (!found) bindBlock(block, file->descriptor, pageNumber);
+    CacheBlock* block = findBlock(file->descriptor, pageNumber);
+    if (block != nullptr) {
+        moveToHead(block);
+    } else {
+        int result = takeFreeBlock(file, &block);
+        if (result != IX_OK) return result;
+        bindBlock(block, file->descriptor, pageNumber);
+    }
     memcpy(block->page, page, NODE_PAGE_SIZE);
     block->marks = markEntries(page);
     block->content = ++fileState.cache.contents;

@@ -11,18 +11,9 @@ constexpr int END_MARK_SIZE = 2;
 // Bytes of a number's value in an image and in memory; 0 for texts and blocks.
 static int numberSize(char type)
 {
-    switch (type) {
-    case TYPE_DOUBLE:
-        return 8;
-    case TYPE_FLOAT:
-    case TYPE_INT:
-    case TYPE_LONG:
-        return 4;
-    case TYPE_SHORT:
-        return 2;
-    default:
-        return 0;
-    }
+    if (type == TYPE_DOUBLE) return 8;
+    if (type == TYPE_LONG || type == TYPE_INT || type == TYPE_FLOAT) return 4;
+    return type == TYPE_SHORT ? 2 : 0;
 }
 
 int16_t imageChecksum(const uint8_t* image, int length)
@@ -95,7 +86,7 @@ static void readNumber(void* value, const uint8_t* bytes, int size)
     } else if (size == 4) {
         uint32_t number = loadUint32(bytes);
         memcpy(value, &number, sizeof number);
-    } else {
+    } else if (size == 2) {
         int16_t number = static_cast<int16_t>(loadInt16(bytes));
         memcpy(value, &number, sizeof number);
     }
@@ -181,7 +172,7 @@ ImageWalk startImageWalk(const uint8_t* image, const LayoutEntry* layout, int le
     return {image, layout, length, layoutFieldCount(layout), IMAGE_ITEMS, false};
 }
 
-bool nextImageItem(ImageWalk* walk, ImageItem* item)
+static inline bool takeItem(ImageWalk* walk, ImageItem* item)
 {
     const uint8_t* at = walk->image + walk->offset;
     const uint8_t* end = walk->image + walk->length;
@@ -199,6 +190,8 @@ bool nextImageItem(ImageWalk* walk, ImageItem* item)
     walk->offset = static_cast<int>(item->value - walk->image) + item->length + zero;
     return true;
 }
+
+bool nextImageItem(ImageWalk* walk, ImageItem* item) { return takeItem(walk, item); }
 
 // The first items of an image, and the walk that leads to the others.
 constexpr int KEPT_ITEMS = 64; // more than any record has
@@ -219,7 +212,7 @@ static int checkItems(ImageWalk walk, int16_t signature, ImageItems* found)
     if (loadInt16(image + IMAGE_CHECKSUM) != imageChecksum(image, length)) return IX_DAMAGED_IMAGE;
 
     found->kept = 0;
-    while (found->kept < KEPT_ITEMS && nextImageItem(&walk, &found->items[found->kept])) {
+    while (found->kept < KEPT_ITEMS && takeItem(&walk, &found->items[found->kept])) {
         ++found->kept;
     }
     found->rest = walk;
@@ -237,13 +230,14 @@ int checkImage(const uint8_t* image, const LayoutEntry* layout, int length)
 
 int clearFields(LayoutEntry* layout)
 {
+    constexpr uint8_t ZERO[8] = {};
     int field = 0;
     for (; layout[field].type != TYPE_END; ++field) {
         LayoutEntry* entry = &layout[field];
         if (entry->type == TYPE_TEXT) {
             *static_cast<char*>(entry->value) = 0;
-        } else {
-            memset(entry->value, 0, static_cast<size_t>(numberSize(entry->type)));
+        } else if (entry->type != TYPE_BLOCK) {
+            readNumber(entry->value, ZERO, numberSize(entry->type));
         }
     }
     return field;

@@ -57,10 +57,10 @@ KeyComponents keyComponents(const char* tag, const char* name, const char* quali
                             const char* qualifierC)
 {
     KeyComponents parts = {};
-    copyText(parts.recordTag, sizeof parts.recordTag, tag);
-    copyText(parts.elementName, sizeof parts.elementName, name);
-    copyText(parts.qualifierA, sizeof parts.qualifierA, qualifierA);
-    copyText(parts.qualifierC, sizeof parts.qualifierC, qualifierC);
+    fillText(parts.recordTag, sizeof parts.recordTag, tag);
+    fillText(parts.elementName, sizeof parts.elementName, name);
+    fillText(parts.qualifierA, sizeof parts.qualifierA, qualifierA);
+    fillText(parts.qualifierC, sizeof parts.qualifierC, qualifierC);
     return parts;
 }
 
@@ -82,29 +82,43 @@ RecordKey buildKey(const KeyComponents* parts)
     return key;
 }
 
-// Takes the field at the position of a key, of which nothing is there when it ends before.
-template <size_t ROOM> static void takeField(char (&part)[ROOM], const char* key, size_t position)
+// Takes the field at the position of a key, of which nothing is there when it ends before. Expects
+// a part whose bytes are zero.
+template <size_t ROOM>
+static void takeField(char (&part)[ROOM], const char* key, size_t keyLength, size_t position)
 {
-    copyText(part, ROOM, std::strlen(key) > position ? key + position : "");
+    if (keyLength <= position) return;
+    fillText(part, ROOM, key + position);
     trimEnd(part);
 }
 
 KeyComponents splitKey(const char* key)
 {
     KeyComponents parts = {};
-    takeField(parts.recordTag, key, KEY_TAG);
-    takeField(parts.elementName, key, KEY_NAME);
-    takeField(parts.qualifierA, key, KEY_QUALIFIER_A);
-    takeField(parts.qualifierB, key, KEY_QUALIFIER_B);
-    takeField(parts.qualifierC, key, KEY_QUALIFIER_C);
+    const size_t length = std::strlen(key);
+    takeField(parts.recordTag, key, length, KEY_TAG);
+    takeField(parts.elementName, key, length, KEY_NAME);
+    takeField(parts.qualifierA, key, length, KEY_QUALIFIER_A);
+    takeField(parts.qualifierB, key, length, KEY_QUALIFIER_B);
+    takeField(parts.qualifierC, key, length, KEY_QUALIFIER_C);
     return parts;
 }
 
 KeyComponents componentsAtPosition(const RecordFile* job)
 {
-    char key[RECORD_KEY_ROOM];
-    copyText(key, sizeof key, keyAtPosition(job, RECORD_KEY_INDEX));
-    return splitKey(key);
+    return splitKey(keyAtPosition(job, RECORD_KEY_INDEX));
+}
+
+KeyName nameInKey(const char* key)
+{
+    KeyName name = {};
+    takeField(name.text, key, std::strlen(key), KEY_NAME);
+    return name;
+}
+
+KeyName nameAtPosition(const RecordFile* job)
+{
+    return nameInKey(keyAtPosition(job, RECORD_KEY_INDEX));
 }
 
 char* recordKeyBuffer() { return recordsState.recordKey.text; }

@@ -87,6 +87,13 @@ KeyComponents splitKey(const char* key);
 // The components of the key at the position of RECORD_KEY_INDEX.
 KeyComponents componentsAtPosition(const RecordFile* job);
 
+// The element name alone.
+struct KeyName {
+    char text[ELEMENT_NAME_ROOM];
+};
+KeyName nameInKey(const char* key);
+KeyName nameAtPosition(const RecordFile* job);
+
 // The buffer of the record key, RECORD_KEY_ROOM bytes. Layouts name it as the variable of
 // their key field: every read of a COGO record fills it, and a record is stored under it.
 char* recordKeyBuffer();

@@ -57,7 +57,7 @@ int recordFind(RecordFile* job, int index, const char* key, int matchMode)
     result = beginMove(tree, index, &updating);
     if (result != IX_OK) return withStatus(tree, result);
 
-    int found = matchMode == MATCH_EXACT ? ixFindKey(tree, index, key)
+    int found = matchMode == MATCH_EXACT ? ixInnerFind(tree, index, FOR_KEY, key, 0, nullptr, 0)
                                          : ixFind(tree, index, key, 0, nullptr, 0);
     int outcome = applyMatchMode(tree, index, found, matchMode);
     bool reached = outcome == IX_OK || outcome == IX_GREATER_KEY || outcome == IX_BEFORE;

@@ -18,7 +18,7 @@ static void fillFeature(char* feature)
     const char* key = surveyState.featureKey;
     bool hasText = std::strlen(key) > FEATURE_CODE_LENGTH;
     // The first byte of the text may be where a name of full length would end.
-    copyText(feature, FEATURE_TEXT + 1, splitKey(recordKeyBuffer()).elementName);
+    copyText(feature, FEATURE_TEXT + 1, nameInKey(recordKeyBuffer()).text);
     copyText(feature + FEATURE_TEXT, FEATURE_ROOM - FEATURE_TEXT,
              hasText ? key + FEATURE_CODE_LENGTH : "");
 }

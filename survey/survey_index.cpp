@@ -62,7 +62,9 @@ int nextInIndex(RecordFile* job, int index) { return stepSurveyIndex(job, index,
 // sign: 0 when there are no digits, the nearest 32-bit integer when there are too many.
 static int32_t numberOfText(const char* text)
 {
-    text += std::strspn(text, " ");
+    while (*text == ' ') {
+        ++text;
+    }
     bool negative = *text == '-';
     if (*text == '-' || *text == '+') ++text;
     int64_t number = 0;

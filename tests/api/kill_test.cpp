@@ -186,7 +186,7 @@ void workOnEverything(const std::string& path)
         for (; result >= IX_OK || result == IX_BROKEN_RECORD;
              result = ixNext(tree, index, data.data(), RECORD_LIMIT)) {
             if (result == IX_BROKEN_RECORD) continue;
-            std::string key = reinterpret_cast<const char*>(tree->found.bytes) + 1;
+            std::string key = tree->found.key + 1;
             int32_t number = tree->found.number;
             uint32_t length = tree->found.dataLength;
             EXPECT_EQ(ixDelete(tree, index, key.c_str(), number), IX_OK);

@@ -6,10 +6,7 @@
 #include <string>
 
 // The key string of the entry that the last operation found.
-inline std::string foundKey(const IndexFile& tree)
-{
-    return reinterpret_cast<const char*>(tree.found.bytes) + 1;
-}
+inline std::string foundKey(const IndexFile& tree) { return tree.found.key + 1; }
 
 // No bracket is open and nothing is held.
 inline bool isIdle(const IndexFile& tree)
