@@ -51,20 +51,22 @@ static SegmentBlock* blockWithRoom(ProfileResult* profile)
 {
     SegmentBlock* last = profile->lastBlock;
     if (last != nullptr && last->used < SEGMENTS_PER_BLOCK) return last;
-    auto block = static_cast<SegmentBlock*>(allocateZeroed(1, sizeof(SegmentBlock)));
+    auto block = static_cast<SegmentBlock*>(allocate(sizeof(SegmentBlock)));
     if (block == nullptr) return nullptr;
     block->former = last;
+    block->used = 0;
     profile->lastBlock = block;
     return block;
 }
 
-// A new last segment of the kind, its payload zero; null when there is no memory.
+// A new last segment of the kind, its payload not set; null when there is no memory.
 static ProfileSegment* appendSegment(ProfileResult* profile, int32_t kind)
 {
     SegmentBlock* block = blockWithRoom(profile);
     if (block == nullptr) return nullptr;
     ProfileSegment* segment = &block->segments[block->used++];
     segment->kind = kind;
+    segment->next = nullptr;
     segment->previous = profile->lastSegment;
     if (segment->previous != nullptr) {
         segment->previous->next = segment;

@@ -5,6 +5,8 @@
 
 void* allocateZeroed(size_t count, size_t size) { return std::calloc(count, size); }
 
+void* allocate(size_t size) { return std::malloc(size); }
+
 void* reallocate(void* block, size_t oldSize, size_t newSize)
 {
     void* grown = std::realloc(block, newSize);

@@ -8,6 +8,9 @@
 // A large block costs no memory before it is written to.
 void* allocateZeroed(size_t count, size_t size);
 
+// A block of so many bytes, whatever they are, or null when there is no room.
+void* allocate(size_t size);
+
 // The block with room for newSize bytes: its oldSize bytes are kept, the new ones
 // are zero. Null when there is no room; the block then stays as it was.
 void* reallocate(void* block, size_t oldSize, size_t newSize);

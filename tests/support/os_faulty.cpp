@@ -16,6 +16,7 @@ decltype(osMilliseconds) realOsMilliseconds;
 decltype(osQuietTime) realOsQuietTime;
 decltype(osGiveWay) realOsGiveWay;
 decltype(allocateZeroed) realAllocateZeroed;
+decltype(allocate) realAllocate;
 decltype(reallocate) realReallocate;
 decltype(release) realRelease;
 
@@ -82,12 +83,22 @@ void osGiveWay()
     realOsGiveWay();
 }
 
+static void* noteBlock(void* block, size_t size)
+{
+    liveBlocks += block != nullptr ? 1 : 0;
+    blockSizes[block] = size;
+    return block;
+}
+
 void* allocateZeroed(size_t count, size_t size)
 {
-    void* block = fails(OS_CALL_ALLOCATE) ? nullptr : realAllocateZeroed(count, size);
-    liveBlocks += block != nullptr ? 1 : 0;
-    blockSizes[block] = count * size;
-    return block;
+    bool failed = fails(OS_CALL_ALLOCATE);
+    return noteBlock(failed ? nullptr : realAllocateZeroed(count, size), count * size);
+}
+
+void* allocate(size_t size)
+{
+    return noteBlock(fails(OS_CALL_ALLOCATE) ? nullptr : realAllocate(size), size);
 }
 
 void* reallocate(void* block, size_t oldSize, size_t newSize)

@@ -12,5 +12,6 @@
 #define osGiveWay realOsGiveWay
 #define osQuietTime realOsQuietTime
 #define allocateZeroed realAllocateZeroed
+#define allocate realAllocate
 #define reallocate realReallocate
 #define release realRelease
