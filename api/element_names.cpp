@@ -22,19 +22,24 @@ static const char* nameOf(RecordFile* job, uint32_t kind, const Reached& reached
     return readSurveyChainRecord(job, record) == SURVEY_OK ? record->name : nullptr;
 }
 
-// Appends the name of an element and counts it. Names are short and have just been written, so
-// copying them character by character is faster than in blocks. Returns IDX_OK, or IDX_ERROR
-// when there is no name or no memory for it.
+// Makes room for a name and puts the separator before it. Returns where it is to be written, or
+// null when there is no memory.
+static char* beginName(uint32_t count, TextBlock* list)
+{
+    if (reserveText(list, NAME_LIMIT + 1) != IDX_OK) return nullptr;
+    if (count != 0) list->text[list->length++] = SEPARATOR;
+    return list->text + list->length;
+}
+
+// Appends the name of an element and counts it. Returns IDX_OK, or IDX_ERROR when there is no name
+// or no memory for it.
 static int takeName(const char* name, uint32_t* count, TextBlock* list)
 {
-    if (name == nullptr || reserveText(list, NAME_LIMIT + 1) != IDX_OK) return IDX_ERROR;
-    char* end = list->text + list->length;
-    if (*count != 0) *end++ = SEPARATOR;
-    while (*name != '\0') {
-        *end++ = *name++;
-    }
-    *end = '\0';
-    list->length = static_cast<size_t>(end - list->text);
+    char* place = name != nullptr ? beginName(*count, list) : nullptr;
+    if (place == nullptr) return IDX_ERROR;
+    size_t length = std::strlen(name);
+    std::memcpy(place, name, length + 1);
+    list->length += length;
     ++*count;
     return IDX_OK;
 }
@@ -43,13 +48,13 @@ static int takeName(const char* name, uint32_t* count, TextBlock* list)
 // takeName.
 static int takeNextPoints(RecordFile* job, uint32_t* count, TextBlock* list)
 {
-    PointNames names;
-    nextPoints(job, &names);
-    const char* name = names.texts;
-    for (int32_t i = 0; i < names.count; ++i) {
-        if (takeName(name, count, list) != IDX_OK) return IDX_ERROR;
-        while (*name++ != '\0') {
-        }
+    KeyBlock keys;
+    nextPoints(job, &keys);
+    for (int32_t i = 0; i < keys.count; ++i) {
+        char* name = beginName(*count, list);
+        if (name == nullptr) return IDX_ERROR;
+        list->length += nameOfKey(name, ELEMENT_NAME_ROOM, keys.texts + keys.starts[i]);
+        ++*count;
     }
     return IDX_OK;
 }

@@ -52,9 +52,10 @@ int ixPrevious(IndexFile* tree, int index, void* data, uint32_t length);
 // another process has deleted it, or a failure code. Keeps the record lock.
 int ixReadCurrent(IndexFile* tree, int index, void* data, uint32_t length);
 
-// Keys in the order of their index, terminated, one behind the other.
+// Keys in the order of their index, terminated.
 struct KeyBlock {
     int32_t count;
+    uint16_t starts[MAX_ENTRY_COUNT]; // of each one in the texts
     char texts[NODE_PAGE_SIZE];
 };
 

@@ -153,23 +153,27 @@ static bool sameRecord(const uint8_t* entry, const uint8_t* other)
 bool moveOnInLeaf(LeafPlace* place)
 {
     const uint8_t* here = place->entry;
-    const uint8_t* entry = nextEntry(here);
-    int ordinal = place->ordinal + 1;
-    while (!isEndMarker(entry) && (entrySegment(entry) & SEGMENT_ORDINAL) != 0 &&
-           sameRecord(entry, here)) {
+    const uint8_t* entry = here;
+    int ordinal = place->ordinal;
+    int keyLength = 0;
+    uint8_t segment = 0;
+    do {
         entry = nextEntry(entry);
         ++ordinal;
-    }
-    if (isEndMarker(entry) || entryIndex(entry) != entryIndex(here)) return false;
+        if (isEndMarker(entry)) return false;
+        keyLength = entryKeyLength(entry);
+        segment = entryTail(entry, keyLength)[4];
+    } while ((segment & SEGMENT_ORDINAL) != 0 && sameRecord(entry, here));
+    if (entryIndex(entry) != entryIndex(here)) return false;
     int order = strcmp(entryKey(entry), entryKey(here));
     bool onward = order > 0 || (order == 0 && entryNumber(entry) > entryNumber(here));
-    if (onward) *place = {entry, ordinal, order != 0};
+    if (onward) *place = {entry, ordinal, order != 0, keyLength};
     return onward;
 }
 
 LeafPlace leafPlaceOf(OpenFile* file, const Position* position, NodeView* leaf)
 {
-    return {entryAtNotedPlace(file, position, leaf), position->ordinal, false};
+    return {entryAtNotedPlace(file, position, leaf), position->ordinal, false, 0};
 }
 
 void standAtPlace(Position* position, const NodeView* leaf, const LeafPlace* place)

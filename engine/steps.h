@@ -23,6 +23,7 @@ struct LeafPlace {
     const uint8_t* entry;
     int ordinal;
     bool firstOfKey;
+    int keyLength; // of an entry that was moved to, index byte included
 };
 
 // Moves to the first entry of the record behind the place. False, and nothing changed,

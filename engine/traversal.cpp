@@ -93,10 +93,10 @@ void ixStepAlong(IndexFile* tree, int index, KeyBlock* keys)
     char* text = keys->texts; // the keys of a leaf together are shorter than its page
     while (moveOnInLeaf(&place)) {
         if (!place.firstOfKey) continue;
-        size_t size = static_cast<size_t>(entryKeyLength(place.entry)); // index byte included
+        size_t size = static_cast<size_t>(place.keyLength); // the zero byte for the index byte
+        keys->starts[keys->count++] = static_cast<uint16_t>(text - keys->texts);
         memcpy(text, entryKey(place.entry) + 1, size);
         text += size;
-        ++keys->count;
     }
     if (keys->count == 0) return;
     standAtPlace(position, &leaf, &place);

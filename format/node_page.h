@@ -81,9 +81,13 @@ inline int entryKeyLength(const uint8_t* entry)
 }
 
 // What follows the key's zero byte: number, segment byte, data.
+inline const uint8_t* entryTail(const uint8_t* entry, int keyLength)
+{
+    return entry + ENTRY_KEY + keyLength + 1;
+}
 inline const uint8_t* entryTail(const uint8_t* entry)
 {
-    return entry + ENTRY_KEY + entryKeyLength(entry) + 1;
+    return entryTail(entry, entryKeyLength(entry));
 }
 inline int32_t entryNumber(const uint8_t* entry) { return loadInt32(entryTail(entry)); }
 inline uint8_t entrySegment(const uint8_t* entry) { return entryTail(entry)[4]; }

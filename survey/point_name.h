@@ -25,9 +25,5 @@ int splitPointName(const char* text, char* prefix, char* number);
 // tells why no point can have the name.
 int buildPointNameKey(char* key, const char* name);
 
-// Writes the point name that a key stands for, without the blanks before it and among
-// its first characters, into room bytes. Returns its length.
-size_t nameOfKey(char* name, size_t room, const char* key);
-
 // Removes the blanks among the first characters of a name, as nameOfKey does.
 void removeBlanks(char* name);

@@ -92,18 +92,9 @@ int readPointByName(RecordFile* job, const char* name, ElementName* reached)
     return nameReached(job, findPoint(job, name), reached);
 }
 
-void nextPoints(RecordFile* job, PointNames* names)
+void nextPoints(RecordFile* job, KeyBlock* keys)
 {
-    names->count = 0;
+    keys->count = 0;
     char text[SELECTION_ROOM];
-    if (walkSelection(text) != NO_SELECTION) return;
-    KeyBlock keys;
-    recordStepAlong(job, POINT_NAME_INDEX, &keys);
-    static_assert(sizeof names->texts >= sizeof keys.texts); // no name is longer than its key
-    const char* key = keys.texts;
-    char* name = names->texts;
-    for (; names->count < keys.count; ++names->count) {
-        name += nameOfKey(name, ELEMENT_NAME_ROOM, key) + 1;
-        key += std::strlen(key) + 1;
-    }
+    if (walkSelection(text) == NO_SELECTION) recordStepAlong(job, POINT_NAME_INDEX, keys);
 }

@@ -134,15 +134,12 @@ int nextPoint(RecordFile* job, ElementName* name);
 // Returns as findPoint.
 int readPointByName(RecordFile* job, const char* name, ElementName* reached);
 
-// Names of points, each terminated, one behind the other.
-struct PointNames {
-    int32_t count;
-    char texts[NODE_PAGE_SIZE];
-};
-
-// Walks on as far as that needs no search, and stores the names of the points passed; the last
-// one is that at the position. When there are none, nextPoint has to go on.
-void nextPoints(RecordFile* job, PointNames* names);
+// Walks on as far as that needs no search, and stores the keys of the points passed; the last one
+// is that at the position. When there are none, nextPoint has to go on.
+void nextPoints(RecordFile* job, KeyBlock* keys);
+// Writes the point name that a key stands for, without the blanks before it and among
+// its first characters, into room bytes. Returns its length.
+size_t nameOfKey(char* name, size_t room, const char* key);
 
 // -- Selections (selections.cpp) ---------------------------------------------
 
