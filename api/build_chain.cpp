@@ -250,7 +250,8 @@ static const char* takeToken(const char* cursor, Token* token)
 
 // -- Members -----------------------------------------------------------------
 
-// True when the element that a member of the kind is to carry exists; *found becomes its name.
+// True when the element that a member of the kind is to carry exists, whose record is then the
+// current one; *found becomes its name.
 static bool findMember(RecordFile* job, int kind, const char* name, ElementName* found)
 {
     copyText(found->text, sizeof found->text, name);
@@ -266,16 +267,16 @@ static bool findMember(RecordFile* job, int kind, const char* name, ElementName*
     }
 }
 
-// Fills the payload from the element of the name. Returns IDX_OK or IDX_ERROR.
+// Fills the payload from the element just found. Returns IDX_OK or IDX_ERROR.
 static int fillMember(RecordFile* job, const char* name, ChainMember* member)
 {
     switch (member->memberKind) {
     case CHAIN_MEMBER_POINT:
         return fillPoint(job, name, &member->payload.point);
     case CHAIN_MEMBER_CURVE:
-        return fillCurve(job, name, &member->payload.curve);
+        return fillCurve(job, &member->payload.curve);
     case CHAIN_MEMBER_SPIRAL:
-        return fillSpiral(job, name, &member->payload.spiral);
+        return fillSpiral(job, &member->payload.spiral);
     default:
         return IDX_OK;
     }

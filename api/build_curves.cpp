@@ -86,10 +86,9 @@ static double spiralValue(const SpiralResult* result, int n)
     return result->values[n - FIRST_VALUE];
 }
 
-int fillCurve(RecordFile* job, const char* name, CurveElement* curve)
+int fillCurve(RecordFile* job, CurveElement* curve)
 {
     CurveResult result;
-    if (findCurve(job, name) != COGO_OK) return IDX_ERROR;
     if (readCurve(job, &result) != COGO_OK) return IDX_ERROR;
     setMember(curve->name, result.name);
     for (const CurveRow& row : CURVE_ROWS) {
@@ -103,10 +102,9 @@ int fillCurve(RecordFile* job, const char* name, CurveElement* curve)
     return IDX_OK;
 }
 
-int fillSpiral(RecordFile* job, const char* name, SpiralElement* spiral)
+int fillSpiral(RecordFile* job, SpiralElement* spiral)
 {
     SpiralResult result;
-    if (findSpiral(job, name) != COGO_OK) return IDX_ERROR;
     if (readSpiral(job, &result) != COGO_OK) return IDX_ERROR;
     setMember(spiral->name, result.name);
     int32_t type = truncateToInt32(spiralValue(&result, SPIRAL_TYPE_VALUE));
@@ -126,18 +124,18 @@ int fillSpiral(RecordFile* job, const char* name, SpiralElement* spiral)
     return IDX_OK;
 }
 
-CurveElement* buildCurve(RecordFile* job, const Reached& reached)
+CurveElement* buildCurve(RecordFile* job)
 {
     CurveElement* curve = static_cast<CurveElement*>(allocateZeroed(1, sizeof(CurveElement)));
-    if (curve != nullptr && fillCurve(job, reached.name.text, curve) == IDX_OK) return curve;
+    if (curve != nullptr && fillCurve(job, curve) == IDX_OK) return curve;
     releaseElement(ELEMENT_CURVE, curve);
     return nullptr;
 }
 
-SpiralElement* buildSpiral(RecordFile* job, const Reached& reached)
+SpiralElement* buildSpiral(RecordFile* job)
 {
     SpiralElement* spiral = static_cast<SpiralElement*>(allocateZeroed(1, sizeof(SpiralElement)));
-    if (spiral != nullptr && fillSpiral(job, reached.name.text, spiral) == IDX_OK) return spiral;
+    if (spiral != nullptr && fillSpiral(job, spiral) == IDX_OK) return spiral;
     releaseElement(ELEMENT_SPIRAL, spiral);
     return nullptr;
 }

@@ -157,7 +157,6 @@ static int fillSurveyChain(RecordFile* job, SurveyChainElement* chain)
 
 int fillPoint(RecordFile* job, const char* name, PointElement* point)
 {
-    if (findPoint(job, name) != SURVEY_OK) return IDX_ERROR;
     const PointRecord* record = readPointRecord(job);
     if (record == nullptr) return IDX_ERROR;
     setMember(point->setText, record->setText);

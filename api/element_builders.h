@@ -10,17 +10,19 @@
 #include <cstddef>
 #include <cstdint>
 
-// Fill a structure whose bytes are all zero from the record of the name. Each returns IDX_OK, or
-// IDX_ERROR when the record cannot be found or read; the structure is then not to be used.
+// Fill a structure whose bytes are all zero from the current record, which was found by its name;
+// a point gets the name given. Each returns IDX_OK, or IDX_ERROR when the record cannot be read;
+// the structure is then not to be used.
 int fillPoint(RecordFile* job, const char* name, PointElement* point);
-int fillCurve(RecordFile* job, const char* name, CurveElement* curve);
-int fillSpiral(RecordFile* job, const char* name, SpiralElement* spiral);
+int fillCurve(RecordFile* job, CurveElement* curve);
+int fillSpiral(RecordFile* job, SpiralElement* spiral);
 
-// Each returns a new element for the host, or null with nothing left allocated.
+// Each returns a new element for the host, or null with nothing left allocated. Points, curves and
+// spirals are built from the current record, the one reached.
 PointElement* buildPoint(RecordFile* job, const Reached& reached);
 LineElement* buildLine(RecordFile* job, const Reached& reached);
-CurveElement* buildCurve(RecordFile* job, const Reached& reached);
-SpiralElement* buildSpiral(RecordFile* job, const Reached& reached);
+CurveElement* buildCurve(RecordFile* job);
+SpiralElement* buildSpiral(RecordFile* job);
 ChainElement* buildChain(RecordFile* job, const Reached& reached);
 ProfileElement* buildProfile(RecordFile* job, const Reached& reached);
 SurveyChainElement* buildSurveyChain(RecordFile* job, const Reached& reached);

@@ -18,9 +18,9 @@ static void* build(RecordFile* job, uint32_t kind, const Reached& reached)
     case ELEMENT_LINE:
         return buildLine(job, reached);
     case ELEMENT_CURVE:
-        return buildCurve(job, reached);
+        return buildCurve(job);
     case ELEMENT_SPIRAL:
-        return buildSpiral(job, reached);
+        return buildSpiral(job);
     case ELEMENT_CHAIN:
         return buildChain(job, reached);
     case ELEMENT_PROFILE:
