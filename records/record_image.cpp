@@ -9,7 +9,7 @@ constexpr int BLOCK_LENGTH_SIZE = 2;
 constexpr int END_MARK_SIZE = 2;
 
 // Bytes of a number's value in an image and in memory; 0 for texts and blocks.
-static int numberSize(char type)
+static inline int numberSize(char type)
 {
     if (type == TYPE_DOUBLE) return 8;
     if (type == TYPE_LONG || type == TYPE_INT || type == TYPE_FLOAT) return 4;
@@ -78,7 +78,7 @@ static void writeNumber(uint8_t* bytes, const void* value, int size)
     }
 }
 
-static void readNumber(void* value, const uint8_t* bytes, int size)
+static inline void readNumber(void* value, const uint8_t* bytes, int size)
 {
     if (size == 8) {
         uint64_t number = loadUint64(bytes);
@@ -146,25 +146,22 @@ int packRecord(uint8_t* buffer, const LayoutEntry* layout, uint8_t typeByte, int
 
 // Where the value of an item begins and how long it is; false when the item runs
 // past the end.
-static bool measureItem(const uint8_t* start, const uint8_t* end, const LayoutEntry* entry,
-                        ImageItem* item)
+static inline bool measureItem(const uint8_t* start, const uint8_t* end, const LayoutEntry* entry,
+                               ImageItem* item)
 {
     item->value = start;
+    item->length = numberSize(entry->type);
+    if (item->length != 0) return item->length <= end - start;
     if (entry->type == TYPE_TEXT) {
         const void* zero = memchr(start, 0, static_cast<size_t>(end - start));
         if (zero == nullptr) return false;
         item->length = static_cast<int>(static_cast<const uint8_t*>(zero) - start);
         return true;
     }
-    if (entry->type == TYPE_BLOCK) {
-        if (end - start < BLOCK_LENGTH_SIZE) return false;
-        item->value = start + BLOCK_LENGTH_SIZE;
-        item->length = loadInt16(start);
-        if (item->length < 0 || item->length > entry->room) return false;
-    } else {
-        item->length = numberSize(entry->type);
-    }
-    return item->length <= end - item->value;
+    if (end - start < BLOCK_LENGTH_SIZE) return false;
+    item->value = start + BLOCK_LENGTH_SIZE;
+    item->length = loadInt16(start);
+    return item->length >= 0 && item->length <= entry->room && item->length <= end - item->value;
 }
 
 ImageWalk startImageWalk(const uint8_t* image, const LayoutEntry* layout, int length)
