@@ -199,8 +199,9 @@ TEST(Orvidx, ReplacesAFileByACompleteExportOrNotAtAll)
     EXPECT_EQ(fileBytes(out), orvidx({"export", job}).output);
     EXPECT_EQ(filesInDirectory(), 2);
 
-    // The job itself is no place for its export.
+    // The job itself is no place for its export, or for a drawing.
     std::string bytes = fileBytes(job);
     EXPECT_EQ(orvidx({"export", job, "-o", job}).status, 1);
+    EXPECT_EQ(orvidx({"draw", "profile", "P1", job, "-o", job}).status, 1);
     EXPECT_EQ(fileBytes(job), bytes);
 }

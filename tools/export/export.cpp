@@ -156,7 +156,6 @@ static void noteGap(Export* out, uint32_t kind, const std::string* name, const s
     std::string line = harmless(what + reason);
     std::fprintf(stderr, "orvidx: %s: %s\n", out->plan->job.c_str(), line.c_str());
     if (out->plan->format == EXPORT_SQLITE) addUnreadableSqlite(&out->sqlite, kind, name, reason);
-    if (out->plan->format == EXPORT_REPORT) addUnreadableReport(&out->report, kind, name, reason);
 }
 
 // Counts the elements that are not drawn, and names those of a drawing: a page lists them itself.
@@ -177,7 +176,9 @@ static void noteUnreadable(Export* out, uint32_t kind, const std::string* name, 
 {
     std::string what = std::string("cannot be read: ") + ELEMENT_KINDS[kind].name + " ";
     what += name != nullptr ? utf8FromLatin1(*name) : "number " + std::to_string(number);
-    noteGap(out, kind, name, what + ": ", reasonOf(out->plan->faults, kind, name));
+    std::string reason = reasonOf(out->plan->faults, kind, name);
+    noteGap(out, kind, name, what + ": ", reason);
+    if (out->plan->format == EXPORT_REPORT) addUnreadableReport(&out->report, kind, reason);
     ++out->gaps.elements;
 }
 
@@ -234,6 +235,9 @@ static void exportKind(Export* out, uint32_t kind)
     } catch (const ReadingFault& fault) {
         exportWalked(out, kind);
         noteGap(out, kind, nullptr, "", fault.what());
+        if (out->plan->format == EXPORT_REPORT) {
+            addUncountedReport(&out->report, kind, fault.what());
+        }
         ++out->gaps.kinds;
         return;
     }
@@ -242,13 +246,17 @@ static void exportKind(Export* out, uint32_t kind)
 
 // ----------------------------------------------------------------------------
 
-ExportGaps exportJob(IdxConnection* job, const ExportPlan& plan)
+void refuseJobAsTarget(const std::string& target, const std::string& job)
 {
     std::error_code ignored;
-    if (!plan.target.empty() &&
-        std::filesystem::equivalent(filePath(plan.target), filePath(plan.job), ignored)) {
-        throw std::runtime_error(plan.target + ": is the job itself");
+    if (!target.empty() && std::filesystem::equivalent(filePath(target), filePath(job), ignored)) {
+        throw std::runtime_error(target + ": is the job itself");
     }
+}
+
+ExportGaps exportJob(IdxConnection* job, const ExportPlan& plan)
+{
+    refuseJobAsTarget(plan.target, plan.job);
     auto out = std::make_unique<Export>();
     out->plan = &plan;
     out->job = job;

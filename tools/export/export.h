@@ -43,6 +43,9 @@ struct ExportGaps {
 // False where this build has not got the format.
 bool hasFormat(ExportFormat format);
 
+// Throws std::runtime_error when what is to be written would take the place of the job.
+void refuseJobAsTarget(const std::string& target, const std::string& job);
+
 // Exports the job; a file is put in its place when it is complete, and never in that of the job.
 // Names on standard error what cannot be read, one line each. Throws std::runtime_error when the
 // export cannot be written, with the file as it was before.

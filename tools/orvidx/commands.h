@@ -72,6 +72,10 @@ uint32_t kindNumber(const std::string& name);
 
 [[noreturn]] void failOutput();
 
+// Returns the file that a target of a command names; empty for standard output, which the system
+// may have a path for.
+std::string fileOf(const std::string& target);
+
 // Returns what exports of the whole job to a target have in common; the format is still to be set.
 ExportPlan exportOfAll(const JobSource& source, const std::string& target, std::FILE* out);
 

@@ -16,12 +16,11 @@ static int drawPlan(const JobSource& source, const DrawRequest& request, std::FI
     return tellGaps(source, exportJob(source.job, plan));
 }
 
-// Writes a text to a target of a command, or to standard output.
+// Writes a text to a file, or to the stream when it has no name.
 static void writeTo(const std::string& target, std::FILE* out, const std::string& text)
 {
     ExportOutput output;
-    bool toStream = target.empty() || target == "-";
-    beginOutput(&output, toStream ? out : nullptr, target);
+    beginOutput(&output, target.empty() ? out : nullptr, target);
     put(&output, text);
     finishOutput(&output);
     std::string fault = output.fault;
@@ -31,6 +30,8 @@ static void writeTo(const std::string& target, std::FILE* out, const std::string
 
 static int drawProfile(const JobSource& source, const DrawRequest& request, std::FILE* out)
 {
+    std::string target = fileOf(request.target);
+    refuseJobAsTarget(target, source.path);
     std::string name = latin1FromUtf8(request.profile);
     void* element = nullptr;
     orvIdx_readElementbyName(source.job, ELEMENT_PROFILE, name.c_str(), &element);
@@ -39,7 +40,7 @@ static int drawProfile(const JobSource& source, const DrawRequest& request, std:
     ProfileLine line = lineOf(*static_cast<const ProfileElement*>(element));
     orvIdx_freeElement(ELEMENT_PROFILE, &element);
 
-    writeTo(request.target, out, profileSvg(line, utf8FromLatin1(name)));
+    writeTo(target, out, profileSvg(line, utf8FromLatin1(name)));
     for (const std::string& remark : line.remarks) {
         complain(source.path, harmless("profile " + utf8FromLatin1(name) + ", " + remark));
     }

@@ -13,10 +13,16 @@ static ExportFormat formatOf(const ExportRequest& request)
     return request.format == "sqlite" ? EXPORT_SQLITE : EXPORT_JSON;
 }
 
+// The program keeps the stream of standard output for itself, so that its path leads elsewhere.
+std::string fileOf(const std::string& target)
+{
+    return target == "-" || target == "/dev/stdout" ? "" : target;
+}
+
 std::string faultOfRequest(const ExportRequest& request)
 {
     ExportFormat format = formatOf(request);
-    bool toStream = request.target.empty() || request.target == "-";
+    bool toStream = fileOf(request.target).empty();
     if (!hasFormat(format)) return "this build has no SQLite";
     if (format == EXPORT_CSV && toStream) return "csv goes into a folder: -o FOLDER";
     if (format == EXPORT_SQLITE && request.target.empty()) return "sqlite goes to a file: -o FILE";
@@ -66,7 +72,7 @@ ExportPlan exportOfAll(const JobSource& source, const std::string& target, std::
     ExportPlan plan = {};
     plan.job = source.path;
     plan.faults = source.faults.get();
-    plan.target = target == "-" ? "" : target;
+    plan.target = fileOf(target);
     plan.stream = out;
     plan.watched = !plan.target.empty() || !isTerminal(out);
     std::fill(std::begin(plan.kinds), std::end(plan.kinds), true);

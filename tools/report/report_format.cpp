@@ -7,6 +7,7 @@
 #include "tools/reading/latin1.h"
 #include "tools/report/report_page.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -44,12 +45,21 @@ static std::string numberJson(double value)
     return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
 
-// Where something is drawn: nobody sees more than a ten-thousandth of the job's unit.
-static std::string placeJson(double value)
+// Where something is drawn, to a fraction of the unit that nobody sees.
+static std::string placeJson(double value, double fractions)
 {
-    constexpr double STEPS = 1e4;
-    constexpr double LARGEST = 1e11; // beyond, the steps are finer than the number
-    return numberJson(std::fabs(value) < LARGEST ? std::round(value * STEPS) / STEPS : value);
+    constexpr double MOST = 1e15; // beyond, the fractions are finer than the number
+    double steps = value * fractions;
+    return numberJson(std::fabs(steps) < MOST ? std::round(steps) / fractions : value);
+}
+
+// Returns how many parts of a unit are told apart: more in a plan that is a few units wide.
+static double fractionsFor(const PlanBox& view)
+{
+    constexpr double LEAST = 1e4;
+    constexpr double OF_THE_VIEW = 1e7;
+    double width = std::max(view.high.east - view.low.east, view.high.north - view.low.north);
+    return std::max(LEAST, std::pow(10.0, std::round(std::log10(OF_THE_VIEW / width))));
 }
 
 static std::string valueJson(const MemberValue& value)
@@ -137,7 +147,7 @@ static std::string rowJson(uint32_t kind, const std::string* name, const void* e
 
 // -- Drawings ----------------------------------------------------------------
 
-static std::string pathJson(const PlanPath& path)
+static std::string pathJson(const PlanPath& path, double fractions)
 {
     std::string steps;
     for (const PathStep& step : path) {
@@ -147,7 +157,8 @@ static std::string pathJson(const PlanPath& path)
                      numberJson(step.arc.centre.north) + "," + numberJson(step.arc.radius) + "," +
                      numberJson(step.arc.beginAngle) + "," + numberJson(step.arc.sweep);
         }
-        steps += "," + placeJson(step.to.east) + "," + placeJson(step.to.north);
+        steps +=
+            "," + placeJson(step.to.east, fractions) + "," + placeJson(step.to.north, fractions);
     }
     return "[" + steps + "]";
 }
@@ -190,12 +201,12 @@ static std::string lineJson(size_t row, const ProfileLine& line)
            "],[" + remarks + "],[" + derived + "]]";
 }
 
-static std::string waysJson(const Plan& plan)
+static std::string waysJson(const Plan& plan, double fractions)
 {
     std::string ways;
     for (const PlanWay& way : plan.ways) {
         appendItem(&ways, "\n[" + std::to_string(way.kind) + "," + std::to_string(way.row) + "," +
-                              pathJson(way.path) + "]");
+                              pathJson(way.path, fractions) + "]");
     }
     return "[" + ways + "]";
 }
@@ -248,6 +259,17 @@ void beginKindReport(ReportFormat* report, uint32_t kind, const std::vector<std:
                              ",\"columns\":" + columnsJson(kind) + ",\"rows\":[");
 }
 
+// A profile that is not drawn as its vertices say is listed with the elements of the plan.
+static void addProfile(ReportFormat* report, size_t row, const ProfileElement& profile)
+{
+    ProfileLine line = lineOf(profile);
+    appendItem(&report->lines, "\n" + lineJson(row, line));
+    if (line.remarks.empty()) return;
+    std::string reason = line.remarks.front();
+    if (line.remarks.size() > 1) reason += ", and more of this kind";
+    report->plan.notDrawn.push_back({ELEMENT_PROFILE, row, "", reason});
+}
+
 void addElementReport(ReportFormat* report, uint32_t kind, const std::string* name,
                       const void* element)
 {
@@ -256,8 +278,7 @@ void addElementReport(ReportFormat* report, uint32_t kind, const std::string* na
     size_t row = report->rows++;
     if (element == nullptr) return;
     if (kind == ELEMENT_PROFILE) {
-        appendItem(&report->lines,
-                   "\n" + lineJson(row, lineOf(*static_cast<const ProfileElement*>(element))));
+        addProfile(report, row, *static_cast<const ProfileElement*>(element));
     } else {
         addToPlan(&report->plan, kind, row, "", element);
     }
@@ -265,11 +286,21 @@ void addElementReport(ReportFormat* report, uint32_t kind, const std::string* na
 
 void endKindReport(ReportFormat* report) { put(&report->output, "]}"); }
 
-void addUnreadableReport(ReportFormat* report, uint32_t kind, const std::string* name,
-                         const std::string& reason)
+static void noteUnreadable(ReportFormat* report, uint32_t kind, const std::string& row,
+                           const std::string& reason)
 {
     appendItem(&report->unreadable,
-               "\n[" + std::to_string(kind) + "," + nameJson(name) + "," + textJson(reason) + "]");
+               "\n[" + std::to_string(kind) + "," + row + "," + textJson(reason) + "]");
+}
+
+void addUnreadableReport(ReportFormat* report, uint32_t kind, const std::string& reason)
+{
+    noteUnreadable(report, kind, std::to_string(report->rows - 1), reason);
+}
+
+void addUncountedReport(ReportFormat* report, uint32_t kind, const std::string& reason)
+{
+    noteUnreadable(report, kind, "null", reason);
 }
 
 void endReport(ReportFormat* report)
@@ -278,7 +309,7 @@ void endReport(ReportFormat* report)
     PlanBox view = firstView(plan);
     put(&report->output, "],\n\"view\":" + numbersJson({view.low.east, view.low.north,
                                                         view.high.east, view.high.north}));
-    put(&report->output, ",\n\"ways\":" + waysJson(plan));
+    put(&report->output, ",\n\"ways\":" + waysJson(plan, fractionsFor(view)));
     put(&report->output, ",\n\"notDrawn\":" + notDrawnJson(plan));
     put(&report->output, ",\n\"lines\":[" + report->lines + "]");
     put(&report->output, ",\n\"unreadable\":[" + report->unreadable + "]}");

@@ -30,8 +30,10 @@ void addElementReport(ReportFormat* report, uint32_t kind, const std::string* na
 
 void endKindReport(ReportFormat* report);
 
-// Notes that an element, or the rest of a kind when the name is null, cannot be read.
-void addUnreadableReport(ReportFormat* report, uint32_t kind, const std::string* name,
-                         const std::string& reason);
+// Notes why the element added last cannot be read.
+void addUnreadableReport(ReportFormat* report, uint32_t kind, const std::string& reason);
+
+// Notes why elements of a kind may be missing.
+void addUncountedReport(ReportFormat* report, uint32_t kind, const std::string& reason);
 
 void endReport(ReportFormat* report);

@@ -53,7 +53,7 @@ function profileRows(reference) {
     if (!found) continue;
     const difference = elevation === null ? "" : `, the point ${besideText(elevation - found.elevation)}`;
     items.push(make("li", {}, linkTo({ kind: PROFILE, row: line.row }),
-      ` ${readable(found.elevation)}, grade ${(found.grade * 100).toFixed(2)} %${difference}`));
+      ` ${readable(found.elevation)}, grade ${percent(found.grade)}${difference}`));
   }
   if (items.length === 0) return [];
   return block(`Profiles at station ${readable(station)}`, make("ul", {}, ...items));
@@ -99,14 +99,13 @@ function vertexRows(row) {
 function drawingNote({ kind, row }) {
   const note = notDrawn.find((other) => other.kind === kind && other.row === row);
   if (!note) return [];
-  const isPart = wayOf(kind, row) !== null;
-  return [make("p", { className: "notice" }, `${isPart ? "Drawn in part" : "Not drawn"}: ${note.reason}.`)];
+  const part = drawnPart(kind, row);
+  return [make("p", { className: "notice" }, `${part[0].toUpperCase()}${part.slice(1)}: ${note.reason}.`)];
 }
 
 /** @param {Reference} reference */
 function reasonUnread({ kind, row }) {
-  const name = kinds[kind].rows[row][0];
-  const found = unreadable.find((other) => other.kind === kind && other.name === name);
+  const found = unreadable.find((other) => other.kind === kind && other.row === row);
   return found ? found.reason : "it cannot be read";
 }
 
@@ -114,7 +113,7 @@ function reasonUnread({ kind, row }) {
 function detailOf(reference) {
   const { kind, row } = reference;
   const head = [make("button", { type: "button", className: "close", title: "Close", "aria-label": "Close",
-    Click: () => { location.hash = ""; } }, "\u00d7"),
+    Click: () => select(null) }, "\u00d7"),
   make("p", { className: "kind" }, kinds[kind].name), make("h2", {}, nameOf(kind, row))];
   if (!wasRead(kinds[kind].rows[row])) {
     return [...head, make("p", { className: "notice" }, `Cannot be read: ${reasonUnread(reference)}.`)];

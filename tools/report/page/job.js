@@ -58,8 +58,9 @@ const profileLines = data.lines.map((/** @type {any[]} */ line) => (
   { row: line[0], pieces: line[1], intersections: line[2], turns: line[3], remarks: line[4], derived: line[5] }));
 /** @type {{kind: number, row: number, reason: string}[]} */
 const notDrawn = data.notDrawn.map((/** @type {any[]} */ [kind, row, reason]) => ({ kind, row, reason }));
-/** @type {{kind: number, name: string|null, reason: string}[]} */
-const unreadable = data.unreadable.map((/** @type {any[]} */ [kind, name, reason]) => ({ kind, name, reason }));
+/** Without a row it is about the kind as a whole.
+ * @type {{kind: number, row: number|null, reason: string}[]} */
+const unreadable = data.unreadable.map((/** @type {any[]} */ [kind, row, reason]) => ({ kind, row, reason }));
 
 /** @param {number} kind @param {string} member */
 function meaningOf(kind, member) {
@@ -76,7 +77,8 @@ function wasRead(row) {
 /** @param {number} kind @param {number} row */
 function nameOf(kind, row) {
   const name = kinds[kind].rows[row][0];
-  return name === null ? `number ${row + 1}` : visible(name);
+  if (name === null) return `number ${row + 1}`;
+  return name === "" ? "(no name)" : visible(name);
 }
 
 /** @param {number} kind @param {number} row @param {string} member */
@@ -154,9 +156,19 @@ function usedBy(kind, row) {
   return users[kind].get(row) ?? [];
 }
 
+/** @type {Map<number, Way>[]} */
+const wayByRow = kinds.map(() => new Map());
+for (const way of ways) wayByRow[way.kind].set(way.row, way);
+
 /** @param {number} kind @param {number} row */
 function wayOf(kind, row) {
-  return ways.find((way) => way.kind === kind && way.row === row) ?? null;
+  return wayByRow[kind].get(row) ?? null;
+}
+
+/** How much of an element that is listed as not drawn is drawn all the same.
+ * @param {number} kind @param {number} row */
+function drawnPart(kind, row) {
+  return kind === PROFILE || wayOf(kind, row) ? "drawn in part" : "not drawn";
 }
 
 /** @param {number[]} piece  [kind, begin station, elevation, end station, elevation, grades] */

@@ -5,8 +5,10 @@ let selection = null;
 
 /** @param {Reference|null} reference  what the pointer chose */
 function select(reference) {
+  const { scrollX, scrollY } = window;
   if (reference) location.hash = addressOf(reference);
   else if (location.hash !== "") location.hash = "";
+  scrollTo(scrollX, scrollY); // an empty address leads to the top
 }
 
 /** The element that an address names: #kind/name or #kind:number.
@@ -53,6 +55,8 @@ function showSelection() {
   if (selection) {
     panel.replaceChildren(...detailOf(selection));
     panel.scrollTop = 0;
+    const TITLE = 60; // pixels of the plan that are not enough to see anything
+    if (find("#top").getBoundingClientRect().bottom < TITLE) find("#top").scrollIntoView();
     showInPlan(selection, before === null || before.kind !== selection.kind || before.row !== selection.row);
     const profile = profileFor(selection);
     if (profile >= 0 && profile !== shownProfile) showProfile(profile);
@@ -68,13 +72,13 @@ function showSelection() {
 /** What could not be read or drawn, as parts of the printed page or of the list. */
 function missingRows() {
   const list = make("ul");
-  for (const { kind, name, reason } of unreadable) {
-    const what = name === null ? `the ${kinds[kind].plural}` : `${kinds[kind].name} ${visible(name)}`;
-    list.append(make("li", {}, `${what}: ${reason}`));
+  for (const { kind, row, reason } of unreadable) {
+    list.append(row === null ? make("li", {}, reason)
+      : make("li", {}, `${kinds[kind].name} `, linkTo({ kind, row }), `: cannot be read: ${reason}`));
   }
   for (const { kind, row, reason } of notDrawn) {
-    const what = wayOf(kind, row) ? "drawn in part" : "not drawn";
-    list.append(make("li", {}, `${kinds[kind].name} `, linkTo({ kind, row }), `: ${what}: ${reason}`));
+    list.append(make("li", {}, `${kinds[kind].name} `, linkTo({ kind, row }),
+      `: ${drawnPart(kind, row)}: ${reason}`));
   }
   return list.children.length > 0 ? [make("div", {}, make("h2", {}, "What is missing"), list)] : [];
 }

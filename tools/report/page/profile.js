@@ -18,6 +18,10 @@ function extentOf(line) {
     stations.push(corner[2]);
     elevations.push(corner[3]);
   }
+  for (const [, station, elevation] of line.turns) {
+    stations.push(station);
+    elevations.push(elevation);
+  }
   const low = (/** @type {number[]} */ values) => values.reduce((a, b) => Math.min(a, b), values[0] ?? 0);
   const high = (/** @type {number[]} */ values) => values.reduce((a, b) => Math.max(a, b), values[0] ?? 1);
   return { begin: low(stations), end: high(stations), lowest: low(elevations), highest: high(elevations) };
@@ -37,8 +41,10 @@ function profileHome(view) {
   const { begin, end, lowest, highest } = extentOf(line);
   const width = Math.max(view.width - PROFILE_LEFT - 24, 50);
   const height = Math.max(view.height - PROFILE_BOTTOM - 60, 50);
-  const scale = width / Math.max(end - begin, 1e-6);
-  const stretch = oneDigit(height / Math.max(highest - lowest, 1e-3) / scale);
+  const length = Math.max(end - begin, 1e-3);
+  const scale = width / length;
+  // What is all but flat looks flat.
+  const stretch = oneDigit(height / Math.max(highest - lowest, length / 1000) / scale);
   // The middle of the drawing is not that of the canvas: the axes stand left and below.
   return { x: (begin + end) / 2 - PROFILE_LEFT / 2 / scale,
     y: (lowest + highest) / 2 - PROFILE_BOTTOM / 2 / scale / stretch, scale, stretch };
@@ -140,7 +146,7 @@ function paintGrades(view, line) {
     context.save();
     context.translate(x + width / 2, y + rise / 2);
     context.rotate(Math.atan2(rise, width));
-    context.fillText(`${(grade * 100).toFixed(2)} %`, 0, -7);
+    context.fillText(percent(grade), 0, -7);
     context.restore();
   }
   context.textAlign = "left";
@@ -192,6 +198,7 @@ function paintProfile(view) {
   context.fillRect(0, 0, view.width, view.height);
   const line = profileLines[shownProfile];
   if (!line) return;
+  find("#profiles .caption").textContent = captionOf(line, view.sheet.stretch);
   paintAxes(view);
   context.save();
   context.beginPath();
@@ -213,7 +220,7 @@ function hoverProfile(view, x) {
   hoveredStation = fromScreenX(view, x);
   const found = profileAt(line, hoveredStation);
   find("#profiles .readout").textContent = `station ${readable(hoveredStation)}  ` + (found
-    ? `elevation ${readable(found.elevation)}  grade ${(found.grade * 100).toFixed(2)} %`
+    ? `elevation ${readable(found.elevation)}  grade ${percent(found.grade)}`
     : "no profile here");
   repaint(view);
 }
@@ -222,7 +229,8 @@ const profileView = makeView(find("#profile-canvas"), {
   home: profileHome, paint: paintProfile, hover: hoverProfile, pick: hoverProfile,
 });
 addZoomButtons(profileView, find("#profiles .buttons"));
-profileView.canvas.addEventListener("pointerleave", () => {
+profileView.canvas.addEventListener("pointerleave", (event) => {
+  if (event.pointerType === "touch") return; // a finger leaves where it has pointed
   hoveredStation = null;
   find("#profiles .readout").textContent = "";
   repaint(profileView);
@@ -239,7 +247,6 @@ function showProfile(at) {
   repaint(profileView);
   find("#profiles .remarks").replaceChildren(...line.remarks.map((remark) => make("li", {}, remark)),
     ...line.derived.map((text) => make("li", { className: "meaning" }, text)));
-  find("#profiles .caption").replaceChildren(captionOf(line, profileView.sheet.stretch));
 }
 
 /** @param {ProfileLine} line @param {number} stretch */

@@ -21,6 +21,12 @@ function readable(value, decimals = 3) {
   return value.toFixed(decimals);
 }
 
+/** A grade, which is stored as rise over run. @param {number} grade */
+function percent(grade) {
+  const text = (grade * 100).toFixed(2);
+  return `${text === "-0.00" ? "0.00" : text} %`;
+}
+
 /** @param {number} count @param {string} one @param {string} [many] */
 function counted(count, one, many = `${one}s`) {
   return `${count.toLocaleString("en")} ${count === 1 ? one : many}`;
@@ -60,26 +66,25 @@ function numberCell(tag, value, isReal) {
 
 // What is copied has each number with all its decimals.
 document.addEventListener("copy", (event) => {
-  const selection = getSelection();
-  if (!selection || selection.rangeCount === 0 || !event.clipboardData) return;
-  const range = selection.getRangeAt(0);
+  const selected = getSelection();
+  if (event.target instanceof HTMLInputElement || !event.clipboardData) return;
+  if (!selected || selected.isCollapsed) return;
+  const range = selected.getRangeAt(0);
   const inside = range.commonAncestorContainer;
   const parent = inside instanceof Element ? inside : inside.parentElement;
   /** @type {HTMLElement|null|undefined} */
   const alone = parent?.closest("[data-full]");
-  if (alone) {
-    event.clipboardData.setData("text/plain", alone.dataset.full ?? "");
-  } else {
-    const copied = range.cloneContents();
-    if (!copied.querySelector("[data-full]")) return;
-    for (const cell of copied.querySelectorAll("[data-full]")) {
-      if (cell instanceof HTMLElement) cell.textContent = cell.dataset.full ?? "";
-    }
-    const rows = [...copied.querySelectorAll("tr")];
-    const text = rows.length > 0
-      ? rows.map((row) => [...row.children].map((cell) => cell.textContent).join("\t")).join("\n")
-      : copied.textContent ?? "";
-    event.clipboardData.setData("text/plain", text);
+  let text = alone?.dataset.full;
+  if (text === undefined) {
+    // As the browser itself writes rows and lists as text, for which they must be in the page.
+    const copied = make("div", { className: "copied" }, range.cloneContents());
+    const cells = copied.querySelectorAll("[data-full]");
+    if (cells.length === 0) return;
+    for (const cell of cells) cell.textContent = cell.dataset.full;
+    document.body.append(copied);
+    text = /** @type {string} */ (copied.innerText).trim();
+    copied.remove();
   }
+  event.clipboardData.setData("text/plain", text);
   event.preventDefault();
 });

@@ -102,6 +102,7 @@ function listenToPointers(view) {
   };
   const { canvas } = view;
   canvas.addEventListener("pointerdown", (event) => {
+    if (event.button !== 0) return;
     canvas.setPointerCapture(event.pointerId);
     down.set(event.pointerId, { x: event.offsetX, y: event.offsetY });
     if (down.size === 1) travelled = 0;
@@ -135,6 +136,7 @@ function listenToPointers(view) {
   };
   canvas.addEventListener("pointerup", lift);
   canvas.addEventListener("pointercancel", lift);
+  canvas.addEventListener("lostpointercapture", lift);
 }
 
 /** @param {View} view */
@@ -157,6 +159,17 @@ function listenToWheelAndKeys(view) {
   });
 }
 
+/** Gives the view the size that its canvas has. Who sees all goes on seeing all. @param {View} view */
+function fitCanvas(view) {
+  const { sheet } = view;
+  const home = view.home();
+  const isHome = sheet.x === home.x && sheet.y === home.y && sheet.scale === home.scale;
+  view.width = view.canvas.clientWidth || 1;
+  view.height = view.canvas.clientHeight || 1;
+  if (isHome) view.sheet = view.home();
+  repaint(view);
+}
+
 /** Makes a view on a canvas. It keeps its size with the page and is painted in its colours.
  * @param {HTMLCanvasElement} canvas
  * @param {{home: (view: View) => Sheet, paint: (view: View) => void,
@@ -167,14 +180,10 @@ function makeView(canvas, drawing) {
   if (!context) throw new Error("no canvas");
   /** @type {View} */
   const view = { canvas, context, sheet: { x: 0, y: 0, scale: 1, stretch: 1 },
-    width: canvas.clientWidth || 1, height: canvas.clientHeight || 1, home: () => drawing.home(view), paint: drawing.paint, hover: drawing.hover, pick: drawing.pick,
-    isAsked: false };
+    width: canvas.clientWidth || 1, height: canvas.clientHeight || 1, home: () => drawing.home(view),
+    paint: drawing.paint, hover: drawing.hover, pick: drawing.pick, isAsked: false };
   view.sheet = view.home();
-  new ResizeObserver(() => {
-    view.width = canvas.clientWidth || 1;
-    view.height = canvas.clientHeight || 1;
-    repaint(view);
-  }).observe(canvas);
+  new ResizeObserver(() => fitCanvas(view)).observe(canvas);
   matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => repaint(view));
   listenToPointers(view);
   listenToWheelAndKeys(view);
