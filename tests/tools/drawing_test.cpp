@@ -164,21 +164,33 @@ TEST(ProfileLines, DoWithoutEndsThatTheLengthsTellAndSayWhatDoesNotFit)
     EXPECT_NEAR(elevationAt(byTurn, 20), 1.0, 1e-12);
     EXPECT_TRUE(byTurn.remarks.empty());
 
-    for (Vertices odd : {Vertices{{VERTEX_POINT, 0, 1, 0.0, 0, 0},
-                                  {VERTEX_INTERSECTION, 100, 1, 2.0, 120, 20},
-                                  {VERTEX_POINT, 200, 1, 0.0, 0, 0}},
-                         Vertices{{VERTEX_POINT, 0, 1, 0.0, 0, 0},
-                                  {VERTEX_HIGH_POINT, 100, 1, 2.0, 0, 0},
-                                  {VERTEX_POINT, 200, 1, 0.0, 0, 0}},
-                         Vertices{{VERTEX_CURVE_BEGIN, 0, 1, 1.0, 0, 0},
-                                  {VERTEX_LOW_POINT, 10, 1, 0.5, 0, 0},
-                                  {VERTEX_CURVE_END, 30, 1, 2.6, 0, 0}},
-                         Vertices{{VERTEX_POINT, 50, 1, 0.0, 0, 0},
-                                  {VERTEX_POINT, 40, 1, 2.0, 0, 0},
-                                  {VERTEX_POINT, 200, 1, 0.0, 0, 0}},
-                         Vertices{{VERTEX_POINT, 50, 1, 0.0, 0, 0},
-                                  {VERTEX_POINT, 60, 1, NAN, 0, 0},
-                                  {VERTEX_POINT, 200, 1, 0.0, 0, 0}}}) {
+    Vertices byGrades = {{VERTEX_POINT, 0, 1, 0.0, 0, 0},
+                         {VERTEX_CURVE_BEGIN, 100, 1, 1.0, 0, 0},
+                         {VERTEX_CURVE_END, 200, 1, 1.0, 0, 0},
+                         {VERTEX_POINT, 300, 1, 0.0, 0, 0}};
+    EXPECT_NEAR(elevationAt(lineThrough(byGrades), 150), 1.25, 1e-12);
+    EXPECT_TRUE(lineThrough(byGrades).remarks.empty());
+    Vertices otherGrades = byGrades;
+    otherGrades[3].elevation = 1.0;
+
+    for (Vertices odd :
+         {otherGrades,
+          Vertices{{VERTEX_POINT, 0, 1, 0.0, 0, 0}, {VERTEX_LINK_END, 100, 1, 2.0, 50, 50}},
+          Vertices{{VERTEX_POINT, 0, 1, 0.0, 0, 0},
+                   {VERTEX_INTERSECTION, 100, 1, 2.0, 120, 20},
+                   {VERTEX_POINT, 200, 1, 0.0, 0, 0}},
+          Vertices{{VERTEX_POINT, 0, 1, 0.0, 0, 0},
+                   {VERTEX_HIGH_POINT, 100, 1, 2.0, 0, 0},
+                   {VERTEX_POINT, 200, 1, 0.0, 0, 0}},
+          Vertices{{VERTEX_CURVE_BEGIN, 0, 1, 1.0, 0, 0},
+                   {VERTEX_LOW_POINT, 10, 1, 0.5, 0, 0},
+                   {VERTEX_CURVE_END, 30, 1, 2.6, 0, 0}},
+          Vertices{{VERTEX_POINT, 50, 1, 0.0, 0, 0},
+                   {VERTEX_POINT, 40, 1, 2.0, 0, 0},
+                   {VERTEX_POINT, 200, 1, 0.0, 0, 0}},
+          Vertices{{VERTEX_POINT, 50, 1, 0.0, 0, 0},
+                   {VERTEX_POINT, 60, 1, NAN, 0, 0},
+                   {VERTEX_POINT, 200, 1, 0.0, 0, 0}}}) {
         EXPECT_EQ(lineThrough(odd).remarks.size(), 1U);
     }
 

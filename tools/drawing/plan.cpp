@@ -25,8 +25,10 @@ static void drawShape(Pen* pen, const PlanPath& shape)
 
 static void addWay(Plan* plan, uint32_t kind, size_t row, PlanPath path)
 {
-    // A place alone is no way.
-    if (path.size() > 1) plan->ways.push_back({kind, row, std::move(path)});
+    // Places alone are no way.
+    auto goesOn = [](const PathStep& step) { return step.kind != PATH_MOVE; };
+    if (!std::any_of(path.begin(), path.end(), goesOn)) return;
+    plan->ways.push_back({kind, row, std::move(path)});
 }
 
 static std::string unlikeConvention(const std::string& fault)
@@ -187,17 +189,19 @@ struct Extent {
     double high;
 };
 
-// The extent of the values without the outermost twentieth on each side, and then as much again
-// on each side as far as there are values. Reorders them.
+// The extent of the values without the outermost twentieth on each side, and then several times
+// as much on each side as far as there are values. Reorders them.
 static Extent usualExtent(std::vector<double>* values)
 {
     constexpr size_t OUTERMOST = 20;
+    constexpr double TIMES = 5.0;
+    constexpr size_t FEW = 8; // any fewer are all of them usual
     if (values->empty()) return {-0.5, 0.5};
     std::sort(values->begin(), values->end());
-    size_t cut = values->size() / OUTERMOST;
+    size_t cut = values->size() < FEW ? 0 : std::max(values->size() / OUTERMOST, size_t{1});
     double low = (*values)[cut];
     double high = (*values)[values->size() - 1 - cut];
-    double range = high - low;
+    double range = high > low ? (high - low) * TIMES : HUGE_VAL;
     return {std::max(values->front(), low - range), std::min(values->back(), high + range)};
 }
 

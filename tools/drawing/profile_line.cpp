@@ -195,15 +195,55 @@ static bool takeCurveByTurn(LineBuild* build, const ProfileVertex& end)
     return true;
 }
 
-// -- Curves of which the vertices tell the turn alone ------------------------
+// -- Curves of which the vertices tell less ----------------------------------
+
+constexpr double SAME_GRADE = 1e-4;
+
+// Returns the piece with which the line comes to where it is, or null.
+static const ProfilePiece* pieceBefore(const LineBuild* build)
+{
+    if (!build->hasPlace || build->line->pieces.empty()) return nullptr;
+    const ProfilePiece* last = &build->line->pieces.back();
+    return last->kind != PIECE_LINK && last->endStation == build->place.station ? last : nullptr;
+}
+
+// Takes a curve of which begin and end are told alone, the vertex at being its end: the grades
+// before and behind it tell its form, when they agree.
+static bool takeCurveByGrades(LineBuild* build)
+{
+    ProfilePlace end = placeOf(build->vertices[build->at]);
+    const ProfilePiece* before = pieceBefore(build);
+    const ProfileVertex* next = nextButTurns(build, build->at + 1);
+    if (before == nullptr || next == nullptr || !canBeDrawn(*next)) return false;
+    double gradeOut = 2 * gradeBetween(build->place, end) - before->endGrade;
+    if (std::fabs(gradeOut - gradeBetween(end, placeOf(*next))) > SAME_GRADE) return false;
+    appendPiece(build, PIECE_CURVE, end, before->endGrade, gradeOut);
+    build->line->derived.push_back(
+        atStation(end.station, "the form of the vertical curve that ends here is not told; it "
+                               "follows from the grades beside it"));
+    return true;
+}
+
+// True when the line goes on to the vertex at by a curve of which no vertex between tells the
+// form.
+static bool comesByUntoldCurve(const LineBuild* build)
+{
+    const ProfileVertex& vertex = build->vertices[build->at];
+    if (!build->hasPlace || build->at == 0) return false;
+    if (vertex.station <= build->place.station + TOLERANCE) return false;
+    const ProfileVertex& last = build->vertices[build->at - 1];
+    if (last.vertexCode == VERTEX_CURVE_BEGIN) return true;
+    return vertex.vertexCode == VERTEX_CURVE_END && last.vertexCode != VERTEX_INTERSECTION &&
+           !isTurn(last);
+}
 
 // Stores the grade with which the line comes to where it is, if it comes off a curve.
 static bool gradeBefore(const LineBuild* build, double* grade)
 {
-    if (!build->hasPlace || build->line->pieces.empty()) return false;
-    const ProfilePiece& last = build->line->pieces.back();
-    *grade = last.endGrade;
-    return last.kind == PIECE_CURVE;
+    const ProfilePiece* last = pieceBefore(build);
+    if (last == nullptr || last->kind != PIECE_CURVE) return false;
+    *grade = last->endGrade;
+    return true;
 }
 
 // Stores the grade with which the line leaves the vertex behind the turn, if a curve begins there
@@ -259,7 +299,6 @@ static bool takeLoneTurn(LineBuild* build)
     bool fits = begin >= build->place.station - TOLERANCE && begin < turn.station &&
                 end > turn.station && end <= next->station + TOLERANCE;
     if (!fits) return false;
-    constexpr double SAME_GRADE = 1e-4;
     double gradeIn = rate * (begin - turn.station);
     double gradeOut = rate * (end - turn.station);
     if (hasBefore && std::fabs(gradeIn - before) > SAME_GRADE) return false;
@@ -297,6 +336,19 @@ static void takeTurn(LineBuild* build)
 
 // -- The whole ---------------------------------------------------------------
 
+static void takeLinkEnd(LineBuild* build)
+{
+    ProfilePlace end = placeOf(build->vertices[build->at]);
+    bool hasBegin = build->at > 0 && build->hasPlace &&
+                    build->vertices[build->at - 1].vertexCode == VERTEX_LINK_BEGIN;
+    if (!hasBegin) remark(build, end.station, "a link ends that has not begun; drawn straight");
+    if (hasBegin && end.station >= build->place.station) {
+        appendPiece(build, PIECE_LINK, end, 0.0, 0.0);
+    } else {
+        appendGrade(build, end);
+    }
+}
+
 // Takes one vertex, and what belongs to it.
 static void takeVertex(LineBuild* build)
 {
@@ -309,13 +361,16 @@ static void takeVertex(LineBuild* build)
     }
     if (isTurn(vertex)) return takeTurn(build);
     if (vertex.vertexCode == VERTEX_INTERSECTION) return takeIntersection(build);
-    if (vertex.vertexCode == VERTEX_LINK_END && build->hasPlace) {
-        ProfilePlace end = placeOf(vertex);
-        if (end.station >= build->place.station) {
-            appendPiece(build, PIECE_LINK, end, 0.0, 0.0);
-        }
-        build->place = end;
+    if (vertex.vertexCode == VERTEX_LINK_END) {
+        takeLinkEnd(build);
     } else {
+        bool isUntold = comesByUntoldCurve(build);
+        bool isEnd = build->isOpen && vertex.vertexCode == VERTEX_CURVE_END;
+        if (isUntold && !(isEnd && takeCurveByGrades(build))) {
+            remark(build, vertex.station,
+                   "a vertical curve whose form is not told leads here; "
+                   "drawn straight");
+        }
         appendGrade(build, placeOf(vertex));
     }
     build->isOpen = vertex.vertexCode == VERTEX_CURVE_BEGIN;

@@ -143,11 +143,20 @@ static std::string scaleBar(const PlanSheet& sheet)
     double length = roundedDown(LONGEST / sheet.scale);
     double y = sheet.height - 18;
     double end = MARGIN + length * sheet.scale;
-    int decimals = length < 1.0 ? 3 : 0;
     return lineFromTo(MARGIN, y, end, y, "axis") +
            lineFromTo(MARGIN, y - 4, MARGIN, y + 4, "axis") +
            lineFromTo(end, y - 4, end, y + 4, "axis") +
-           textAt(end + 8, y + 4, "soft", fixed(length, decimals));
+           textAt(end + 8, y + 4, "soft", plain(length));
+}
+
+// What a drawing that shows the usual part of the plan leaves out.
+static std::string outsideText(const PlanSheet& sheet, const Plan& plan)
+{
+    auto isOutside = [&sheet](const PlanPoint& point) { return !isSeen(sheet, point); };
+    auto outside = std::count_if(plan.points.begin(), plan.points.end(), isOutside);
+    if (outside == 0) return "";
+    return textAt(MARGIN + 400, sheet.height - 14, "soft",
+                  "points far outside: " + std::to_string(outside));
 }
 
 static std::string northArrow()
@@ -184,5 +193,5 @@ std::string planSvg(const Plan& plan, const std::string& title)
     std::string text = beginSvg(WIDTH, sheet.height, title);
     text += textAt(MARGIN, 32, "title", title);
     text += northArrow() + waysOf(sheet, plan) + dotsOf(sheet, plan) + namesOf(sheet, plan);
-    return text + scaleBar(sheet) + legend(sheet) + endSvg();
+    return text + scaleBar(sheet) + outsideText(sheet, plan) + legend(sheet) + endSvg();
 }

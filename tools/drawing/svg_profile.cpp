@@ -65,8 +65,10 @@ static ProfileSheet sheetFor(const ProfileLine& line)
     ProfileSheet sheet = extentOf(line);
     constexpr double SHORTEST = 1e-3; // of a profile that has an extent
     if (sheet.highStation < sheet.lowStation + SHORTEST) sheet.highStation += 1.0;
-    double range = std::max(sheet.highElevation - sheet.lowElevation, 1e-3);
-    sheet.stationScale = DRAWING_WIDTH / (sheet.highStation - sheet.lowStation);
+    double length = sheet.highStation - sheet.lowStation;
+    // What is all but flat looks flat.
+    double range = std::max(sheet.highElevation - sheet.lowElevation, length / 1000);
+    sheet.stationScale = DRAWING_WIDTH / length;
     constexpr double ROOM = 0.85; // of the height, for the line itself
     sheet.exaggeration = oneDigit(DRAWING_HEIGHT * ROOM / range / sheet.stationScale);
     double seen = DRAWING_HEIGHT / sheet.stationScale / sheet.exaggeration;
@@ -96,12 +98,6 @@ static std::string axes(const ProfileSheet& sheet)
     }
     return text + textAt(WIDTH - RIGHT, HEIGHT - 14, "soft end", "station") +
            textAt(LEFT - 8, TOP - 12, "soft end", "elevation");
-}
-
-static std::string exaggerationText(double exaggeration)
-{
-    int decimals = exaggeration < 1.0 ? 6 : 0;
-    return "vertical exaggeration " + fixed(exaggeration, decimals);
 }
 
 // -- The line ----------------------------------------------------------------
@@ -196,7 +192,8 @@ std::string profileSvg(const ProfileLine& line, const std::string& title)
     ProfileSheet sheet = sheetFor(line);
     std::string text = beginSvg(WIDTH, HEIGHT, title);
     text += textAt(LEFT, 30, "title", title);
-    text += textAt(WIDTH - RIGHT, 30, "soft end", exaggerationText(sheet.exaggeration));
+    text +=
+        textAt(WIDTH - RIGHT, 30, "soft end", "vertical exaggeration " + plain(sheet.exaggeration));
     text += axes(sheet) + tangents(sheet, line);
     text += pathOf(lineData(sheet, line, true), "link");
     text += pathOf(lineData(sheet, line, false), "grade");

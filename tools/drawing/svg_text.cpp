@@ -60,7 +60,16 @@ std::string fixed(double value, int decimals)
 {
     char text[400];
     auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
-    return std::string(text, end.ptr);
+    std::string result(text, end.ptr);
+    bool isZero = result.find_first_not_of("-0.") == std::string::npos;
+    return isZero && result.front() == '-' ? result.substr(1) : result;
+}
+
+std::string plain(double value)
+{
+    constexpr int MOST_DECIMALS = 18;
+    double decimals = std::ceil(-std::log10(value) - 1e-9);
+    return fixed(value, static_cast<int>(std::clamp(decimals, 0.0, double{MOST_DECIMALS})));
 }
 
 std::string attribute(const char* name, std::string_view value)

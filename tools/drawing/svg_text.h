@@ -10,8 +10,11 @@
 // Returns a UTF-8 text as it stands in a document: markup and control characters do nothing there.
 std::string escaped(std::string_view text);
 
-// Returns a number with so many decimals, and a point in every locale.
+// Returns a number with so many decimals, a point in every locale, and no sign when it is 0.
 std::string fixed(double value, int decimals);
+
+// Returns a number above 0 that has one digit, and zeros.
+std::string plain(double value);
 
 // Attributes, with a blank before each.
 std::string attribute(const char* name, std::string_view value);
