@@ -138,6 +138,7 @@ TEST(ProfileLines, HaveOneTangentWhereACurveWithTwoLengthsMeetsItself)
     // 2 % up over 30, then 4 % down over 60; by hand, the join lies 30 * 60 / 2 / 90 * 6 % below.
     ProfileLine line = lineThrough({{VERTEX_POINT, 0, 1, 10.0, 0, 0},
                                     {VERTEX_CURVE_BEGIN, 100, 1, 12.0, 0, 0},
+                                    {VERTEX_HIGH_POINT, 130, 1, 12.3, 0, 0}, // of one parabola
                                     {VERTEX_INTERSECTION, 130, 1, 12.6, 30, 60},
                                     {VERTEX_CURVE_END, 190, 1, 10.2, 0, 0}});
     ASSERT_EQ(line.pieces.size(), 3U);

@@ -189,12 +189,12 @@ struct Extent {
     double high;
 };
 
-// The extent of the values without the outermost twentieth on each side, and then several times
-// as much on each side as far as there are values. Reorders them.
+// The extent of the values without the outermost twentieth on each side, and then twice as much on
+// each side as far as there are values. Reorders them.
 static Extent usualExtent(std::vector<double>* values)
 {
     constexpr size_t OUTERMOST = 20;
-    constexpr double TIMES = 5.0;
+    constexpr double TIMES = 2.0;
     constexpr size_t FEW = 8; // any fewer are all of them usual
     if (values->empty()) return {-0.5, 0.5};
     std::sort(values->begin(), values->end());

@@ -377,14 +377,33 @@ static void takeVertex(LineBuild* build)
     ++build->at;
 }
 
-// Turns that do not lie on the line.
+// True in a vertical curve of which the two lengths differ.
+static bool isInUnevenCurve(const ProfileLine& line, double station)
+{
+    for (const ProfileIntersection& at : line.intersections) {
+        double back = at.station - at.beginStation;
+        double ahead = at.endStation - at.station;
+        bool covers = station > at.beginStation && station < at.endStation;
+        if (covers && std::fabs(back - ahead) > TOLERANCE) return true;
+    }
+    return false;
+}
+
+// Turns that do not lie on the line. The turn of a curve with two lengths may have been computed
+// as if it were one parabola: that is no fault of the vertices.
 static void checkTurns(LineBuild* build)
 {
     constexpr double ON_THE_LINE = 0.01;
-    for (const ProfileTurn& turn : build->line->turns) {
-        const ProfilePiece* piece = pieceAt(*build->line, turn.station);
+    ProfileLine* line = build->line;
+    for (const ProfileTurn& turn : line->turns) {
+        const ProfilePiece* piece = pieceAt(*line, turn.station);
         if (piece == nullptr) continue;
-        if (std::fabs(elevationOn(*piece, turn.station) - turn.elevation) > ON_THE_LINE) {
+        if (std::fabs(elevationOn(*piece, turn.station) - turn.elevation) <= ON_THE_LINE) continue;
+        if (isInUnevenCurve(*line, turn.station)) {
+            line->derived.push_back(
+                atStation(turn.station, "the turning point is told as of one parabola; two are "
+                                        "drawn, for the lengths of the curve differ"));
+        } else {
             remark(build, turn.station,
                    turn.isHigh ? "the high point does not lie on the line"
                                : "the low point does not lie on the line");

@@ -21,36 +21,48 @@ constexpr const char* STYLE =
     ".link{stroke:var(--soft);stroke-dasharray:5 4}.tangent{stroke:var(--soft);"
     "stroke-dasharray:2 3}.turn{fill:var(--curve)}";
 
+// Returns what stands for a character of markup, or null for any other.
+static const char* entityFor(char character)
+{
+    switch (character) {
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '&':
+        return "&amp;";
+    case '"':
+        return "&quot;";
+    case '\'':
+        return "&#39;";
+    default:
+        return nullptr;
+    }
+}
+
+// The two code points that no document may hold.
+static bool isNoCharacter(std::string_view text)
+{
+    return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF");
+}
+
 std::string escaped(std::string_view text)
 {
     std::string result;
-    for (char character : text) {
-        auto code = static_cast<unsigned char>(character);
-        switch (character) {
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        case '&':
-            result += "&amp;";
-            break;
-        case '"':
-            result += "&quot;";
-            break;
-        case '\'':
-            result += "&#39;";
-            break;
-        default:
-            // A document must not hold control characters: their pictures stand for them.
-            if (code < 0x20) {
-                result += "&#" + std::to_string(0x2400 + code) + ";";
-            } else if (code == 0x7F) {
-                result += "&#9249;";
-            } else {
-                result += character;
-            }
+    for (size_t at = 0; at < text.size(); ++at) {
+        auto code = static_cast<unsigned char>(text[at]);
+        // Nor may it hold control characters: their pictures stand for them.
+        if (const char* entity = entityFor(text[at])) {
+            result += entity;
+        } else if (code < 0x20) {
+            result += "&#" + std::to_string(0x2400 + code) + ";";
+        } else if (code == 0x7F) {
+            result += "&#9249;";
+        } else if (isNoCharacter(text.substr(at))) {
+            result += "&#65533;";
+            at += 2;
+        } else {
+            result += text[at];
         }
     }
     return result;

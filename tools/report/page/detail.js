@@ -22,7 +22,7 @@ function block(title, ...content) {
 function linkList(references) {
   const FIRST = 40;
   const items = references.map((reference) => make("li", {},
-    make("span", { className: "kind" }, `${kinds[reference.kind].name} `), linkTo(reference)));
+    make("span", { className: "kind" }, `${kinds[reference.kind].label} `), linkTo(reference)));
   const list = make("ul", {}, ...items.slice(0, FIRST));
   if (items.length > FIRST) {
     const more = make("button", { type: "button", className: "more", Click: () => {
@@ -114,7 +114,7 @@ function detailOf(reference) {
   const { kind, row } = reference;
   const head = [make("button", { type: "button", className: "close", title: "Close", "aria-label": "Close",
     Click: () => select(null) }, "\u00d7"),
-  make("p", { className: "kind" }, kinds[kind].name), make("h2", {}, nameOf(kind, row))];
+  make("p", { className: "kind" }, kinds[kind].label), make("h2", {}, nameOf(kind, row))];
   if (!wasRead(kinds[kind].rows[row])) {
     return [...head, make("p", { className: "notice" }, `Cannot be read: ${reasonUnread(reference)}.`)];
   }

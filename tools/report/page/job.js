@@ -4,7 +4,7 @@
  * A row is an element: its name, its members in the order of the kind's columns, and behind them
  * the list of a chain, profile or survey chain. Of one that could not be read it is the name alone.
  * @typedef {any[]} Row
- * @typedef {{name: string, plural: string, count: number|null, columns: [string, string][],
+ * @typedef {{name: string, label: string, plural: string, count: number|null, columns: [string, string][],
  *   rows: Row[], byName: Map<string, number>, at: Object<string, number>}} Kind
  * @typedef {{kind: number, row: number}} Reference
  * @typedef {{kind: number, row: number, path: number[]}} Way
@@ -48,7 +48,7 @@ const kinds = data.kinds.map((/** @type {any} */ kind) => {
   kind.columns.forEach((/** @type {[string, string]} */ column, /** @type {number} */ index) => {
     at[column[0]] = index + 1;
   });
-  return { ...kind, byName, at };
+  return { ...kind, label: kind.name.replace("-", " "), byName, at };
 });
 
 /** @type {Way[]} */

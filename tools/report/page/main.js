@@ -74,10 +74,10 @@ function missingRows() {
   const list = make("ul");
   for (const { kind, row, reason } of unreadable) {
     list.append(row === null ? make("li", {}, reason)
-      : make("li", {}, `${kinds[kind].name} `, linkTo({ kind, row }), `: cannot be read: ${reason}`));
+      : make("li", {}, `${kinds[kind].label} `, linkTo({ kind, row }), `: cannot be read: ${reason}`));
   }
   for (const { kind, row, reason } of notDrawn) {
-    list.append(make("li", {}, `${kinds[kind].name} `, linkTo({ kind, row }),
+    list.append(make("li", {}, `${kinds[kind].label} `, linkTo({ kind, row }),
       `: ${drawnPart(kind, row)}: ${reason}`));
   }
   return list.children.length > 0 ? [make("div", {}, make("h2", {}, "What is missing"), list)] : [];
@@ -90,7 +90,7 @@ function showHead() {
       event.preventDefault();
       showKind(at);
       find("#tables").scrollIntoView({ behavior: "smooth" });
-    } }, make("b", {}, count), ` ${kind.count === 1 ? kind.name.replace("-", " ") : kind.plural}`));
+    } }, make("b", {}, count), ` ${kind.count === 1 ? kind.label : kind.plural}`));
   });
   const parts = [];
   if (unreadable.length > 0) parts.push(`${unreadable.length} could not be read`);

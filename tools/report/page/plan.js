@@ -209,7 +209,13 @@ function paintPlan(view) {
     else paintWays(view, layer);
   }
   if (selection) paintSelected(view, selection);
-  paintScale(view);
+  if (planPoints.length > 0 || ways.length > 0) {
+    paintScale(view);
+    return;
+  }
+  view.context.fillStyle = colour("--soft");
+  view.context.font = "14px system-ui, sans-serif";
+  view.context.fillText("Nothing to draw", 20, 30);
 }
 
 /** The distance of a place from a way, in units of the plan.
@@ -265,7 +271,7 @@ function elementAt(view, screenX, screenY) {
 function hoverPlan(view, x, y) {
   const found = elementAt(view, x, y);
   view.canvas.style.cursor = found ? "pointer" : "crosshair";
-  const what = found ? `${kinds[found.kind].name} ${nameOf(found.kind, found.row)}\n` : "";
+  const what = found ? `${kinds[found.kind].label} ${nameOf(found.kind, found.row)}\n` : "";
   find("#plan .readout").textContent =
     `${what}E ${readable(fromScreenX(view, x))}  N ${readable(fromScreenY(view, y))}`;
 }
@@ -276,7 +282,10 @@ find("#plan-canvas").style.setProperty("--aspect", String((planNorth - planSouth
 
 const planView = makeView(find("#plan-canvas"), {
   home: planHome, paint: paintPlan, hover: hoverPlan,
-  pick: (view, x, y) => select(elementAt(view, x, y)),
+  pick: (view, x, y) => {
+    hoverPlan(view, x, y); // a finger does not hover
+    select(elementAt(view, x, y));
+  },
 });
 addZoomButtons(planView, find("#plan .buttons"));
 

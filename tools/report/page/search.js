@@ -34,7 +34,7 @@ function showResults() {
     { role: "option", "aria-selected": String(at === chosen), Mousedown: (/** @type {Event} */ event) => {
       event.preventDefault();
       take(at);
-    } }, nameOf(result.kind, result.row), make("span", { className: "kind" }, kinds[result.kind].name))));
+    } }, nameOf(result.kind, result.row), make("span", { className: "kind" }, kinds[result.kind].label))));
   if (results.length === 0) list.append(make("li", { className: "none" }, "No element of that name"));
 }
 

@@ -159,7 +159,7 @@ function showTable() {
   showSeenRows();
   const all = kinds[shownKind].rows.length;
   find("#tables .caption").textContent = shownRows.length === all
-    ? counted(all, kinds[shownKind].name, kinds[shownKind].plural)
+    ? counted(all, kinds[shownKind].label, kinds[shownKind].plural)
     : `${counted(shownRows.length, "row")} of ${all.toLocaleString("en")}`;
   tableTabs.forEach(({ tab, kind }) => tab.setAttribute("aria-pressed", String(kind === shownKind)));
 }

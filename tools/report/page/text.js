@@ -17,7 +17,7 @@ function visible(text) {
 function readable(value, decimals = 3) {
   if (Number.isInteger(value) && Math.abs(value) < 1e15 && decimals === 0) return String(value);
   const size = Math.abs(value);
-  if (size !== 0 && (size >= 1e10 || size < 10 ** -decimals / 2)) return value.toPrecision(6);
+  if (size !== 0 && (size >= 1e10 || size < 10 ** -decimals / 2)) return String(Number(value.toPrecision(6)));
   return value.toFixed(decimals);
 }
 
