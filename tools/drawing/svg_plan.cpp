@@ -104,8 +104,7 @@ static bool isSeen(const PlanSheet& sheet, const PlanPoint& point)
 
 static std::string dotsOf(const PlanSheet& sheet, const Plan& plan)
 {
-    std::string dots = "<path stroke=\"var(--point)\" stroke-linecap=\"round\" "
-                       "style=\"stroke-width:2.6\" d=\"";
+    std::string dots = "<path class=\"point\" d=\"";
     for (const PlanPoint& point : plan.points) {
         if (isSeen(sheet, point)) dots += "M" + pair(sheet, point.place) + "h0";
     }

@@ -4,22 +4,26 @@
 #include <charconv>
 #include <cmath>
 
+// Colours as they are, without variables, which viewers other than browsers do not know. The dark
+// ones come last: some stop reading there.
+// clang-format off
 constexpr const char* STYLE =
-    "svg{color-scheme:light dark;--ink:#1d2733;--soft:#66727f;--rule:#d9dee3;--paper:#ffffff;"
-    "--point:#1d2733;--line:#7a6a58;--chain:#0b66c3;--curve:#c2410c;--spiral:#7c3aed;"
-    "--survey:#15803d;background:var(--paper);font-family:system-ui,sans-serif;font-size:12px}"
-    "@media(prefers-color-scheme:dark){svg{--ink:#e6ebf0;--soft:#9aa7b4;--rule:#2c3742;"
-    "--paper:#12181f;--point:#e6ebf0;--line:#b8a48c;--chain:#5aa9ff;--curve:#fb923c;"
-    "--spiral:#b794f6;--survey:#4ade80}}"
-    "path,line{fill:none;stroke-width:1.2;vector-effect:non-scaling-stroke}text{fill:var(--ink)}"
-    ".title{font-size:18px;font-weight:600}.soft{fill:var(--soft)}.end{text-anchor:end}"
-    ".middle{text-anchor:middle}.rule{stroke:var(--rule)}.axis{stroke:var(--soft)}"
-    ".point{fill:var(--point)}.label{fill:var(--soft);font-size:10px}"
-    ".way1{stroke:var(--line)}.way2{stroke:var(--curve)}.way3{stroke:var(--spiral)}"
-    ".way4{stroke:var(--chain);stroke-width:2.4;stroke-opacity:.55}"
-    ".way6{stroke:var(--survey)}.grade{stroke:var(--chain);stroke-width:2}"
-    ".link{stroke:var(--soft);stroke-dasharray:5 4}.tangent{stroke:var(--soft);"
-    "stroke-dasharray:2 3}.turn{fill:var(--curve)}";
+    "svg{color-scheme:light dark;background:#ffffff;font-family:system-ui,sans-serif;"
+    "font-size:12px}"
+    "path,line{fill:none;stroke-width:1.2;vector-effect:non-scaling-stroke}"
+    ".paper{fill:#ffffff}text{fill:#1d2733}.soft,.label{fill:#66727f}.label{font-size:10px}"
+    ".title{font-size:18px;font-weight:600}.end{text-anchor:end}.middle{text-anchor:middle}"
+    ".rule{stroke:#d9dee3}.axis,.link,.tangent{stroke:#66727f}.link{stroke-dasharray:5 4}"
+    ".tangent{stroke-dasharray:2 3}.way1{stroke:#7a6a58}.way2{stroke:#c2410c}.turn{fill:#c2410c}"
+    ".way3{stroke:#7c3aed}.way4,.grade{stroke:#0b66c3}.grade{stroke-width:2}"
+    ".way4{stroke-width:2.4;stroke-opacity:.55}.way6{stroke:#15803d}"
+    ".point{stroke:#1d2733;stroke-width:2.6;stroke-linecap:round}"
+    "@media (prefers-color-scheme:dark){"
+    "svg{background:#12181f}.paper{fill:#12181f}text{fill:#e6ebf0}.soft,.label{fill:#9aa7b4}"
+    ".rule{stroke:#2c3742}.axis,.link,.tangent{stroke:#9aa7b4}.way1{stroke:#b8a48c}"
+    ".way2{stroke:#fb923c}.turn{fill:#fb923c}.way3{stroke:#b794f6}"
+    ".way4,.grade{stroke:#5aa9ff}.way6{stroke:#4ade80}.point{stroke:#e6ebf0}}";
+// clang-format on
 
 // Returns what stands for a character of markup, or null for any other.
 static const char* entityFor(char character)
@@ -97,7 +101,7 @@ std::string beginSvg(double width, double height, const std::string& title)
     return "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + size + "\"" +
            attribute("width", fixed(width, 0)) + attribute("height", fixed(height, 0)) +
            " role=\"img\">\n<title>" + escaped(title) + "</title>\n<style>" + STYLE +
-           "</style>\n<rect width=\"100%\" height=\"100%\" fill=\"var(--paper)\"/>\n";
+           "</style>\n<rect width=\"100%\" height=\"100%\" class=\"paper\"/>\n";
 }
 
 std::string endSvg() { return "</svg>\n"; }

@@ -4,7 +4,6 @@
 /** Shows control characters as their pictures, so that nothing of a name is hidden.
  * @param {string} text */
 function visible(text) {
-  // eslint-disable-next-line no-control-regex
   return text.replace(/[\u0000-\u001f\u007f-\u009f]/g, (character) => {
     const code = character.charCodeAt(0);
     if (code < 0x20) return String.fromCharCode(0x2400 + code);
