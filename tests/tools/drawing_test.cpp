@@ -195,6 +195,11 @@ TEST(ProfileLines, DoWithoutEndsThatTheLengthsTellAndSayWhatDoesNotFit)
         EXPECT_EQ(lineThrough(odd).remarks.size(), 1U);
     }
 
+    Vertices noEnd = {{VERTEX_CURVE_BEGIN, 0, 1, 1.0, 0, 0},
+                      {VERTEX_LOW_POINT, 10, 1, 0.5, 0, 0},
+                      {VERTEX_CURVE_END, 30, 1, NAN, 0, 0}};
+    EXPECT_EQ(lineThrough(noEnd).pieces.size(), 1U);
+
     ProfileLine link = lineThrough({{VERTEX_POINT, 0, 1, 0.0, 0, 0},
                                     {VERTEX_LINK_BEGIN, 10, 1, 0.0, 0, 0},
                                     {VERTEX_LINK_END, 20, 2, 5.0, 0, 0},

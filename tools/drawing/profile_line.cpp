@@ -190,7 +190,7 @@ static bool takeCurveByTurn(LineBuild* build, const ProfileVertex& end)
     if (back <= 0.0 || ahead <= 0.0) return false;
     double rate = 2 * (begin.elevation - turn.elevation) / (back * back);
     double toEnd = rate * ahead * ahead / 2 + turn.elevation - end.elevation;
-    if (std::fabs(toEnd) > TOLERANCE) return false;
+    if (!(std::fabs(toEnd) <= TOLERANCE)) return false; // nor where the end is no number
     appendPiece(build, PIECE_CURVE, placeOf(end), -rate * back, rate * ahead);
     return true;
 }
@@ -349,31 +349,41 @@ static void takeLinkEnd(LineBuild* build)
     }
 }
 
+// Takes a vertex that the line goes to, or the begin or end of a curve.
+static void takePlace(LineBuild* build)
+{
+    const ProfileVertex& vertex = build->vertices[build->at];
+    bool isUntold = comesByUntoldCurve(build);
+    bool isEnd = build->isOpen && vertex.vertexCode == VERTEX_CURVE_END;
+    if (isUntold && !(isEnd && takeCurveByGrades(build))) {
+        remark(build, vertex.station,
+               "a vertical curve whose form is not told leads here; drawn straight");
+    }
+    appendGrade(build, placeOf(vertex));
+}
+
+static void passVertex(LineBuild* build)
+{
+    build->line->remarks.push_back("vertex " + std::to_string(build->at + 1) +
+                                   " has no station or elevation that could be drawn");
+    build->hasPlace = false;
+}
+
 // Takes one vertex, and what belongs to it.
 static void takeVertex(LineBuild* build)
 {
     const ProfileVertex& vertex = build->vertices[build->at];
-    if (!canBeDrawn(vertex)) {
-        remark(build, 0.0, "a vertex without a station or elevation that could be drawn");
-        build->hasPlace = false;
-        ++build->at;
-        return;
-    }
-    if (isTurn(vertex)) return takeTurn(build);
-    if (vertex.vertexCode == VERTEX_INTERSECTION) return takeIntersection(build);
-    if (vertex.vertexCode == VERTEX_LINK_END) {
+    bool isPlace = canBeDrawn(vertex);
+    if (isPlace && isTurn(vertex)) return takeTurn(build);
+    if (isPlace && vertex.vertexCode == VERTEX_INTERSECTION) return takeIntersection(build);
+    if (!isPlace) {
+        passVertex(build);
+    } else if (vertex.vertexCode == VERTEX_LINK_END) {
         takeLinkEnd(build);
     } else {
-        bool isUntold = comesByUntoldCurve(build);
-        bool isEnd = build->isOpen && vertex.vertexCode == VERTEX_CURVE_END;
-        if (isUntold && !(isEnd && takeCurveByGrades(build))) {
-            remark(build, vertex.station,
-                   "a vertical curve whose form is not told leads here; "
-                   "drawn straight");
-        }
-        appendGrade(build, placeOf(vertex));
+        takePlace(build);
     }
-    build->isOpen = vertex.vertexCode == VERTEX_CURVE_BEGIN;
+    build->isOpen = isPlace && vertex.vertexCode == VERTEX_CURVE_BEGIN;
     ++build->at;
 }
 

@@ -19,7 +19,8 @@ constexpr const char* HELP_END =
     "A stored double that is no number (NaN, infinity) is exported as null.\n"
     "\n"
     "Exit status: 0 done; 1 no such element, or the job cannot be opened, read or exported;\n"
-    "2 wrong usage; 3 done, but for something that cannot be read, which standard error names.";
+    "2 wrong usage; 3 done, but for something that cannot be read, or is not drawn, which\n"
+    "standard error names.";
 
 // -- What the commands have in common ----------------------------------------
 

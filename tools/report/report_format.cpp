@@ -110,8 +110,7 @@ static std::string listedJson(uint32_t kind, const void* listed)
         return std::to_string(member->memberKind) + "," + memberNameJson(*member);
     }
     if (kind == ELEMENT_SURVEY_CHAIN) {
-        const auto* point = static_cast<const PointElement*>(listed);
-        return textJson(utf8FromLatin1(point->name)) + "," + std::to_string(point->integer1);
+        return textJson(utf8FromLatin1(static_cast<const PointElement*>(listed)->name));
     }
     std::string items;
     for (const RecordMember& member : recordTable(TABLE_PROFILE_VERTICES).groups[0].members) {

@@ -84,15 +84,27 @@ function memberRows({ kind, row }) {
 const VERTEX_NAMES = ["point", "intersection", "link begin", "link end", "curve begin", "curve end",
   "high point", "low point"];
 
-/** @param {number} row */
+/** The vertices, a list for each segment.
+ * @param {number} row */
 function vertexRows(row) {
-  const list = make("dl");
-  for (const [code, station, , elevation] of listOf(PROFILE, row)) {
-    const term = make("dt", {}, `${VERTEX_NAMES[code] ?? code} `,
-      make("span", { className: "meaning" }, station === null ? "" : readable(station)));
-    list.append(term, elevation === null ? make("dd", {}, "") : numberCell("dd", elevation, true));
+  const blocks = [];
+  let list = make("dl");
+  let shown = null;
+  for (const [code, station, segment, elevation, back, ahead] of listOf(PROFILE, row)) {
+    if (segment !== shown) {
+      list = make("dl");
+      blocks.push(...block(`Vertices, segment ${segment}`, list));
+      shown = segment;
+    }
+    const add = (/** @type {string} */ name, /** @type {string} */ more, /** @type {number|null} */ value) => {
+      const term = make("dt", {}, `${name} `, make("span", { className: "meaning" }, more));
+      list.append(term, value === null ? make("dd", {}, "") : numberCell("dd", value, true));
+    };
+    add(VERTEX_NAMES[code] ?? String(code), station === null ? "" : readable(station), elevation);
+    if (back !== 0) add("", "back length", back);
+    if (ahead !== 0) add("", "ahead length", ahead);
   }
-  return block("Vertices", list);
+  return blocks;
 }
 
 /** Why an element is not drawn, or not whole. @param {Reference} reference */
