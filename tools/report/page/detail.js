@@ -17,12 +17,14 @@ function block(title, ...content) {
   return [make("h3", {}, title), ...content];
 }
 
-/** Links, the first few of many at once and the rest when asked for.
- * @param {Reference[]} references */
-function linkList(references) {
+/** @param {number} kind @param {Node|string} what */
+function linkItem(kind, what) {
+  return make("li", {}, make("span", { className: "kind" }, `${kinds[kind].label} `), what);
+}
+
+/** The first few of many items at once and the rest when asked for. @param {Node[]} items */
+function linkList(items) {
   const FIRST = 40;
-  const items = references.map((reference) => make("li", {},
-    make("span", { className: "kind" }, `${kinds[reference.kind].label} `), linkTo(reference)));
   const list = make("ul", {}, ...items.slice(0, FIRST));
   if (items.length > FIRST) {
     const more = make("button", { type: "button", className: "more", Click: () => {
@@ -130,8 +132,9 @@ function detailOf(reference) {
   if (!wasRead(kinds[kind].rows[row])) {
     return [...head, make("p", { className: "notice" }, `Cannot be read: ${reasonUnread(reference)}.`)];
   }
-  const uses = usesOf(kind, row);
-  const users = usedBy(kind, row);
+  const uses = usesOf(kind, row).map((used) => linkItem(used.kind,
+    used.reference ? linkTo(used.reference) : visible(used.name)));
+  const users = usedBy(kind, row).map((user) => linkItem(user.kind, linkTo(user)));
   return [...head, ...drawingNote(reference),
     ...(users.length > 0 ? block("Used by", linkList(users)) : []),
     ...(uses.length > 0 ? block("Uses", linkList(uses)) : []),

@@ -116,8 +116,10 @@ function elementNamed(kind, name) {
   return row === undefined ? null : { kind, row };
 }
 
-/** What an element refers to, each once, in its order.
- * @param {number} kind @param {number} row @returns {Reference[]} */
+/** What an element refers to, each once, in its order. There is no reference where it cannot be told
+ * which element it is, or whether there is one.
+ * @param {number} kind @param {number} row
+ * @returns {{kind: number, name: string, reference: Reference|null}[]} */
 function usesOf(kind, row) {
   /** @type {[number, string][]} */
   let names = [];
@@ -128,12 +130,11 @@ function usesOf(kind, row) {
     names = listOf(kind, row).filter(([member]) => member !== MEMBER_SHIFT && member !== MEMBER_GAP)
       .map(([member, name]) => [member, name]);
   } else if (kind === SURVEY_CHAIN) {
-    names = listOf(kind, row).map(([name]) => [POINT, name]);
+    names = listOf(kind, row).filter(([name]) => name !== "GAP").map(([name]) => [POINT, name]);
   }
   const found = new Map();
   for (const [other, name] of names) {
-    const reference = elementNamed(other, name);
-    if (reference) found.set(`${other} ${name}`, reference);
+    found.set(`${other} ${name}`, { kind: other, name, reference: elementNamed(other, name) });
   }
   return [...found.values()];
 }
@@ -143,7 +144,8 @@ function usesOf(kind, row) {
 const users = kinds.map(() => new Map());
 for (const kind of [LINE, CHAIN, SURVEY_CHAIN]) {
   kinds[kind].rows.forEach((_, row) => {
-    for (const used of usesOf(kind, row)) {
+    for (const { reference: used } of usesOf(kind, row)) {
+      if (!used) continue;
       const list = users[used.kind].get(used.row);
       if (list) list.push({ kind, row });
       else users[used.kind].set(used.row, [{ kind, row }]);

@@ -69,17 +69,20 @@ function showSelection() {
   repaint(profileView);
 }
 
-/** What could not be read or drawn, as parts of the printed page or of the list. */
-function missingRows() {
+/** What could not be read or drawn, as parts of the printed page or of the list.
+ * @param {number} [most]  rows of each */
+function missingRows(most = Infinity) {
   const list = make("ul");
-  for (const { kind, row, reason } of unreadable) {
+  for (const { kind, row, reason } of unreadable.slice(0, most)) {
     list.append(row === null ? make("li", {}, reason)
       : make("li", {}, `${kinds[kind].label} `, linkTo({ kind, row }), `: cannot be read: ${reason}`));
   }
-  for (const { kind, row, reason } of notDrawn) {
+  for (const { kind, row, reason } of notDrawn.slice(0, most)) {
     list.append(make("li", {}, `${kinds[kind].label} `, linkTo({ kind, row }),
       `: ${drawnPart(kind, row)}: ${reason}`));
   }
+  const left = unreadable.length + notDrawn.length - list.children.length;
+  if (left > 0) list.append(make("li", {}, `${counted(left, "further element")} not printed`));
   return list.children.length > 0 ? [make("div", {}, make("h2", {}, "What is missing"), list)] : [];
 }
 
@@ -98,13 +101,13 @@ function showHead() {
   if (parts.length === 0) return;
   const gaps = find("#gaps");
   gaps.hidden = false;
-  const list = make("div", { hidden: true }, ...missingRows());
+  const list = make("div", { hidden: true, className: "missing" });
   gaps.append(`Of all elements ${parts.join(", ")}. `, make("a", { href: "#", Click: (/** @type {Event} */ event) => {
     event.preventDefault();
+    if (list.children.length === 0) list.append(...missingRows());
     list.hidden = !list.hidden;
   } }, "Show the list"));
   gaps.after(list);
-  list.className = "missing";
 }
 
 showHead();

@@ -62,7 +62,7 @@ addEventListener("beforeprint", () => {
   const height = Math.min(Math.max(1400 * (planNorth - planSouth) / (planEast - planWest) + 120, 350), 740);
   root.classList.add("on-paper");
   find("#print").replaceChildren(pictureOf(planView, 1400, height, "Plan"), ...printedProfiles(),
-    ...missingRows(), ...kinds.flatMap((_, kind) => printedTable(kind)));
+    ...missingRows(MOST_PRINTED_ROWS), ...kinds.flatMap((_, kind) => printedTable(kind)));
   root.classList.remove("on-paper");
 });
 addEventListener("afterprint", () => find("#print").replaceChildren());
