@@ -31,7 +31,7 @@ struct CacheBlock {
 
 // Blocks come in pieces: one that is always there, and those added as pages come in for which
 // there is no block. With all of them the cache holds every page of the largest file.
-constexpr int CACHE_PAGE_ROOM = NODE_PAGE_SIZE + 8;
+constexpr int CACHE_PAGE_ROOM = NODE_PAGE_SIZE + 8; // zeros behind the page; keeps its alignment
 constexpr int MOST_ADDED_PIECES = MAX_PAGES_IN_FILE / CACHE_BLOCKS;
 constexpr int MOST_CACHE_BLOCKS = (1 + MOST_ADDED_PIECES) * CACHE_BLOCKS;
 static_assert(MOST_CACHE_BLOCKS >= MAX_PAGES_IN_FILE);
