@@ -54,8 +54,9 @@ static bool isTurn(const ProfileVertex& vertex)
 
 static double gradeBetween(const ProfilePlace& begin, const ProfilePlace& end)
 {
+    constexpr double UPRIGHT = 1e-9; // what is shorter has no grade
     double run = end.station - begin.station;
-    return run > 0.0 ? (end.elevation - begin.elevation) / run : 0.0;
+    return run > UPRIGHT ? (end.elevation - begin.elevation) / run : 0.0;
 }
 
 static double onGrade(const ProfilePlace& place, double grade, double station)
@@ -137,7 +138,8 @@ static bool findCurveBegin(const LineBuild* build, const ProfileVertex& crossing
     *begin = build->place;
     double station = crossing.station - crossing.backLength;
     if (build->isOpen || liesAt(station, begin->station)) return begin->station < crossing.station;
-    if (station < begin->station || station >= crossing.station) return false;
+    bool isBetween = station >= begin->station && station < crossing.station;
+    if (!isBetween) return false;
     *begin = {station, onGrade(*begin, gradeBetween(*begin, placeOf(crossing)), station)};
     return true;
 }
@@ -152,7 +154,8 @@ static bool findCurveEnd(const ProfileVertex& crossing, const ProfileVertex* nex
     if (next->vertexCode == VERTEX_CURVE_END || liesAt(station, end->station)) {
         return end->station > crossing.station;
     }
-    if (station > end->station || station <= crossing.station) return false;
+    bool isBetween = station > crossing.station && station <= end->station;
+    if (!isBetween) return false;
     double grade = gradeBetween(placeOf(crossing), *end);
     *end = {station, onGrade(placeOf(crossing), grade, station)};
     return true;
