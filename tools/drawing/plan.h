@@ -44,5 +44,6 @@ struct PlanBox {
 };
 
 // Returns the part of the plan to look at first: all of it, but for a few places that lie so far
-// away that the others would have less than a fifth of its width. It has an extent in both directions.
+// away that the others would have less than a fifth of its width. It has an extent in both
+// directions.
 PlanBox firstView(const Plan& plan);
