@@ -1,5 +1,7 @@
 #include "tools/check/tree_check.h"
 
+#include "tools/check/entry_key.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -29,11 +31,6 @@ struct Level {
 
 constexpr int NOT_MET = -1;
 constexpr int NOT_WALKABLE = -1; // in place of the bytes of a page's entries
-
-static SoughtKey keyOf(const uint8_t* entry)
-{
-    return {entryKey(entry), entryNumber(entry), entrySegment(entry)};
-}
 
 // -- Pages that are in no tree ------------------------------------------------
 

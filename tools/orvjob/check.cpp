@@ -51,8 +51,6 @@ static std::string adviceFor(const CheckReport& report, const ElementReport& ele
 
 // -- For people --------------------------------------------------------------
 
-static void printLine(const std::string& line) { std::puts(harmless(line).c_str()); }
-
 static void printNotes(uint32_t kind, const char* label, const std::vector<ElementNote>& notes)
 {
     for (const ElementNote& note : notes) {
@@ -129,8 +127,8 @@ static ordered_json countsJson(const CheckReport& report, const ElementReport& e
     return json;
 }
 
-static void printJson(const CheckReport& report, const ElementReport& elements,
-                      const std::vector<uint8_t>& bytes)
+static void printReportJson(const CheckReport& report, const ElementReport& elements,
+                            const std::vector<uint8_t>& bytes)
 {
     bool clean = isClean(report, elements);
     ordered_json complaints = report.complaints;
@@ -170,6 +168,6 @@ int runCheck(const CheckRequest& request)
     if (!report.readable) return refuse(request, report.complaints.front());
 
     ElementReport elements = checkElements(snapshot.bytes);
-    (request.json ? printJson : printReport)(report, elements, snapshot.bytes);
+    (request.json ? printReportJson : printReport)(report, elements, snapshot.bytes);
     return isClean(report, elements) ? STATUS_DONE : STATUS_FAILED;
 }

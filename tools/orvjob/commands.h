@@ -51,5 +51,8 @@ struct DiffRequest {
 
 int runDiff(const DiffRequest& request);
 
+// Prints a line on standard output, in which nothing steers a terminal.
+void printLine(const std::string& line);
+
 // Prints a line on standard error: which file, and why it failed. Returns STATUS_FAILED.
 int failWith(const std::string& path, const std::string& reason);

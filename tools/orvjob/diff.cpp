@@ -12,8 +12,6 @@ using nlohmann::ordered_json;
 
 // -- For people --------------------------------------------------------------
 
-static void printLine(const std::string& line) { std::puts(harmless(line).c_str()); }
-
 static void printNames(const char* label, uint32_t kind, const std::vector<std::string>& names)
 {
     for (const std::string& name : names) {
@@ -108,7 +106,7 @@ static ordered_json kindJson(const KindDiff& diff)
             {"faultInB", diff.listFaultInB}};
 }
 
-static void printJson(const JobDiff& diff)
+static void printDiffJson(const JobDiff& diff)
 {
     ordered_json json = {{"same", areSame(diff)}};
     for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
@@ -130,6 +128,6 @@ int runDiff(const DiffRequest& request)
     JobDiff diff = diffJobs(request.jobA, request.jobB, request.lockSeconds);
     if (!diff.faultOfA.empty()) return refuse(request.jobA, diff.faultOfA);
     if (!diff.faultOfB.empty()) return refuse(request.jobB, diff.faultOfB);
-    (request.json ? printJson : printDiff)(diff);
+    (request.json ? printDiffJson : printDiff)(diff);
     return areSame(diff) ? STATUS_DONE : STATUS_DIFFERENT;
 }

@@ -12,6 +12,7 @@
 // It is 1 also when not all points of a sample fit; the line on standard error then tells how
 // many do, and the file holds these.
 #include "tools/orvjob/commands.h"
+#include "tools/reading/latin1.h"
 #include "tools/reading/version.h"
 #include "tools/sample/sample_job.h"
 #include "tools/snapshot/job_snapshot.h"
@@ -23,6 +24,8 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+
+void printLine(const std::string& line) { std::puts(harmless(line).c_str()); }
 
 int failWith(const std::string& path, const std::string& reason)
 {

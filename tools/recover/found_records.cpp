@@ -4,11 +4,6 @@
 
 // -- Entries -----------------------------------------------------------------
 
-static SoughtKey keyOf(const uint8_t* entry)
-{
-    return {entryKey(entry), entryNumber(entry), entrySegment(entry)};
-}
-
 static bool isBefore(const SalvagedEntry& one, const SalvagedEntry& other)
 {
     SoughtKey key = keyOf(other.entry);

@@ -158,11 +158,6 @@ void addOtherEntries(NewJob* job, const Salvage* salvage)
 
 // -- The file ----------------------------------------------------------------
 
-static SoughtKey keyOf(const uint8_t* entry)
-{
-    return {entryKey(entry), entryNumber(entry), entrySegment(entry)};
-}
-
 std::vector<uint8_t> packNewJob(NewJob* job, uint32_t changeCounter)
 {
     auto order = [](const uint8_t* one, const uint8_t* other) {

@@ -2,7 +2,7 @@
 // For tools/recover/.
 #pragma once
 
-#include "format/format.h"
+#include "tools/check/entry_key.h"
 
 #include <deque>
 #include <vector>

@@ -7,11 +7,6 @@ const uint8_t* viewPage(const TreeView* view, int page)
     return view->bytes->data() + FIRST_PAGE_OFFSET + static_cast<size_t>(page) * NODE_PAGE_SIZE;
 }
 
-static SoughtKey keyOf(const uint8_t* entry)
-{
-    return {entryKey(entry), entryNumber(entry), entrySegment(entry)};
-}
-
 static bool isNode(const TreeView* view, int page, int level)
 {
     if (page < 0 || page >= view->pages) return false;
