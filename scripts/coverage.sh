@@ -10,7 +10,7 @@ build=build/coverage
 folders=(format platform file engine records survey cogo api)
 
 scripts/packages.sh --checks gcovr
-cmake -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORVIDX_BENCH=OFF \
+cmake -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORVIDX_BENCH=OFF -DORVIDX_JOINED=OFF \
   -DCMAKE_C_FLAGS=--coverage -DCMAKE_CXX_FLAGS="--coverage -fprofile-update=atomic" >/dev/null
 cmake --build $build
 find $build -name '*.gcda' -delete

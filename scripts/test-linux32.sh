@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything for 32-bit Linux and runs the tests there. Where the compiler cannot
-# do that, one line says what was skipped and why.
+# Builds everything for 32-bit Linux, each file by itself, and runs the tests there. Where the
+# compiler cannot do that, one line says what was skipped and why.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
