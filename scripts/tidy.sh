@@ -7,12 +7,17 @@ cd "$(dirname "$0")/.."
 single=build/tidy/single # files compiled one by one
 joined=build/tidy/joined # those of a tool as one
 
+# Makes a folder that could build the sources, joined or not.
 configure() {
-  cmake --preset release -B "$1" -DORVIDX_TESTS=OFF -DORVIDX_BENCH=OFF -DORVIDX_JOINED="$2" >/dev/null
+  cmake --preset release -B "$1" -DORVIDX_TESTS=OFF -DORVIDX_BENCH=OFF -DORVIDX_JOINED="$2" \
+    >/dev/null
 }
 
 # The sources that a folder compiles, below this one.
-sources() { sed -n "s|^ *\"file\": \"$PWD/\(.*\.c[px][px]\)\",\?\$|\1|p" "$1/compile_commands.json" | sort -u; }
+sources() {
+  sed -n "s|^ *\"file\": \"$PWD/\(.*\.c[px][px]\)\",\?\$|\1|p" "$1/compile_commands.json" |
+    sort -u
+}
 
 # Lines of FOLDER CHECKS FILE, where a dot stands for all checks. Each is for a process of its own:
 # the analyzer's view of one file can be wrong after another. In the tools half of the time would go

@@ -224,6 +224,7 @@ static void exportWalked(Export* out, uint32_t kind)
         addWalked(out, kind, walk.handed, element);
         orvIdx_freeElement(kind, &element);
     }
+    endWalk(&walk);
     endKind(out);
 }
 

@@ -1,6 +1,7 @@
 #include "tools/reading/element_walk.h"
 
 #include <algorithm>
+#include <utility>
 
 // The end of a walk looks like an element that cannot be read: it is taken for reached after so
 // many of these.
@@ -37,3 +38,5 @@ bool stepWalk(ElementWalk* walk, void** element)
     if (walk->handed == walk->there) std::swap(*element, walk->reached);
     return true;
 }
+
+void endWalk(ElementWalk* walk) { orvIdx_freeElement(walk->kind, &walk->reached); }

@@ -22,3 +22,6 @@ ElementWalk beginWalk(IdxConnection* job, uint32_t kind);
 // Hands out the next element, which the caller frees, or null for one that is there and cannot be
 // read. False at the end: nothing is handed out.
 bool stepWalk(ElementWalk* walk, void** element);
+
+// Frees what was reached and not handed out. For a walk that is left before its end.
+void endWalk(ElementWalk* walk);
