@@ -13,10 +13,10 @@ configure() {
     >/dev/null
 }
 
-# The sources that a folder compiles, below this one.
+# The sources that a folder compiles, below this one; of what is generated the joined files alone.
 sources() {
   sed -n "s|^ *\"file\": \"$PWD/\(.*\.c[px][px]\)\",\?\$|\1|p" "$1/compile_commands.json" |
-    sort -u
+    grep -v '^build/.*\.cpp$' | sort -u
 }
 
 # Lines of FOLDER CHECKS FILE, where a dot stands for all checks. Each is for a process of its own:
