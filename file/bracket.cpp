@@ -96,26 +96,18 @@ static int lockAndRefresh(OpenFile* file, bool exclusive)
 
 // -- Letting writers in ------------------------------------------------------
 
-// True when somebody else holds one of the user slots from the first to the one before the end.
-static bool slotsAreUsed(const OpenFile* file, int32_t first, int32_t end)
-{
-    if (first >= end) return false;
-    OsLockRange range = {USER_SLOT_BASE + static_cast<uint32_t>(first),
-                         static_cast<uint32_t>(end - first)};
-    return osProbe(file->descriptor, &range) != OS_DONE;
-}
-
 // True once in each quiet time, when others have the file open. The lock byte has no queue, and
 // readers who come one behind the other would keep a writer out for ever. So that he finds it
-// free, they all stay away from it in the quiet times.
+// free, they all stay away from it in the quiet times. Systems that have these leave a descriptor's
+// own locks out of a probe.
 static bool isTimeToPause(OpenFile* file)
 {
     Sharing* sharing = &file->sharing;
     uint32_t quiet = osQuietTime();
     if (quiet == 0 || quiet == sharing->quietTime) return false;
     sharing->quietTime = quiet;
-    return slotsAreUsed(file, 0, sharing->userSlot) ||
-           slotsAreUsed(file, sharing->userSlot + 1, USER_SLOTS);
+    constexpr OsLockRange ALL_SLOTS = {USER_SLOT_BASE, USER_SLOTS};
+    return osProbe(file->descriptor, &ALL_SLOTS) != OS_DONE;
 }
 
 // Short reads look at the clock now and then: it takes a while to read.

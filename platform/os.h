@@ -51,7 +51,7 @@ int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* 
 int osUnlock(int descriptor, const OsLockRange* range);
 
 // OS_DONE when nobody else holds the range, OS_REFUSED when somebody does. Leaves
-// no lock behind. Not for ranges that this descriptor holds itself.
+// no lock behind. On Windows not for ranges that this descriptor holds itself.
 int osProbe(int descriptor, const OsLockRange* range);
 
 // How many forks lie between this process and the first one of its line that opened a file: a
