@@ -4,6 +4,7 @@
 #include "platform/platform.h"
 
 #include <algorithm>
+#include <cstring>
 
 constexpr int32_t ROOM_AT_LEAST = 1; // so that an array without vertices is one all the same
 constexpr int32_t FIRST_VERTEX_ROOM = 100;
@@ -57,7 +58,7 @@ static void makeRoom(VertexArray* array)
 }
 
 // Appends a vertex without lengths and answers it; null when there was no memory for it
-// or one before it. Its members are stored one by one: the bytes between them stay zero.
+// or one before it. It is cleared first: the bytes between its members reach the host too.
 static ProfileVertex* append(VertexArray* array, int32_t vertexCode, double station,
                              double elevation)
 {
@@ -65,6 +66,7 @@ static ProfileVertex* append(VertexArray* array, int32_t vertexCode, double stat
     if (array->result != IDX_OK) return nullptr;
     ProfileElement* profile = array->profile;
     ProfileVertex* vertex = &profile->vertices[profile->vertexCount++];
+    std::memset(vertex, 0, sizeof *vertex);
     vertex->vertexCode = vertexCode;
     vertex->station = station;
     vertex->segmentNumber = array->segmentNumber;
@@ -158,9 +160,11 @@ static int fitVertices(const VertexArray* array)
 static int appendVertices(ProfileElement* profile, const ProfileResult& result)
 {
     int32_t room = roomFor(result.segmentCount);
-    void* vertices = allocateZeroed(static_cast<size_t>(room), sizeof(ProfileVertex));
+    void* vertices = allocate(static_cast<size_t>(room) * sizeof(ProfileVertex));
     if (vertices == nullptr) return IDX_ERROR;
     profile->vertices = static_cast<ProfileVertex*>(vertices);
+    // One is there in any case, and may stay without a vertex.
+    std::memset(profile->vertices, 0, sizeof *profile->vertices);
     VertexArray array = {profile, room, result.headerValue, IDX_OK};
     const ProfileSegment* first = result.firstSegment;
     const ProfileSegment* last = result.lastSegment;
