@@ -4,6 +4,8 @@
 # minutes. Nothing has to be built for it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+scripts/packages.sh --checks
 single=build/tidy/single # files compiled one by one
 joined=build/tidy/joined # those of a tool as one
 
