@@ -1,7 +1,7 @@
 // The line of a profile, made from its vertices: straight grades, and parabolas where vertices
 // tell of a vertical curve.
 //
-// For tools/drawing/ and tools/report/.
+// For tools/drawing/ and tools/export/.
 #pragma once
 
 #include "orvIdx.h"

@@ -5,11 +5,11 @@
 #include "tools/export/json_format.h"
 #include "tools/export/jsonl_format.h"
 #include "tools/export/plan_format.h"
+#include "tools/export/report_format.h"
 #include "tools/export/sqlite_format.h"
 #include "tools/reading/element_walk.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
-#include "tools/report/report_format.h"
 #include "tools/terminal/progress.h"
 
 #include <filesystem>

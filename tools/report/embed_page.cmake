@@ -21,7 +21,7 @@ file(REMOVE ${OUTPUT}.html)
 string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")
 string(REPEAT "0x..," 16 row)
 string(REGEX REPLACE "(${row})" "\\1\n" bytes "${bytes}")
-file(WRITE ${OUTPUT} "#include \"tools/report/report_page.h\"
+file(WRITE ${OUTPUT} "#include \"tools/export/report_page.h\"
 
 static const unsigned char PAGE[] = {
 ${bytes}

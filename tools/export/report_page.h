@@ -1,7 +1,7 @@
 // The page that shows a job: its markup, style and script, put together from the files in page/
 // when the program is built.
 //
-// For tools/report/.
+// For tools/export/.
 #pragma once
 
 #include <string_view>

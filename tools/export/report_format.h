@@ -1,7 +1,7 @@
 // A page that shows a job in a browser: plan, profiles and tables, in one file that needs nothing
 // else. Text of the job stands in it as data only, and can become neither markup nor script.
 //
-// Boundary of tools/report/, for tools/export/. No state of its own.
+// For tools/export/. No state of its own.
 #pragma once
 
 #include "tools/drawing/plan.h"

@@ -1,11 +1,11 @@
-#include "tools/report/report_format.h"
+#include "tools/export/report_format.h"
 
 #include "tools/drawing/profile_line.h"
 #include "tools/drawing/svg_text.h"
 #include "tools/export/record_tables.h"
+#include "tools/export/report_page.h"
 #include "tools/reading/job_reading.h"
 #include "tools/reading/latin1.h"
-#include "tools/report/report_page.h"
 
 #include <algorithm>
 #include <charconv>
