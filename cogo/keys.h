@@ -34,6 +34,16 @@ inline ElementName continuationName(const char* chainName, int member)
     return name;
 }
 
+// True where the name of a continuation is its own. Cut, it may be that of the chain or of the
+// continuation before, as for names of more than 16 characters: then there is none of this number,
+// and the record found by that name is not read once more.
+inline bool canContinue(const char* chainName, int member)
+{
+    ElementName name = continuationName(chainName, member);
+    if (std::strcmp(name.text, chainName) == 0) return false;
+    return member == 1 || std::strcmp(name.text, continuationName(chainName, member - 1).text) != 0;
+}
+
 // True for names that end like the name of a continuation that was not cut.
 inline bool isContinuationName(const char* name)
 {

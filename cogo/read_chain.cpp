@@ -74,6 +74,7 @@ static int appendContinuations(RecordFile* job, const char* chainName, ChainResu
 {
     size_t length = std::strlen(result->description);
     for (int member = 1; member <= CHAIN_CONTINUATIONS; ++member) {
+        if (!canContinue(chainName, member)) continue;
         if (findChainContinuation(job, chainName, member) != COGO_OK) {
             if (lookupFailed(job)) return COGO_FAILED;
             continue;

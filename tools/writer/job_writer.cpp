@@ -183,7 +183,10 @@ int addChain(JobWriter* job, const char* name, const std::string& description,
              const ChainResult& attributes)
 {
     size_t share = static_cast<size_t>(cogoState.chainLayout[CHAIN_DESCRIPTION_FIELD].length) - 1;
-    if (description.size() > share * (1 + CHAIN_CONTINUATIONS)) return IX_TEXT_TOO_LONG;
+    size_t members = 1;
+    while (members <= CHAIN_CONTINUATIONS && canContinue(name, static_cast<int>(members)))
+        ++members;
+    if (description.size() > share * members) return IX_TEXT_TOO_LONG;
 
     int result = addChainMember(job, name, 0, description.substr(0, share), attributes);
     int member = 1;

@@ -51,8 +51,8 @@ int addLine(JobWriter* job, const char* name, const LineResult& line,
             const ExtensionResult* extension = nullptr);
 
 // Adds a chain with as many continuations as the description needs. Returns IX_TEXT_TOO_LONG for
-// one that a chain with all its continuations cannot hold. Of attributes the element number,
-// the secondary code and the note text are taken.
+// one that a chain of this name cannot hold with all its continuations. Of attributes the element
+// number, the secondary code and the note text are taken.
 int addChain(JobWriter* job, const char* name, const std::string& description,
              const ChainResult& attributes);
 // Adds one record of a chain: member 0 is the chain itself, 1 to CHAIN_CONTINUATIONS are
