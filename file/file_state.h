@@ -61,12 +61,28 @@ struct PageCache {
     CacheBlock* toWrite[MOST_CACHE_BLOCKS]; // while a file is flushed: its dirty blocks
 };
 
+// Pages that follow each other in a file and were read at once, in the same state of the file as
+// the pages in the cache. Where a run ends, the next one begins when its first page is asked for.
+// Several, for a walk takes pages from several places of a file in turn.
+constexpr int PAGES_IN_RUN = 16;
+constexpr int PAGE_RUNS = 8;
+constexpr int32_t NO_RUN = 0; // no file has this descriptor
+
+struct PageRun {
+    int32_t descriptor; // or NO_RUN
+    int32_t first;
+    int32_t count; // 0: nothing has been read, and the page first is expected next
+    uint8_t pages[PAGES_IN_RUN][NODE_PAGE_SIZE];
+};
+
 struct FileState {
     // For the life of the process.
     // Which header magic a reader accepts, less the current version: all of this
     // starts zeroed, so that the cache takes no room in the library's file.
     int32_t formatVersionShift;
     PageCache cache;
+    PageRun runs[PAGE_RUNS];
+    int32_t nextRun; // the one that gives way to another
 
     // Until the next call that sets it.
     int32_t lastIoError;     // of the last header write, page read or page write

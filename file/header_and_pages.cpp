@@ -95,8 +95,60 @@ int readPage(int descriptor, uint8_t* page, int pageNumber)
     return IX_OK;
 }
 
+// The run that holds the page or ends before it, or null.
+static PageRun* runAt(int descriptor, int pageNumber)
+{
+    for (PageRun& run : fileState.runs) {
+        if (run.descriptor == descriptor && pageNumber >= run.first &&
+            pageNumber <= run.first + run.count) {
+            return &run;
+        }
+    }
+    return nullptr;
+}
+
+// Lets a run of no pages begin behind the page, in place of the one that began first.
+static void expectPageBehind(int descriptor, int pageNumber)
+{
+    PageRun* run = &fileState.runs[fileState.nextRun];
+    fileState.nextRun = (fileState.nextRun + 1) % PAGE_RUNS;
+    run->descriptor = descriptor;
+    run->first = pageNumber + 1;
+    run->count = 0;
+}
+
+// Fills the run from the page on, with as many pages as can be read.
+static void fillRun(PageRun* run, int pageNumber)
+{
+    int bytes = osReadAt(run->descriptor, pageOffset(pageNumber), run->pages, sizeof run->pages);
+    run->first = pageNumber;
+    run->count = bytes > 0 ? bytes / NODE_PAGE_SIZE : 0;
+}
+
+int readPageAhead(int descriptor, uint8_t* page, int pageNumber)
+{
+    PageRun* run = runAt(descriptor, pageNumber);
+    if (run == nullptr) {
+        expectPageBehind(descriptor, pageNumber);
+    } else if (pageNumber == run->first + run->count) {
+        fillRun(run, pageNumber);
+    }
+    if (run == nullptr || run->count == 0) return readPage(descriptor, page, pageNumber);
+    fileState.lastIoError = IX_OK;
+    memcpy(page, run->pages[pageNumber - run->first], NODE_PAGE_SIZE);
+    return IX_OK;
+}
+
+void forgetRuns(int descriptor)
+{
+    for (PageRun& run : fileState.runs) {
+        if (run.descriptor == descriptor) run.descriptor = NO_RUN;
+    }
+}
+
 int writePage(int descriptor, const uint8_t* page, int pageNumber)
 {
+    forgetRuns(descriptor);
     fileState.lastIoError = IX_OK;
     int count = osWriteAt(descriptor, pageOffset(pageNumber), page, NODE_PAGE_SIZE);
     if (count == OS_SEEK_FAILED) return failWith(IX_SHORT_WRITE);

@@ -26,6 +26,11 @@ void acceptChangeCounter(OpenFile* file, const uint8_t* record);
 
 // 0, IX_SEEK or IX_SHORT_READ.
 int readPage(int descriptor, uint8_t* page, int pageNumber);
+// As readPage, for pages that stay in memory while nobody else writes the file: a page that
+// follows one read before may bring those behind it with it.
+int readPageAhead(int descriptor, uint8_t* page, int pageNumber);
+// Forgets what was read ahead of a file: its pages may be other ones now.
+void forgetRuns(int descriptor);
 
 // Waits for a busy file; *stuck tells that its marker stays: whoever set it is gone. 0 or
 // IX_PAGE_IO. Shared mode only.

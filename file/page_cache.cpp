@@ -269,21 +269,15 @@ static int takeFreeBlock(OpenFile* file, CacheBlock** block)
     return IX_OK;
 }
 
-static int readSoundPage(int descriptor, uint8_t* page, int pageNumber, NodeMarks* marks)
-{
-    int result = readPage(descriptor, page, pageNumber);
-    if (result != IX_OK) return result;
-    return nodeIsSound(page, marks) ? IX_OK : IX_DESCENT_FAILED;
-}
-
 // Reads a page that is in no block. 0, an I/O code, or IX_DESCENT_FAILED for a page that is not
 // sound: the block taken for it stays free then.
 static int bringPage(OpenFile* file, int pageNumber, CacheBlock** block)
 {
     int result = takeFreeBlock(file, block);
     if (result != IX_OK) return result;
-    result = readSoundPage(file->descriptor, (*block)->page, pageNumber, &(*block)->marks);
+    result = readPageAhead(file->descriptor, (*block)->page, pageNumber);
     if (result != IX_OK) return result;
+    if (!nodeIsSound((*block)->page, &(*block)->marks)) return IX_DESCENT_FAILED;
     bindBlock(*block, file->descriptor, pageNumber);
     (*block)->content = ++fileState.cache.contents;
     return IX_OK;
@@ -319,10 +313,14 @@ int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber)
 {
     const CacheBlock* block = findBlock(file->descriptor, pageNumber);
+    if (block != nullptr) {
+        memcpy(page, block->page, NODE_PAGE_SIZE);
+        return IX_OK;
+    }
+    int result = readPage(file->descriptor, page, pageNumber);
+    if (result != IX_OK) return result;
     NodeMarks marks;
-    if (block == nullptr) return readSoundPage(file->descriptor, page, pageNumber, &marks);
-    memcpy(page, block->page, NODE_PAGE_SIZE);
-    return IX_OK;
+    return nodeIsSound(page, &marks) ? IX_OK : IX_DESCENT_FAILED;
 }
 
 int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
@@ -351,6 +349,7 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
 void dropFile(int descriptor)
 {
     assertCacheInvariants();
+    forgetRuns(descriptor);
     CacheBlock* block = *fileListOf(descriptor);
     while (block != nullptr) {
         CacheBlock* next = block->fileNext;

@@ -1,5 +1,5 @@
 // The page cache against a plain list of blocks in order of use: the file sees the same
-// reads and writes in the same order.
+// reads and writes in the same order, but for pages that a read before brought with it.
 #include "engine/engine.h"
 #include "file/file_state.h"
 #include "tests/support/command.h"
@@ -101,17 +101,21 @@ Files openFiles(int pages)
 void workAsTheModel(Files& files, int pages, Model model)
 {
     std::mt19937 random(1);
+    int readAhead = 0;
+    int pageNumber = 0;
+    OpenFile* file = &files[0];
     auto below = [&](int limit) {
         return static_cast<int>(random() % static_cast<unsigned>(limit));
     };
     for (int version = 1; version <= 20000; ++version) {
         osFaults.transfers.clear();
         model.transfers.clear();
-        OpenFile* file = &files[static_cast<size_t>(below(2))];
+        bool goesOn = below(4) > 0;
+        if (!goesOn) file = &files[static_cast<size_t>(below(2))];
         bool atOnce = below(4) == 0;
         file->openMode = atOnce ? OPEN_EXCLUSIVE : OPEN_SHARED;
         file->sharing.exclusively = true;
-        int pageNumber = below(below(2) == 0 ? 60 : pages);
+        pageNumber = goesOn ? (pageNumber + 1) % pages : below(below(2) == 0 ? 60 : pages);
         Page page = {file->descriptor, pageNumber};
         int result = IX_OK;
         int action = below(10000); // freeing is rare enough for the cache to fill
@@ -136,8 +140,12 @@ void workAsTheModel(Files& files, int pages, Model model)
             dropFile(file->descriptor);
         }
         ASSERT_EQ(result, IX_OK) << version;
-        ASSERT_EQ(osFaults.transfers, model.transfers) << version;
+        bool ahead = osFaults.transfers.empty() && std::ssize(model.transfers) == 1 &&
+                     model.transfers[0].call == OS_CALL_READ;
+        ASSERT_TRUE(ahead || osFaults.transfers == model.transfers) << version;
+        readAhead += ahead ? 1 : 0;
     }
+    EXPECT_GT(readAhead, 100);
 }
 
 void closeFiles(const Files& files)
@@ -187,10 +195,11 @@ TEST(PageCache, HoldsThePagesOfTheLargestFileUntilTheLastFileIsClosed)
         }
         return osFaults.transfers.size();
     };
-    EXPECT_EQ(readAll(&files[0]), MAX_PAGES_IN_FILE);
+    const int reads = 1 + (MAX_PAGES_IN_FILE - 1 + PAGES_IN_RUN - 1) / PAGES_IN_RUN;
+    EXPECT_EQ(readAll(&files[0]), reads);
     EXPECT_EQ(readAll(&files[0]), 0U);
     EXPECT_EQ(liveBlocks, before + MOST_ADDED_PIECES);
-    EXPECT_EQ(readAll(&files[1]), MAX_PAGES_IN_FILE); // in the place of most of the others
+    EXPECT_EQ(readAll(&files[1]), reads); // in the place of most of the others
     EXPECT_EQ(liveBlocks, before + MOST_ADDED_PIECES);
 
     EXPECT_EQ(closeDescriptor(files[1].descriptor), 0);
@@ -199,17 +208,45 @@ TEST(PageCache, HoldsThePagesOfTheLargestFileUntilTheLastFileIsClosed)
     EXPECT_EQ(liveBlocks, before);
 }
 
-// Reads every record; answers how many pages came from the file.
-long pagesRead(IndexFile* file)
+TEST(PageCache, ForgetsPagesReadAheadThatAreWritten)
 {
-    osFaults.transfers.clear();
+    Files files = openFiles(2 * CACHE_BLOCKS);
+    osFaults = {.call = OS_CALL_ALLOCATE, .first = 1, .lasting = true};
+    auto view = [&](int file, int number) {
+        NodeView page = {};
+        EXPECT_EQ(cachedPageView(&files[static_cast<size_t>(file)], &page, number), IX_OK);
+        return std::string(reinterpret_cast<const char*>(page.node), 1024);
+    };
+    const std::string others = pageOfVersion(1);
+    view(0, 0);
+    view(0, 1); // and fifteen more
+    osWriteAt(files[0].descriptor, pageAt(2), others.data(), 1024);
+    dropFile(files[0].descriptor);
+    EXPECT_EQ(view(0, 2), others);
+
+    std::string ours = pageOfVersion(2);
+    view(0, 10);
+    view(0, 11);
+    files[0].openMode = OPEN_EXCLUSIVE;
+    EXPECT_EQ(cachedPageWrite(&files[0], reinterpret_cast<uint8_t*>(ours.data()), 12), IX_OK);
+    for (int number = 0; number < 2 * CACHE_BLOCKS; ++number) {
+        view(1, number);
+    }
+    EXPECT_EQ(view(0, 12), ours);
+    closeFiles(files);
+    osFaults = {};
+}
+
+// Reads every record; answers how many pages came into the cache.
+uint64_t pagesBrought(IndexFile* file)
+{
+    uint64_t before = fileState.cache.contents;
     for (int index = MIN_INDEX; index <= MAX_INDEX; ++index) {
         ixFindFirst(file, index, nullptr, 0);
         while (ixNext(file, index, nullptr, 0) == IX_OK) {
         }
     }
-    auto isPage = [](const OsTransfer& transfer) { return transfer.offset >= pageAt(0); };
-    return std::count_if(osFaults.transfers.begin(), osFaults.transfers.end(), isPage);
+    return fileState.cache.contents - before;
 }
 
 TEST(PageCache, ReadsEveryPageAgainWhenAnotherHasWritten)
@@ -218,10 +255,10 @@ TEST(PageCache, ReadsEveryPageAgainWhenAnotherHasWritten)
     IndexFile files[2] = {};
     ASSERT_EQ(ixOpen(&files[0], path.c_str(), OPEN_SHARED), IX_OK);
     ASSERT_EQ(ixOpen(&files[1], path.c_str(), OPEN_SHARED), IX_OK);
-    pagesRead(&files[0]);
-    EXPECT_EQ(pagesRead(&files[0]), 0);
+    pagesBrought(&files[0]);
+    EXPECT_EQ(pagesBrought(&files[0]), 0U);
     EXPECT_EQ(ixAdd(&files[1], 20, "", 1, nullptr, 0), IX_OK);
-    EXPECT_EQ(pagesRead(&files[0]), files[0].file.header.nextFreePage);
+    EXPECT_EQ(pagesBrought(&files[0]), static_cast<uint64_t>(files[0].file.header.nextFreePage));
     EXPECT_EQ(ixClose(&files[0]) + ixClose(&files[1]), IX_OK);
 }
 

@@ -1,5 +1,6 @@
 #include "tests/support/os_faulty.h"
 
+#include "format/file_format.h"
 #include "platform/heap.h"
 
 OsFaults osFaults;
@@ -49,6 +50,10 @@ int osReadAt(int descriptor, int64_t offset, void* buffer, int length)
 {
     osFaults.transfers.push_back({OS_CALL_READ, descriptor, offset});
     bool failed = fails(OS_CALL_READ);
+    if (failed && length > NODE_PAGE_SIZE) {
+        --osFaults.failures;
+        ++osFaults.failuresAhead;
+    }
     if (failed && !osFaults.shortened) return OS_FAILED;
     return realOsReadAt(descriptor, offset, buffer, failed ? length / 2 : length);
 }

@@ -44,9 +44,10 @@ struct OsFaults {
     uint32_t time = 0;           // milliseconds that the clock shows, unless 0
     uint32_t quietTime = 0;      // what osQuietTime answers then
 
-    int failures = 0; // calls that have failed
-    int locks = 0;    // lock calls made
-    int pauses = 0;   // times that others were given way
+    int failures = 0;      // calls that have failed, but for
+    int failuresAhead = 0; // readings of several pages, of which one alone is needed
+    int locks = 0;         // lock calls made
+    int pauses = 0;        // times that others were given way
     std::vector<OsTransfer> transfers = {};
 };
 
