@@ -80,7 +80,7 @@ const uint8_t* entryAtNotedPlace(OpenFile* file, const Position* position, NodeV
     bool reading =
         !isExclusive(file) && file->sharing.fileLock == LOCKED && !file->sharing.exclusively;
     if (!reading || place->leafContent == 0 || !standsOnEntry(position)) return nullptr;
-    if (lastPageIfContent(leaf, place->leafContent)) return leaf->node + place->offset;
+    if (lastPageIfContent(file, leaf, place->leafContent)) return leaf->node + place->offset;
     if (viewNode(file, position->leafPage, 0, leaf) != IX_OK) return nullptr;
     return leaf->content == place->leafContent ? leaf->node + place->offset : nullptr;
 }

@@ -65,7 +65,7 @@ int writePage(int descriptor, const uint8_t* page, int pageNumber);
 constexpr int CACHE_BLOCKS = 1000; // at least
 
 // A node where it lies in the cache; it has passed nodeIsSound. It stays there until
-// CACHE_BLOCKS - 1 other pages have been read, or its file is dropped.
+// CACHE_BLOCKS - 1 other pages have been read, or its file is doubted or dropped.
 struct NodeView {
     const uint8_t* node; // NODE_PAGE_SIZE bytes, and a zero behind them
     uint64_t content;    // the same number: the very same bytes; never 0
@@ -74,8 +74,8 @@ struct NodeView {
 
 // 0, an I/O code, or IX_DESCENT_FAILED for a page that is not sound.
 int cachedPageView(OpenFile* file, NodeView* view, int pageNumber);
-// False when the page viewed or written last has another content.
-bool lastPageIfContent(NodeView* view, uint64_t content);
+// False when the page viewed or written last has another content or may have been changed.
+bool lastPageIfContent(const OpenFile* file, NodeView* view, uint64_t content);
 // The page as it is now, without moving it in the order of use. Results as of a view.
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber);
 // 0 or an I/O code. Expects a sound page.
@@ -90,6 +90,9 @@ int writeChanges(OpenFile* file);
 // True when something that was changed is not in the file yet. Outside all brackets: it could not
 // be written so far.
 bool hasChanges(const OpenFile* file);
+// Somebody else has written the file: each of its pages is compared with the file's when it is
+// viewed next. Changed ones that were not written are dropped.
+void doubtFile(OpenFile* file);
 // Frees every block of the descriptor, dirty or not.
 void dropFile(int descriptor);
 // Gives back what the cache has grown by, when it holds no page any more: the last file has been

@@ -17,6 +17,7 @@ struct CacheBlock {
     CacheBlock* bucketNext;
     uint8_t* page;        // CACHE_PAGE_ROOM bytes; a zero ends the entries of a full page
     uint64_t content;     // no other content of any block has had this number
+    uint64_t seen;        // the page was like this in the file when contents had this number
     CacheBlock* next;     // used less recently, or null
     CacheBlock* previous; // used more recently, or null
     NodeMarks marks;

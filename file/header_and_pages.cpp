@@ -76,7 +76,7 @@ void acceptChangeCounter(OpenFile* file, const uint8_t* record)
         return;
     file->header.changeCounter = counter;
     file->headerInFile.changeCounter = counter;
-    dropFile(file->descriptor);
+    doubtFile(file);
 }
 
 // -- Pages -------------------------------------------------------------------

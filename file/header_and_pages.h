@@ -21,7 +21,7 @@ int readHeader(OpenFile* file, uint8_t* record);
 // they contradict each other.
 bool loadHeader(OpenFile* file, const uint8_t* record);
 // Keeps the header's change counter; a new one means that somebody else wrote the file, so
-// the descriptor's cache blocks are dropped.
+// the pages in memory may not be the file's any more.
 void acceptChangeCounter(OpenFile* file, const uint8_t* record);
 
 // 0, IX_SEEK or IX_SHORT_READ.

@@ -55,6 +55,7 @@ struct OpenFile {
     FileHeader headerInFile; // as the file is known to have it
     PendingChanges pending;
     Sharing sharing;
+    uint64_t doubtedSince; // pages in memory that were seen up to here may differ from the file's
     // A page could not be read, or is damaged; a lock could not be had. Whoever wants to know
     // clears this and asks, for not every result tells it.
     bool trouble;

@@ -11,7 +11,9 @@
 //      none it takes a new one, and when there is no memory for more that of the clean page
 //      used least recently.
 //   5. The free blocks stand in a list of their own, linked by bucketNext.
-//   6. A page in a block has passed nodeIsSound.
+//   6. A page in a block has passed nodeIsSound. Where it was seen before its file came into doubt
+//      it is compared with the file before anybody gets it; most are the same, and need no new
+//      look at each of their entries.
 #include "file/file.h"
 #include "file/flush.h"
 #include "file/header_and_pages.h"
@@ -161,6 +163,12 @@ void assertCacheInvariants()
 void assertCacheInvariants() {}
 #endif
 
+static void numberContent(CacheBlock* block)
+{
+    block->content = ++fileState.cache.contents;
+    block->seen = block->content;
+}
+
 // Makes the block free; its place in the list of use stays.
 static void freeBlock(CacheBlock* block)
 {
@@ -279,8 +287,32 @@ static int bringPage(OpenFile* file, int pageNumber, CacheBlock** block)
     if (result != IX_OK) return result;
     if (!nodeIsSound((*block)->page, &(*block)->marks)) return IX_DESCENT_FAILED;
     bindBlock(*block, file->descriptor, pageNumber);
-    (*block)->content = ++fileState.cache.contents;
+    numberContent(*block);
     return IX_OK;
+}
+
+static bool isDoubted(const OpenFile* file, const CacheBlock* block)
+{
+    return block->seen <= file->doubtedSince;
+}
+
+// Reads a page in doubt anew. Results as of bringPage: where it is not 0, the block is free.
+static int refreshBlock(OpenFile* file, CacheBlock* block)
+{
+    uint8_t page[NODE_PAGE_SIZE];
+    int result = readPageAhead(file->descriptor, page, block->pageNumber);
+    if (result == IX_OK && memcmp(block->page, page, NODE_PAGE_SIZE) == 0) {
+        block->seen = ++fileState.cache.contents;
+        return IX_OK;
+    }
+    if (result == IX_OK) {
+        memcpy(block->page, page, NODE_PAGE_SIZE);
+        numberContent(block);
+        if (nodeIsSound(block->page, &block->marks)) return IX_OK;
+        result = IX_DESCENT_FAILED;
+    }
+    freeBlock(block);
+    return result;
 }
 
 static NodeView viewOf(const CacheBlock* block)
@@ -288,10 +320,10 @@ static NodeView viewOf(const CacheBlock* block)
     return {block->page, block->content, &block->marks};
 }
 
-bool lastPageIfContent(NodeView* view, uint64_t content)
+bool lastPageIfContent(const OpenFile* file, NodeView* view, uint64_t content)
 {
     const CacheBlock* block = fileState.cache.head;
-    if (block == nullptr || block->content != content) return false;
+    if (block == nullptr || block->content != content || isDoubted(file, block)) return false;
     *view = viewOf(block);
     return true;
 }
@@ -300,12 +332,14 @@ int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
 {
     checkHeaderOutsideLock(file);
     CacheBlock* block = findBlock(file->descriptor, pageNumber);
-    if (block != nullptr) {
-        moveToHead(block);
+    int result = IX_OK;
+    if (block == nullptr) {
+        result = bringPage(file, pageNumber, &block);
     } else {
-        int result = bringPage(file, pageNumber, &block);
-        if (result != IX_OK) return result;
+        moveToHead(block);
+        if (isDoubted(file, block)) result = refreshBlock(file, block);
     }
+    if (result != IX_OK) return result;
     *view = viewOf(block);
     return IX_OK;
 }
@@ -313,7 +347,7 @@ int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
 int cachedPagePeek(OpenFile* file, uint8_t* page, int pageNumber)
 {
     const CacheBlock* block = findBlock(file->descriptor, pageNumber);
-    if (block != nullptr) {
+    if (block != nullptr && !isDoubted(file, block)) {
         memcpy(page, block->page, NODE_PAGE_SIZE);
         return IX_OK;
     }
@@ -337,13 +371,26 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
     }
     memcpy(block->page, page, NODE_PAGE_SIZE);
     block->marks = markEntries(page);
-    block->content = ++fileState.cache.contents;
+    numberContent(block);
     if (!block->dirty) {
         block->firstChange = block->content;
         block->fresh = pageNumber >= file->headerInFile.nextFreePage;
     }
     setDirty(block);
     return isExclusive(file) ? writeBack(block) : IX_OK;
+}
+
+void doubtFile(OpenFile* file)
+{
+    assertCacheInvariants();
+    forgetRuns(file->descriptor);
+    CacheBlock* block = fileState.cache.dirtyHead;
+    while (block != nullptr) {
+        CacheBlock* next = block->dirtyNext;
+        if (block->descriptor == file->descriptor) freeBlock(block);
+        block = next;
+    }
+    file->doubtedSince = fileState.cache.contents;
 }
 
 void dropFile(int descriptor)
