@@ -169,17 +169,17 @@ static int appendVertices(ProfileElement* profile, const ProfileResult& result)
     const ProfileSegment* first = result.firstSegment;
     const ProfileSegment* last = result.lastSegment;
     if (first->kind == SEGMENT_VERTICAL_CURVE) {
-        append(&array, VERTEX_POINT, first->curve.beginStation, first->curve.beginElevation);
+        append(&array, VERTEX_POINT, first->curve->beginStation, first->curve->beginElevation);
     }
     for (const ProfileSegment* segment = first; segment != nullptr; segment = segment->next) {
         if (segment->kind == SEGMENT_STRAIGHT) {
-            appendStraight(&array, segment->straight);
+            appendStraight(&array, *segment->straight);
         } else {
-            appendCurve(&array, segment->curve);
+            appendCurve(&array, *segment->curve);
         }
     }
     if (last->kind == SEGMENT_VERTICAL_CURVE) {
-        append(&array, VERTEX_POINT, last->curve.endStation, last->curve.endElevation);
+        append(&array, VERTEX_POINT, last->curve->endStation, last->curve->endElevation);
     }
     return array.result == IDX_OK ? fitVertices(&array) : IDX_ERROR;
 }

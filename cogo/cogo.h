@@ -171,24 +171,27 @@ struct VerticalCurve {
     int16_t flag2;
 };
 
-// One segment of a profile, in station order. The list owns its nodes.
+// One segment of a profile, in station order. The list owns its nodes with their payloads.
 struct ProfileSegment {
     ProfileSegment* previous;
     ProfileSegment* next;
     int32_t kind; // SEGMENT_STRAIGHT or SEGMENT_VERTICAL_CURVE, which decides the payload
     union {
-        StraightSegment straight;
-        VerticalCurve curve;
+        StraightSegment* straight;
+        VerticalCurve* curve;
     };
 };
 
-// Segments are allocated together, in the order of the list.
-constexpr int SEGMENTS_PER_BLOCK = 64;
+static_assert(sizeof(ProfileSegment) % alignof(VerticalCurve) == 0); // the payload lies behind it
+
+// Segments are allocated together, in the order of the list, each before its payload: most are
+// straight, and those are less than half as large.
+constexpr size_t SEGMENT_BLOCK_ROOM = 8192;
 
 struct SegmentBlock {
     SegmentBlock* former;
-    int32_t used;
-    ProfileSegment segments[SEGMENTS_PER_BLOCK];
+    size_t used;
+    alignas(double) unsigned char bytes[SEGMENT_BLOCK_ROOM];
 };
 
 constexpr int PROFILE_NAME_ROOM = 36;

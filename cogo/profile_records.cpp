@@ -16,7 +16,7 @@ static bool isDataRecordOf(const RecordFile* job, const char* name)
     copyText(keyed, sizeof keyed, name);
     trimEnd(keyed);
     KeyComponents key = componentsAtPosition(job);
-    return kindOfTag(key.recordTag) == KIND_PROFILE_DATA &&
+    return std::strcmp(key.recordTag, TAG_PROFILE_DATA) == 0 &&
            std::strcmp(key.elementName, keyed) == 0;
 }
 

@@ -46,11 +46,11 @@ struct Build {
 
 // -- Segments ----------------------------------------------------------------
 
-// The block that has room for one more segment; null when there is no memory.
-static SegmentBlock* blockWithRoom(ProfileResult* profile)
+// The block that has so much room; null when there is no memory.
+static SegmentBlock* blockWithRoom(ProfileResult* profile, size_t size)
 {
     SegmentBlock* last = profile->lastBlock;
-    if (last != nullptr && last->used < SEGMENTS_PER_BLOCK) return last;
+    if (last != nullptr && SEGMENT_BLOCK_ROOM - last->used >= size) return last;
     auto block = static_cast<SegmentBlock*>(allocate(sizeof(SegmentBlock)));
     if (block == nullptr) return nullptr;
     block->former = last;
@@ -59,12 +59,15 @@ static SegmentBlock* blockWithRoom(ProfileResult* profile)
     return block;
 }
 
-// A new last segment of the kind, its payload not set; null when there is no memory.
-static ProfileSegment* appendSegment(ProfileResult* profile, int32_t kind)
+// A new last segment of the kind, with room for its payload behind it; null when there is no
+// memory.
+static ProfileSegment* appendSegment(ProfileResult* profile, int32_t kind, size_t payloadSize)
 {
-    SegmentBlock* block = blockWithRoom(profile);
+    size_t size = sizeof(ProfileSegment) + payloadSize;
+    SegmentBlock* block = blockWithRoom(profile, size);
     if (block == nullptr) return nullptr;
-    ProfileSegment* segment = &block->segments[block->used++];
+    auto segment = reinterpret_cast<ProfileSegment*>(block->bytes + block->used);
+    block->used += size;
     segment->kind = kind;
     segment->next = nullptr;
     segment->previous = profile->lastSegment;
@@ -81,18 +84,20 @@ static ProfileSegment* appendSegment(ProfileResult* profile, int32_t kind)
 static int appendStraight(ProfileResult* profile, const ProfilePoint& begin,
                           const ProfilePoint& end, double grade)
 {
-    ProfileSegment* segment = appendSegment(profile, SEGMENT_STRAIGHT);
+    ProfileSegment* segment = appendSegment(profile, SEGMENT_STRAIGHT, sizeof(StraightSegment));
     if (segment == nullptr) return COGO_FAILED;
-    segment->straight = {begin.station, begin.elevation, end.station, end.elevation,
-                         grade,         begin.code,      end.code};
+    segment->straight = reinterpret_cast<StraightSegment*>(segment + 1);
+    *segment->straight = {begin.station, begin.elevation, end.station, end.elevation,
+                          grade,         begin.code,      end.code};
     return COGO_OK;
 }
 
 static int appendCurve(ProfileResult* profile, const VerticalCurve& curve)
 {
-    ProfileSegment* segment = appendSegment(profile, SEGMENT_VERTICAL_CURVE);
+    ProfileSegment* segment = appendSegment(profile, SEGMENT_VERTICAL_CURVE, sizeof(VerticalCurve));
     if (segment == nullptr) return COGO_FAILED;
-    segment->curve = curve;
+    segment->curve = reinterpret_cast<VerticalCurve*>(segment + 1);
+    *segment->curve = curve;
     return COGO_OK;
 }
 

@@ -32,22 +32,23 @@ static bool sameRecord(const Position* position, const Position* other)
            strcmp(position->key, other->key) == 0;
 }
 
-// Walks the segments behind the first one with a cursor of its own.
-static void gatherFurtherSegments(OpenFile* file, const Position* first, uint8_t* destination,
-                                  uint32_t capacity, Gathered* gathered)
+// Walks the segments behind the first one, the entry, with a cursor of its own.
+static void gatherFurtherSegments(OpenFile* file, const Position* first, const uint8_t* entry,
+                                  uint8_t* destination, uint32_t capacity, Gathered* gathered)
 {
     Position cursor = *first;
     while (!isLastSegment(cursor.segment)) {
         int ordinal = segmentOrdinal(cursor.segment);
         Arrival next = {IX_NOT_FOUND, nullptr};
-        if (ordinal < MAX_SEGMENTS - 1) next = stepToNextSegment(file, &cursor);
+        if (ordinal < MAX_SEGMENTS - 1) next = stepToNextSegment(file, &cursor, entry);
         if (next.entry == nullptr || !sameRecord(&cursor, first)) {
             gathered->broken = true; // the last segment is missing
             return;
         }
         if (segmentOrdinal(cursor.segment) != ordinal + 1) gathered->broken = true;
-        addSegment(entryData(next.entry), static_cast<uint32_t>(entryDataLength(next.entry)),
-                   destination, capacity, gathered);
+        entry = next.entry;
+        addSegment(entryData(entry), static_cast<uint32_t>(entryDataLength(entry)), destination,
+                   capacity, gathered);
     }
 }
 
@@ -65,7 +66,7 @@ int readRecordAt(IndexFile* tree, const Position* position, const uint8_t* entry
     gathered.broken = segmentOrdinal(found->segment) != 0; // the first segment is missing
     addSegment(entryData(entry), found->dataLength, bytes, capacity, &gathered);
     if (!isLastSegment(found->segment)) {
-        gatherFurtherSegments(&tree->file, position, bytes, capacity, &gathered);
+        gatherFurtherSegments(&tree->file, position, entry, bytes, capacity, &gathered);
     }
     found->dataLength = gathered.copied;
     found->recordLength = gathered.total;

@@ -131,8 +131,30 @@ Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check)
     return arrival;
 }
 
-Arrival stepToNextSegment(OpenFile* file, Position* position)
+static bool sameRecord(const uint8_t* entry, const uint8_t* other)
 {
+    return entryNumber(entry) == entryNumber(other) &&
+           strcmp(entryKey(entry), entryKey(other)) == 0;
+}
+
+// The next segment of the entry's record where it is the next entry of the leaf, or null.
+static const uint8_t* segmentBehind(const uint8_t* entry)
+{
+    const uint8_t* next = nextEntry(entry);
+    if (isEndMarker(next) || entryIndex(next) != entryIndex(entry)) return nullptr;
+    int step = (entrySegment(next) & SEGMENT_ORDINAL) - (entrySegment(entry) & SEGMENT_ORDINAL);
+    return step == 1 && sameRecord(next, entry) ? next : nullptr;
+}
+
+Arrival stepToNextSegment(OpenFile* file, Position* position, const uint8_t* entry)
+{
+    const uint8_t* behind = segmentBehind(entry);
+    if (behind != nullptr) {
+        ++position->ordinal;
+        position->segment = entrySegment(behind);
+        position->place.offset = static_cast<uint16_t>(position->place.offset + (behind - entry));
+        return {IX_OK, behind};
+    }
     if (isExclusive(file)) return stepForwardByPlace(file, position, ORDERED_KEY);
 
     char text[SOUGHT_KEY_SIZE];
@@ -143,12 +165,6 @@ Arrival stepToNextSegment(OpenFile* file, Position* position)
 }
 
 // -- Within a leaf -----------------------------------------------------------
-
-static bool sameRecord(const uint8_t* entry, const uint8_t* other)
-{
-    return entryNumber(entry) == entryNumber(other) &&
-           strcmp(entryKey(entry), entryKey(other)) == 0;
-}
 
 bool moveOnInLeaf(LeafPlace* place)
 {

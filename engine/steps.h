@@ -13,10 +13,10 @@ enum StepCheck { ANY_KEY, ORDERED_KEY };
 Arrival stepForwardByPlace(OpenFile* file, Position* position, StepCheck check);
 Arrival stepBackByPlace(OpenFile* file, Position* position, StepCheck check);
 
-// To the entry that follows the one of the position in its record: by the place in exclusive
-// mode, by the key in shared mode, where it finds the next segment even if ordinals do not
-// follow each other.
-Arrival stepToNextSegment(OpenFile* file, Position* position);
+// From the entry, which is the one of the position, to the one that follows it in its record. Where
+// that does not stand behind it in the leaf: by the place in exclusive mode, by the key in shared
+// mode, where it finds the next segment even if ordinals do not follow each other.
+Arrival stepToNextSegment(OpenFile* file, Position* position, const uint8_t* entry);
 
 // An entry of a leaf, and whether it is known that no entry before it has its key.
 struct LeafPlace {

@@ -206,7 +206,7 @@ static Lines segmentsOf(const std::vector<Entries>& records, int32_t behind, int
          previous = segment, segment = segment->next) {
         EXPECT_EQ(segment->previous, previous);
         bool straight = segment->kind == SEGMENT_STRAIGHT;
-        lines.push_back(straight ? line(segment->straight) : line(segment->curve));
+        lines.push_back(straight ? line(*segment->straight) : line(*segment->curve));
     }
     EXPECT_EQ(profile.lastSegment, previous);
     EXPECT_EQ(profile.segmentCount, std::ssize(lines));
