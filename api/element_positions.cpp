@@ -39,26 +39,28 @@ static int findByName(RecordFile* job, uint32_t kind, const char* name)
     }
 }
 
-static void takeOffBlanks(char* text)
+static size_t lengthWithoutBlanks(const char* text)
 {
     size_t length = std::strlen(text);
     while (length > 0 && text[length - 1] == ' ') {
-        text[--length] = '\0';
+        --length;
     }
+    return length;
 }
 
 // A name that a host has padded with blanks means the one without them.
 static int positionByName(RecordFile* job, uint32_t kind, const char* name, Reached* reached)
 {
     char unpadded[NAME_ROOM];
-    if (std::strlen(name) < sizeof unpadded) {
-        copyText(unpadded, sizeof unpadded, name);
-        takeOffBlanks(unpadded);
+    size_t length = lengthWithoutBlanks(name);
+    if (length < sizeof unpadded) {
+        copyText(unpadded, length + 1, name);
         name = unpadded;
     }
     if (kind == ELEMENT_POINT) return fromSurvey(readPointByName(job, name, &reached->name));
-    copyText(reached->name.text, sizeof reached->name.text, name);
-    takeOffBlanks(reached->name.text);
+    char* cut = reached->name.text;
+    copyText(cut, sizeof reached->name.text, name);
+    cut[lengthWithoutBlanks(cut)] = '\0';
     return keepNumber(job, findByName(job, kind, name), reached);
 }
 

@@ -6,7 +6,7 @@
 #include "tests/support/peer.h"
 #include "tools/check/check.h"
 
-constexpr char PADDING[] = "    ";        // as hosts may give names
+const std::string PADDING(300, ' ');      // as hosts may give names
 constexpr size_t ELEMENT_NAME_LIMIT = 15; // an element has no room for more of its name
 
 static std::string read(IdxConnection* job, uint32_t kind, const std::string& what)
