@@ -2,6 +2,10 @@
 
 #include "api/orvIdx.h"
 
+// A call passes so many pages in about a quarter of a second. Behind a bulk update that was killed
+// there may be some hundred right halves that no branch knows.
+constexpr uint32_t MOST_DETOURS = 1U << 22;
+
 static void openBracket(CallBracket* call)
 {
     call->piece = {};
@@ -14,6 +18,7 @@ CallBracket beginCall(RecordFile* job)
 {
     CallBracket call = {fileOf(job), {}, false};
     call.file->trouble = false;
+    call.file->detoursLeft = MOST_DETOURS;
     openBracket(&call);
     return call;
 }
@@ -28,6 +33,7 @@ static int closeBracket(CallBracket* call)
 int endCall(CallBracket* call)
 {
     const int ended = closeBracket(call);
+    call->file->detoursLeft = 0;
     return ended == IX_OK && !call->file->trouble ? IDX_OK : IDX_ERROR;
 }
 
@@ -46,6 +52,7 @@ bool leaveToWrite(CallBracket* call)
 
 void goOn(CallBracket* call)
 {
+    call->file->detoursLeft = MOST_DETOURS;
     if (call->open) {
         call->open = ixYieldRead(call->file, &call->piece) == IX_OK;
     } else {

@@ -21,6 +21,13 @@ static const uint8_t* startOfWalk(const NodeView* view, const SoughtKey* sought,
     return below == 0 ? firstEntry(view->node) : view->node + marks->offsets[below - 1];
 }
 
+// Counts a page that is passed aside of the branches. False when there have been too many.
+static bool mayPass(OpenFile* file)
+{
+    if (file->detoursLeft > 1) --file->detoursLeft;
+    return file->detoursLeft != 1;
+}
+
 // Chooses the child to descend into: the last one whose keys can include the sought
 // key. Expects a branch of the level; when the search has to move right, it looks at
 // its neighbours.
@@ -44,7 +51,7 @@ static Child chooseChild(OpenFile* file, int level, int branch, NodeView view,
         // upper bound of this node, so larger keys belong to the neighbour.
         int neighbour = nodeNextPage(node);
         if (neighbour == NO_PAGE) return {child, NO_PAGE, branch, offset};
-        if (viewNode(file, neighbour, level, &view) != IX_OK) break;
+        if (!mayPass(file) || viewNode(file, neighbour, level, &view) != IX_OK) break;
         branch = neighbour;
     }
     return {NO_PAGE, NO_PAGE, branch, 0};
@@ -79,7 +86,7 @@ static int leafToGoOnIn(OpenFile* file, const Descent* way, const SoughtKey* sou
     for (int empty = 0; empty <= MOST_EMPTY_HALVES; ++empty) {
         if (page == NO_PAGE || page == way->following) return NO_PAGE;
         bool circle = ++*moves > file->header.pagesInFile;
-        if (circle || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
+        if (circle || !mayPass(file) || peekNode(file, page, 0) != IX_OK) return DAMAGED_LEAF;
         const uint8_t* next = engineState.peekBuffer;
         if (nodeCount(next) > 0) {
             return compareEntry(firstEntry(next), sought) <= 0 ? page : NO_PAGE;
@@ -172,7 +179,7 @@ const uint8_t* nextNonEmptyLeaf(OpenFile* file, Position* position, NodeView* le
     for (int moves = 0; moves <= file->header.pagesInFile; ++moves) {
         int page = nodeNextPage(leaf->node);
         if (page == NO_PAGE) return entryAt(leaf->node, nodeCount(leaf->node));
-        if (viewNode(file, page, 0, leaf) != IX_OK) return nullptr;
+        if (!mayPass(file) || viewNode(file, page, 0, leaf) != IX_OK) return nullptr;
         position->ordinal = 0;
         position->leafPage = page;
         if (nodeCount(leaf->node) > 0) return firstEntry(leaf->node);

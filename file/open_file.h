@@ -59,6 +59,9 @@ struct OpenFile {
     // A page could not be read, or is damaged; a lock could not be had. Whoever wants to know
     // clears this and asks, for not every result tells it.
     bool trouble;
+    // Pages that searches may still pass where the branches do not lead to the one sought: a
+    // sound tree has few, a made-up one as many as it has pages, for each search. 0: any number.
+    uint32_t detoursLeft;
 };
 
 inline bool isExclusive(const OpenFile* file) { return file->openMode == OPEN_EXCLUSIVE; }

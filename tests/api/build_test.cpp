@@ -178,6 +178,27 @@ TEST(Chain, IsNotReadWhenItsReferencesStandForTooMuch)
     EXPECT_EQ(kindsOf(job, "FAR"), UNREADABLE);
 }
 
+// The leaves of a file without branches follow one another: every search passes them all. Too many
+// searches of this kind are the end of a call, one alone is not.
+TEST(Chain, IsNotReadWhenItsMembersAreTooFarFromTheRoot)
+{
+    NewJob made;
+    for (int i = 1; i <= 600; ++i) {
+        PointRecord point = {};
+        copyText(point.longText, sizeof point.longText, repeated("x", 999).c_str());
+        EXPECT_EQ(addPoint(&made.writer, std::to_string(i).c_str(), point), IX_OK);
+    }
+    add(made, "FAR", repeated("600 599 ", 1500));
+    made.connect();
+    EXPECT_TRUE(kindsOf(*made.job, "FAR") == repeated("0", 3000));
+    poke16(made.path, 2, 0);  // the root is the first leaf
+    poke16(made.path, 14, 1); // the only level
+    IdxConnection* job = made.job.emplace(made.path);
+    EXPECT_TRUE(Element(job, ELEMENT_POINT, "600"));
+    EXPECT_EQ(kindsOf(job, "FAR"), UNREADABLE);
+    EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 600U);
+}
+
 TEST(Chain, TellsAMissingReferenceFromOneThatCannotBeRead)
 {
     NewJob made;
