@@ -54,8 +54,9 @@ constexpr size_t MOST_ROOM_AHEAD = 2048;
 
 // What became of a member that was to be appended.
 constexpr int MEMBER_ADDED = 0;
-constexpr int MEMBER_UNRESOLVED = 1;
-constexpr int MEMBER_NO_MEMORY = 2;
+constexpr int MEMBER_MISSING = 1;
+constexpr int MEMBER_UNREADABLE = 2;
+constexpr int MEMBER_NO_MEMORY = 3;
 
 // A member of the description.
 struct Token {
@@ -305,14 +306,14 @@ static int makeRoom(MemberList* list, size_t members)
 static int addMember(MemberList* list, int kind, const char* name)
 {
     ElementName found;
-    if (!findMember(list->job, kind, name, &found)) return MEMBER_UNRESOLVED;
+    if (!findMember(list->job, kind, name, &found)) return MEMBER_MISSING;
     bool full = list->count == list->room;
     if (full && makeRoom(list, 2 * list->room) != IDX_OK) return MEMBER_NO_MEMORY;
     ChainMember* member = membersOf(list->chain) + list->count;
     member->memberKind = kind;
     if (fillMember(list->job, found.text, member) != IDX_OK) {
         std::memset(member, 0, sizeof *member); // the next one is filled in its place
-        return MEMBER_UNRESOLVED;
+        return MEMBER_UNREADABLE;
     }
     ++list->count;
     return MEMBER_ADDED;
@@ -330,16 +331,19 @@ static int linkMembers(MemberList* list)
     return IDX_OK;
 }
 
-// Adds those members of a group that exist, and passes the others over. Returns MEMBER_ADDED or
-// MEMBER_NO_MEMORY.
+// Adds those members of a group that exist, and passes the others over. Returns MEMBER_ADDED,
+// MEMBER_UNREADABLE or MEMBER_NO_MEMORY.
 static int addGroup(MemberList* list, const char* name)
 {
+    int result = MEMBER_ADDED;
     for (const GroupPart& part : GROUP_PARTS) {
         char partName[WORD_ROOM + 1];
         std::snprintf(partName, sizeof partName, "%s%s", name, part.suffix);
-        if (addMember(list, part.kind, partName) == MEMBER_NO_MEMORY) return MEMBER_NO_MEMORY;
+        int added = addMember(list, part.kind, partName);
+        if (added == MEMBER_NO_MEMORY) return MEMBER_NO_MEMORY;
+        if (added == MEMBER_UNREADABLE) result = MEMBER_UNREADABLE;
     }
-    return MEMBER_ADDED;
+    return result;
 }
 
 // Adds what the token stands for. A reference that is left in an expanded description is not
@@ -351,11 +355,11 @@ static int addToken(MemberList* list, const Token* token)
     case CHAIN_MEMBER_SHIFT:
         return addMember(list, token->type, "");
     case TOKEN_REFERENCE:
-        return MEMBER_UNRESOLVED;
+        return MEMBER_MISSING;
     case TOKEN_GROUP:
-        return token->nameFits ? addGroup(list, token->name) : MEMBER_UNRESOLVED;
+        return token->nameFits ? addGroup(list, token->name) : MEMBER_MISSING;
     default:
-        return token->nameFits ? addMember(list, token->type, token->name) : MEMBER_UNRESOLVED;
+        return token->nameFits ? addMember(list, token->type, token->name) : MEMBER_MISSING;
     }
 }
 
@@ -380,7 +384,7 @@ static int addMembers(MemberList* list, char* text)
     while (cursor != nullptr) {
         cursor = takeToken(cursor, &token);
         int added = addToken(list, &token);
-        if (added == MEMBER_UNRESOLVED) list->chain->unresolvedMembers = 1;
+        if (added != MEMBER_ADDED) list->chain->unresolvedMembers = 1;
         if (added == MEMBER_NO_MEMORY || fileOf(list->job)->trouble) return IDX_ERROR;
     }
     return linkMembers(list);

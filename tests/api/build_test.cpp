@@ -199,19 +199,27 @@ TEST(Chain, IsNotReadWhenItsMembersAreTooFarFromTheRoot)
     EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 600U);
 }
 
-TEST(Chain, TellsAMissingReferenceFromOneThatCannotBeRead)
+TEST(Chain, TellsMissingReferencesAndPartsOfGroupsFromThoseThatCannotBeRead)
 {
     NewJob made;
     EXPECT_EQ(addPoint(&made.writer, "1", {}), IX_OK);
     add(made, "LOST", " GAP GAP ");
     add(made, "REFERS", "GAP CHA LOST SHIFT 1");
     add(made, "MISSES", "GAP CHA NONE SHIFT 1");
+    add(made, "GROUPS", "SCS MISSES 1 SCS LOSES GAP 1");
+    EXPECT_EQ(addCurve(&made.writer, "MISSES", {}), IX_OK);
+    add(made, "GROUP", "SCS MISSES 1");
+    EXPECT_EQ(addSpiral(&made.writer, "LOSESA", {}), IX_OK);
     RecordFile* records = &made.writer.records;
-    ASSERT_EQ(findChain(records, "LOST"), COGO_OK);
-    ASSERT_EQ(ixDelete(&records->tree, DATA_INDEX, "", records->currentRecordNumber), IX_OK);
+    for (auto find : {findChain, findSpiral}) {
+        ASSERT_EQ(find(records, find == findChain ? "LOST" : "LOSESA"), COGO_OK);
+        ASSERT_EQ(ixDelete(&records->tree, DATA_INDEX, "", records->currentRecordNumber), IX_OK);
+    }
     IdxConnection* job = made.connect();
     EXPECT_EQ(kindsOf(job, "MISSES"), "870");
     EXPECT_EQ(kindsOf(job, "REFERS"), "870?");
+    EXPECT_EQ(kindsOf(job, "GROUP"), "20");
+    EXPECT_EQ(kindsOf(job, "GROUPS"), "2080?");
 }
 
 // From any read of the file on, all fail. What has failed before is not asked for again,
