@@ -115,9 +115,8 @@ int ixClose(IndexFile* tree)
     }
 
     tree->ioError = 0;
-    int result = file->pending.headerDirty ? writeHeader(file) : IX_OK;
-    if (result != IX_OK) return failClose(tree, result);
-    result = flushAndFreeFile(file);
+    int result = writeChanges(file);
+    if (result == IX_OK) result = flushAndFreeFile(file);
     if (result != IX_OK) return failClose(tree, result);
     result = ixEndUpdate(file);
     if (result != IX_OK) return withStatus(tree, result);

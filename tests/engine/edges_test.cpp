@@ -141,6 +141,31 @@ TEST(StaleLock, IsGoneAfterAProbe)
     }
 }
 
+// A close removes it, and on the way finishes the split of a root that has no branch above it yet:
+// whichever of its writes it is killed at, the job opens.
+TEST(StaleLock, IsRemovedByACloseThatMayBeKilled)
+{
+    std::vector<std::string> entries;
+    for (int number = 1; number <= 4; ++number) {
+        entries.push_back(rawEntry(5, "K", number, std::string(245, 'x')));
+    }
+    entries.push_back(rawEntry(17, "\5K", 1, rawNumber(77, 4)));
+    std::string bytes = rawJob(entries, 9);
+    bytes.replace(2, 2, rawNumber(0, 2)); // the root is the first leaf
+    bytes.replace(14, 2, rawNumber(1, 2));
+    for (int write = 1, killed = 1; killed > 0; ++write) {
+        Job job(bytes);
+        ASSERT_EQ(job.find(5, "K"), IX_OK);
+        osFaults = {.call = OS_CALL_WRITE, .first = write, .lasting = true, .kills = true};
+        recordClose(&job.file);
+        killed = osFaults.failures;
+        osFaults = {};
+        ixAbandon(&job.file.tree);
+        job.open(OPEN_SHARED);
+        EXPECT_EQ(job.find(5, "K", 4), IX_OK) << write;
+    }
+}
+
 TEST(LockedRecord, IsLetGoOfWhenAnotherIsRead)
 {
     Job job(emptyJob(3));
