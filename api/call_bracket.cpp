@@ -2,10 +2,6 @@
 
 #include "api/orvIdx.h"
 
-// A call passes so many pages in about a quarter of a second. Behind a bulk update that was killed
-// there may be some hundred right halves that no branch knows.
-constexpr uint32_t MOST_DETOURS = 1U << 22;
-
 static void openBracket(CallBracket* call)
 {
     call->piece = {};

@@ -81,7 +81,9 @@ int ixOpen(IndexFile* tree, const char* path, char mode)
     // From here on operations run on the context, so it counts as open.
     OpenMarks before = file->marks;
     markOpen(tree, path);
+    file->detoursLeft = MOST_DETOURS;
     result = releaseStaleLocks(tree);
+    file->detoursLeft = 0;
     int ended = endOpen(file);
     if (result == IX_OK) result = ended;
     if (result != IX_OK) {

@@ -45,6 +45,10 @@ struct Sharing {
     uint32_t quietTime;   // the last one that was looked into
 };
 
+// So many pages are passed in about a quarter of a second. Behind a bulk update that was killed
+// there may be some hundred right halves that no branch knows.
+constexpr uint32_t MOST_DETOURS = 1U << 22;
+
 struct OpenFile {
     OpenMarks marks;
     int32_t descriptor;
@@ -60,7 +64,8 @@ struct OpenFile {
     // clears this and asks, for not every result tells it.
     bool trouble;
     // Pages that searches may still pass where the branches do not lead to the one sought: a
-    // sound tree has few, a made-up one as many as it has pages, for each search. 0: any number.
+    // sound tree has few, a made-up one as many as it has pages, for each search. MOST_DETOURS
+    // where there are many searches in one; 0: any number.
     uint32_t detoursLeft;
 };
 

@@ -180,7 +180,7 @@ TEST(Chain, IsNotReadWhenItsReferencesStandForTooMuch)
 
 // The leaves of a file without branches follow one another: every search passes them all. Too many
 // searches of this kind are the end of a call, one alone is not.
-TEST(Chain, IsNotReadWhenItsMembersAreTooFarFromTheRoot)
+TEST(Detours, EndCallsThatTakeTooMany)
 {
     NewJob made;
     for (int i = 1; i <= 600; ++i) {
@@ -197,6 +197,17 @@ TEST(Chain, IsNotReadWhenItsMembersAreTooFarFromTheRoot)
     EXPECT_TRUE(Element(job, ELEMENT_POINT, "600"));
     EXPECT_EQ(kindsOf(job, "FAR"), UNREADABLE);
     EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 600U);
+    made.job.reset();
+
+    std::vector<std::string> locks; // of another user; connecting looks at all of them
+    for (int number = 1; number <= 60000; ++number) {
+        locks.push_back(rawEntry(LOCK_INDEX, "", number, rawNumber(5, 4)));
+    }
+    const std::string path = writeJob(rawJob(locks));
+    EXPECT_TRUE(Connection(path));
+    poke16(path, 2, 0);
+    poke16(path, 14, 1);
+    EXPECT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_ERROR);
 }
 
 TEST(Chain, TellsMissingReferencesAndPartsOfGroupsFromThoseThatCannotBeRead)
