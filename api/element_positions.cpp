@@ -32,10 +32,8 @@ static int findByName(RecordFile* job, uint32_t kind, const char* name)
         return findChain(job, name);
     case ELEMENT_PROFILE:
         return findProfile(job, name);
-    case ELEMENT_SURVEY_CHAIN:
+    default: // ELEMENT_SURVEY_CHAIN
         return fromSurvey(findSurveyChain(job, name));
-    default:
-        return NOT_REACHED;
     }
 }
 
@@ -79,10 +77,8 @@ static int positionOnFirst(RecordFile* job, uint32_t kind, Reached* reached)
         return firstChain(job, &reached->name);
     case ELEMENT_PROFILE:
         return firstProfile(job, &reached->name);
-    case ELEMENT_SURVEY_CHAIN:
+    default: // ELEMENT_SURVEY_CHAIN
         return keepNumber(job, fromSurvey(firstInIndex(job, SURVEY_CHAIN_INDEX)), reached);
-    default:
-        return NOT_REACHED;
     }
 }
 
@@ -101,10 +97,8 @@ static int positionOnNext(RecordFile* job, uint32_t kind, Reached* reached)
         return nextChain(job, &reached->name);
     case ELEMENT_PROFILE:
         return nextProfile(job, &reached->name);
-    case ELEMENT_SURVEY_CHAIN:
+    default: // ELEMENT_SURVEY_CHAIN
         return keepNumber(job, fromSurvey(nextInIndex(job, SURVEY_CHAIN_INDEX)), reached);
-    default:
-        return NOT_REACHED;
     }
 }
 

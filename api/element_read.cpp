@@ -25,10 +25,8 @@ static void* build(RecordFile* job, uint32_t kind, const Reached& reached)
         return buildChain(job, reached);
     case ELEMENT_PROFILE:
         return buildProfile(job, reached);
-    case ELEMENT_SURVEY_CHAIN:
+    default: // ELEMENT_SURVEY_CHAIN
         return buildSurveyChain(job, reached);
-    default:
-        return nullptr;
     }
 }
 

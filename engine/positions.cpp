@@ -77,8 +77,7 @@ bool standsOnEntry(const Position* position)
 const uint8_t* entryAtNotedPlace(OpenFile* file, const Position* position, NodeView* leaf)
 {
     const NotedPlace* place = &position->place;
-    bool reading =
-        !isExclusive(file) && file->sharing.fileLock == LOCKED && !file->sharing.exclusively;
+    bool reading = file->sharing.fileLock == LOCKED && !file->sharing.exclusively;
     if (!reading || place->leafContent == 0 || !standsOnEntry(position)) return nullptr;
     if (lastPageIfContent(file, leaf, place->leafContent)) return leaf->node + place->offset;
     if (viewNode(file, position->leafPage, 0, leaf) != IX_OK) return nullptr;

@@ -166,7 +166,7 @@ int ixEndRead(OpenFile* file)
     if (isExclusive(file)) return IX_OK;
     --file->sharing.readNesting;
     if (file->sharing.updateNesting != 0 || file->sharing.readNesting != 0) return IX_OK;
-    return file->sharing.fileLock == LOCKED ? releaseFileLock(file) : IX_OK;
+    return releaseFileLock(file);
 }
 
 int ixYieldRead(OpenFile* file, ReadPiece* piece)
@@ -221,7 +221,7 @@ int ixEndUpdate(OpenFile* file)
 
     int result = writeChanges(file);
     file->pending.flushFailed = result != IX_OK;
-    if (file->sharing.readNesting == 0 && file->sharing.fileLock == LOCKED) {
+    if (file->sharing.readNesting == 0) {
         int released = releaseFileLock(file);
         if (result == IX_OK) result = released;
     }

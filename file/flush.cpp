@@ -18,7 +18,6 @@
 
 int writeBack(CacheBlock* block)
 {
-    if (block->descriptor == -1 || !block->dirty) return IX_OK;
     int result = writePage(block->descriptor, block->page, block->pageNumber);
     if (result == IX_OK) setClean(block);
     return result;
@@ -65,10 +64,10 @@ int flushAndFreeFile(OpenFile* file)
     return makeDurable();
 }
 
+// The height changes with the root.
 static bool rootHasMoved(const OpenFile* file)
 {
-    return file->header.rootPage != file->headerInFile.rootPage ||
-           file->header.height != file->headerInFile.height;
+    return file->header.rootPage != file->headerInFile.rootPage;
 }
 
 // True when others would miss something without a header write: a new change counter, or what

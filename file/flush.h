@@ -5,7 +5,7 @@
 
 // The block is no longer dirty.
 void setClean(CacheBlock* block);
-// Writes the page when it is dirty. 0 or the write error.
+// Writes the page of a dirty block, which is clean then. 0 or the write error.
 int writeBack(CacheBlock* block);
 // Asserts the invariants of the cache in the debug build.
 void assertCacheInvariants();

@@ -91,7 +91,7 @@ int claimUserSlot(OpenFile* file)
 
 void releaseUserSlot(OpenFile* file)
 {
-    if (isExclusive(file) || file->sharing.userSlot == NO_SLOT || isInherited(file)) return;
+    if (file->sharing.userSlot == NO_SLOT || isInherited(file)) return;
     releaseByte(file->descriptor, USER_SLOT_BASE + static_cast<uint32_t>(file->sharing.userSlot));
     file->sharing.userSlot = NO_SLOT;
 }

@@ -75,7 +75,7 @@ int enterOpen(OpenFile* file, const char* path)
     if (beginOpen(file) == IX_OK) return IX_OK;
     closeDescriptor(file->descriptor);
     if (openFile(file, path, OPEN_EXCLUSIVE) != IX_OK) return IX_OPEN_LOCK;
-    return beginOpen(file) == IX_OK ? IX_OK : IX_OPEN_LOCK;
+    return beginOpen(file); // nothing is locked
 }
 
 int enterFile(OpenFile* file)

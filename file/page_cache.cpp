@@ -172,7 +172,6 @@ static void numberContent(CacheBlock* block)
 // Makes the block free; its place in the list of use stays.
 static void freeBlock(CacheBlock* block)
 {
-    if (block->descriptor == -1) return;
     setClean(block);
     CacheBlock** link = bucketOf(block->descriptor, block->pageNumber);
     while (*link != block) {
@@ -272,7 +271,6 @@ static int takeFreeBlock(OpenFile* file, CacheBlock** block)
         if (result != IX_OK) return result;
     }
     *block = fileState.cache.freeHead;
-    if (*block == nullptr) return IX_PAGE_IO;
     moveToHead(*block);
     return IX_OK;
 }

@@ -32,7 +32,7 @@ int16_t imageChecksum(const uint8_t* image, int length)
 
 static int textLength(const LayoutEntry* entry)
 {
-    size_t room = entry->length > 0 ? static_cast<size_t>(entry->length) - 1 : 0;
+    size_t room = static_cast<size_t>(entry->length) - 1;
     return static_cast<int>(strnlen(static_cast<const char*>(entry->value), room));
 }
 
@@ -42,7 +42,7 @@ static bool isEmpty(const LayoutEntry* entry)
     case TYPE_TEXT:
         return textLength(entry) == 0;
     case TYPE_BLOCK:
-        return entry->length <= 0;
+        return entry->length == 0;
     case TYPE_DOUBLE: {
         double value = 0.0;
         memcpy(&value, entry->value, sizeof value);
@@ -86,7 +86,7 @@ static inline void readNumber(void* value, const uint8_t* bytes, int size)
     } else if (size == 4) {
         uint32_t number = loadUint32(bytes);
         memcpy(value, &number, sizeof number);
-    } else if (size == 2) {
+    } else {
         int16_t number = static_cast<int16_t>(loadInt16(bytes));
         memcpy(value, &number, sizeof number);
     }
@@ -97,7 +97,7 @@ static int itemSize(const LayoutEntry* entry)
 {
     if (entry->type == TYPE_TEXT) return FIELD_NUMBER_SIZE + textLength(entry) + 1;
     if (entry->type == TYPE_BLOCK) {
-        return FIELD_NUMBER_SIZE + BLOCK_LENGTH_SIZE + (entry->length > 0 ? entry->length : 0);
+        return FIELD_NUMBER_SIZE + BLOCK_LENGTH_SIZE + entry->length;
     }
     return FIELD_NUMBER_SIZE + numberSize(entry->type);
 }
@@ -111,7 +111,7 @@ static void writeItem(uint8_t* item, int field, const LayoutEntry* entry)
         memcpy(value, entry->value, static_cast<size_t>(length));
         value[length] = 0;
     } else if (entry->type == TYPE_BLOCK) {
-        int length = entry->length > 0 ? entry->length : 0;
+        int length = entry->length;
         storeInt16(value, length);
         memcpy(value + BLOCK_LENGTH_SIZE, entry->value, static_cast<size_t>(length));
     } else {

@@ -43,7 +43,8 @@ struct ImageWalk {
 // Checksum of bytes 4 to length - 1.
 int16_t imageChecksum(const uint8_t* image, int length);
 
-// Writes the image of the layout's variables. Its length, or IMAGE_DOES_NOT_FIT.
+// Writes the image of the layout's variables. Its length, or IMAGE_DOES_NOT_FIT. Expects a
+// layout that checkLayoutForWrite has found right.
 int packRecord(uint8_t* buffer, const LayoutEntry* layout, uint8_t typeByte, int maximumSize);
 
 // Checks the whole image, then fills the layout's variables and *typeByte. 0,

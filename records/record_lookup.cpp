@@ -121,10 +121,9 @@ static int readImage(RecordFile* job, const LayoutPlan* plan)
                              job->recordBuffer, room);
     if (result != IX_OK) return IX_NOT_FOUND;
 
-    // An image that was cut to the buffer, or a record without bytes, which leaves
-    // the buffer as it was, is no image.
+    // What was cut to the buffer is no image.
     uint32_t length = job->tree.found.recordLength;
-    if (length > room || length < IMAGE_MIN_SIZE) return IX_DAMAGED_IMAGE;
+    if (length > room) return IX_DAMAGED_IMAGE;
     return unpackRecord(job->recordBuffer, plan, &job->recordTypeByte, static_cast<int>(length));
 }
 

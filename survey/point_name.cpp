@@ -12,10 +12,7 @@ static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 static bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
-bool isAllDigits(const char* text)
-{
-    return text != nullptr && text[0] != '\0' && trailingDigitsStart(text) == 0;
-}
+bool isAllDigits(const char* text) { return text[0] != '\0' && trailingDigitsStart(text) == 0; }
 
 int trailingDigitsStart(const char* text)
 {
@@ -28,7 +25,6 @@ int trailingDigitsStart(const char* text)
 
 int splitPointName(const char* text, char* prefix, char* number)
 {
-    if (text == nullptr || text[0] == '\0') return SPLIT_NO_NUMBER;
     size_t length = std::strlen(text);
     if (std::strspn(text, "0") == length) return SPLIT_NO_NUMBER;
     size_t start = static_cast<size_t>(trailingDigitsStart(text));
@@ -68,16 +64,7 @@ int buildPointNameKey(char* key, const char* name)
     return SURVEY_OK;
 }
 
-void removeBlanks(char* name)
-{
-    if (std::strchr(name, ' ') == nullptr) return;
-    size_t kept = 0;
-    for (size_t i = 0; name[i] != '\0'; ++i) {
-        if (name[i] == ' ' && i < CHARACTERS_FREED_OF_BLANKS) continue;
-        name[kept++] = name[i];
-    }
-    name[kept] = '\0';
-}
+void removeBlanks(char* name) { *std::remove(name, name + std::strlen(name), ' ') = '\0'; }
 
 size_t nameOfKey(char* name, size_t room, const char* key)
 {

@@ -25,5 +25,6 @@ int splitPointName(const char* text, char* prefix, char* number);
 // tells why no point can have the name.
 int buildPointNameKey(char* key, const char* name);
 
-// Removes the blanks among the first characters of a name, as nameOfKey does.
+// Removes all blanks of a record's name, which has fewer characters than nameOfKey looks at for
+// them.
 void removeBlanks(char* name);

@@ -21,7 +21,6 @@ static int findKey(RecordFile* job, int index, const char* key, int matchMode)
 
 int findSurveyRecord(RecordFile* job, const char* name, int index, int matchMode)
 {
-    if (name == nullptr) return SURVEY_FAILED;
     if (index != POINT_NAME_INDEX) {
         return findKey(job, index, name, matchMode) == IX_OK ? SURVEY_OK : SURVEY_FAILED;
     }
@@ -59,7 +58,7 @@ int nextInIndex(RecordFile* job, int index) { return stepSurveyIndex(job, index,
 // -- Records -----------------------------------------------------------------
 
 // Returns the integer at the beginning of a number text, which may start with blanks and a
-// sign: 0 when there are no digits, the nearest 32-bit integer when there are too many.
+// sign: 0 when there are no digits.
 static int32_t numberOfText(const char* text)
 {
     while (*text == ' ') {
@@ -67,14 +66,12 @@ static int32_t numberOfText(const char* text)
     }
     bool negative = *text == '-';
     if (*text == '-' || *text == '+') ++text;
-    int64_t number = 0;
-    for (; *text >= '0' && *text <= '9' && number <= INT32_MAX; ++text) {
+    static_assert(NUMBER_TEXT_ROOM <= 10, "no text has digits for too large a number");
+    int32_t number = 0;
+    for (; *text >= '0' && *text <= '9'; ++text) {
         number = number * 10 + (*text - '0');
     }
-    if (negative) number = -number;
-    if (number > INT32_MAX) number = INT32_MAX;
-    if (number < INT32_MIN) number = INT32_MIN;
-    return static_cast<int32_t>(number);
+    return negative ? -number : number;
 }
 
 // Completes the code text when it is marked as going on in the long text.
