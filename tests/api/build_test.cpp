@@ -210,6 +210,30 @@ TEST(Detours, EndCallsThatTakeTooMany)
     EXPECT_EQ(orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0), IDX_ERROR);
 }
 
+TEST(Chain, IsWhatItsWordsAndItsNameLetItBe)
+{
+    NewJob made;
+    EXPECT_EQ(addPoint(&made.writer, "1", {}), IX_OK);
+    const std::string endless(300, 'N');
+    const std::tuple<const char*, std::string, const char*> chains[] = {
+        {"NINETEENCHARACTERSX", " GAP SHIFT 1", "870"}, // continued by itself, if at all
+        {"ENDS}", " SHIFT 1", "70"},
+        {"BLANK", "  ", ""},
+        {"REFERS", "GAP CHA BLANK SHIFT 1", "870"},
+        {"LONG", "GAP CHA " + endless + " SHIFT 1", "870?"},
+        {"LAST", "GAP CHA " + endless, "8?"},
+        {"GROUP", "GAP SCS " + endless + " 1", "80?"},
+        {"", "GAP 1", UNREADABLE}};
+    for (const auto& [name, description, kinds] : chains) {
+        add(made, name, description);
+    }
+    IdxConnection* job = made.connect();
+    for (const auto& [name, description, kinds] : chains) {
+        EXPECT_EQ(kindsOf(job, name), kinds) << name;
+    }
+    EXPECT_EQ(namesOf(job, ELEMENT_CHAIN).size(), std::size(chains));
+}
+
 TEST(Chain, TellsMissingReferencesAndPartsOfGroupsFromThoseThatCannotBeRead)
 {
     NewJob made;

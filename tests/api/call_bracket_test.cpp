@@ -1,11 +1,15 @@
 // The file lock around public calls: once for each, once more for what a reading has to
 // write, and let go from time to time in long ones.
+#include "cogo/cogo.h"
 #include "engine/engine.h"
 #include "tests/support/command.h"
 #include "tests/support/connection.h"
 #include "tests/support/contexts.h"
+#include "tests/support/facts.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/raw_job.h"
+
+#include <optional>
 
 // How often the file lock was taken since the last question.
 static int locksTaken()
@@ -81,6 +85,12 @@ TEST(LongRead, LetsWritersInAfterSomeMilliseconds)
     osFaults = {};
     EXPECT_NE(result, 0);
     EXPECT_EQ(file.file.sharing.readNesting, 0);
+
+    ASSERT_EQ(ixBeginRead(&file.file), 0);
+    osFaults = {.call = OS_CALL_UNLOCK, .first = 1, .time = 100};
+    piece = {.since = 1, .steps = 64};
+    EXPECT_EQ(ixYieldRead(&file.file, &piece), IX_FILE_LOCK);
+    osFaults = {};
     EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
@@ -123,20 +133,36 @@ TEST(Reads, StayAwayFromTheLockInQuietTimes)
 }
 #endif
 
-// A lock that cannot be released keeps the next calls from beginning: they find nothing out.
-TEST(PublicCalls, FailAsLongAsTheLockOfAnEarlierOneIsKept)
+// Between the reading and the writing of a call another process may have written the same, or
+// have taken the element away.
+TEST(PublicCalls, WriteNothingThatAnotherProcessHasWrittenMeanwhile)
 {
-    osFaults = {};
-    Connection job(freshJob("tiny"));
-    osFaults.call = OS_CALL_UNLOCK;
-    osFaults.first = 1;
-    osFaults.lasting = true;
-    for (uint32_t kind = ELEMENT_POINT; kind <= ELEMENT_SURVEY_CHAIN; ++kind) {
-        uint32_t count = 0;
-        EXPECT_EQ(orvIdx_numberOfElements(job, kind, &count, nullptr), IDX_ERROR) << kind;
+    for (const auto& [kind, name] : {std::pair(ELEMENT_LINE, "NOEXT1"), {ELEMENT_CHAIN, "OLD1"}}) {
+        const std::string path = freshJob("mixed");
+        const std::string before = fileBytes(path);
+        std::optional<Connection> job(path);
+        EXPECT_TRUE(Element(*job, kind, name));
+        const Facts facts = factsOf(kind, Element(*job, kind, name).element);
+        const std::string written = fileBytes(path);
+        RecordFile* records = slotContext();
+        ASSERT_EQ((kind == ELEMENT_LINE ? findLine : findChain)(records, name), COGO_OK);
+        EXPECT_EQ(ixDelete(&records->tree, RECORD_KEY_INDEX, keyAtPosition(records, 1),
+                           records->currentRecordNumber),
+                  IX_OK);
+        const std::string gone = fileBytes(path);
+        for (const std::string& meanwhile : {written, gone}) {
+            job.reset();
+            writeBytes(path, before);
+            job.emplace(path);
+            osFaults = {.lockWaitedFor = 2};
+            osFaults.meanwhile = [&] { writeBytes(path, meanwhile); };
+            Element element(*job, kind, name);
+            osFaults = {};
+            EXPECT_EQ(bool(element), meanwhile == written);
+            EXPECT_TRUE(!element || factsOf(kind, element.element) == facts);
+            EXPECT_TRUE(fileBytes(path) == meanwhile);
+        }
     }
-    osFaults = {};
-    EXPECT_EQ(namesOf(job, ELEMENT_POINT).size(), 8u);
 }
 
 // What would change the file inside a reading bracket is refused, and told of, whatever
@@ -166,7 +192,7 @@ TEST(ReadingBracket, WritesNothing)
 // Whether a search or a step along the leaf has reached it.
 TEST(PointList, CutsEveryLongNameAlike)
 {
-    const std::string tail = "12345678901234567890123456";
+    const std::string tail = "1234567890123456 890123456";
     std::string path = writeJob(rawJob({rawEntry(5, "      7", 1), rawEntry(5, "A" + tail, 2),
                                         rawEntry(5, "B 1" + tail, 3), rawEntry(5, "C" + tail, 4)}));
     Connection job(path);

@@ -3,6 +3,7 @@
 #include "tests/support/bad_files.h"
 #include "tests/support/command.h"
 #include "tests/support/connection.h"
+#include "tests/support/facts.h"
 #include "tests/support/os_faulty.h"
 #include "tests/support/process.h"
 #include "tests/support/raw_job.h"
@@ -58,6 +59,10 @@ TEST(Connect, ClearsABusyMarkerThatStays)
               5000);
     EXPECT_EQ(orvIdx_disconnectFromOrvaneOrvFile(&job), IDX_OK);
     EXPECT_EQ(fileBytes(path), bytes);
+    poke32(path, 1020, 13245);
+    osFaults = {.call = OS_CALL_WRITE, .first = 1};
+    EXPECT_EQ(connectTo(path, &job), IDX_ERROR);
+    osFaults = {};
 
     // It stays in what cannot be written, and in a file that is no sound job.
     poke32(path, 1020, 13245);
@@ -75,6 +80,20 @@ TEST(Connect, ClearsABusyMarkerThatStays)
         writeBytes(path, emptyJob(0));
         poke32(path, 1020, 13245);
     }
+}
+
+// Somebody else has the file alone, and lets go of it: then it is used alone here as well.
+TEST(Connect, ReadsTheSameFromAFileThatItUsesAlone)
+{
+    const std::string path = freshJob("mixed");
+    const std::string alone = freshJob("mixed");
+    const Facts facts = factsOfJob(path);
+    osFaults = {.call = OS_CALL_LOCK, .first = 1};
+    EXPECT_TRUE(factsOfJob(alone) == facts);
+    EXPECT_EQ(osFaults.locks, 2) << "the byte of the probe, refused, and all of them";
+    EXPECT_EQ(fileBytes(alone).size(), fileBytes(path).size());
+    osFaults = {};
+    EXPECT_TRUE(factsOfJob(alone) == factsOfJob(path));
 }
 
 TEST(Connect, KeepsToOneConnectionAndToKnownKinds)

@@ -161,6 +161,12 @@ TEST(DamagedImage, IsRefused)
     const std::string text = rawNumber(26, 2) + "text";
     EXPECT_TRUE(curveIsReadable(curveImage(text + '\0' + END_MARK)));
     EXPECT_FALSE(curveIsReadable(curveImage(END_MARK, "LIN")));
+    std::string often; // the same field
+    while (often.size() < 700) {
+        often += text + '\0';
+    }
+    EXPECT_TRUE(curveIsReadable(curveImage(often + END_MARK)));
+    EXPECT_FALSE(curveIsReadable(curveImage(often)));
     for (const std::string& items :
          {text, text + '\0', text + END_MARK, rawNumber(-2, 2) + '\0' + END_MARK,
           rawNumber(36, 2) + END_MARK, rawNumber(1, 2) + "1234" + END_MARK}) {

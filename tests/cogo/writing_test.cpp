@@ -55,10 +55,16 @@ TEST(OlderChain, IsThereWhateverBecomesOfItsRewrite)
 }
 
 // The number of a line's new extension, and the next one.
-static std::pair<int32_t, int32_t> numbersAfter(int32_t counter, bool damaged)
+static std::pair<int32_t, int32_t> numbersAfter(int32_t counter, bool damaged, int32_t used = 0)
 {
     NewJob made(OPEN_SHARED);
     EXPECT_EQ(addLine(&made.writer, "L", {}), IX_OK);
+    ExtensionResult extension = {};
+    for (const char* name : {"M", "N"}) {
+        extension.elementNumber = used;
+        EXPECT_TRUE(used == 0 || addLine(&made.writer, name, {}, &extension) == IX_OK);
+        used -= used != 0;
+    }
     if (counter >= 0) {
         EXPECT_EQ(addVersionCounter(&made.writer, counter), IX_OK);
     }
@@ -76,8 +82,8 @@ static std::pair<int32_t, int32_t> numbersAfter(int32_t counter, bool damaged)
     EXPECT_EQ(read == COGO_OK, line.elementNumber > 0);
     int32_t next = nextVersionNumber(slotContext());
     made.job.reset();
-    EXPECT_EQ(checkJobFile(path).records, line.elementNumber > 0 ? 3 : 2);
-    EXPECT_EQ(checkJobFile(path).complaints, std::vector<std::string>());
+    EXPECT_EQ(checkJobFile(path).records, (line.elementNumber > 0 ? 3 : 2) + (used > 0 ? 4 : 0));
+    EXPECT_EQ(checkJobFile(path).complaints.size(), damaged && next == 0 ? 1U : 0U);
     return {line.elementNumber, next};
 }
 
@@ -89,4 +95,6 @@ TEST(VersionCounter, GivesNoNumberAtItsEndAndIsBuiltAnewWhenItCannotBeRead)
     EXPECT_EQ(numbersAfter(INT32_MAX - 1, false), Numbers(INT32_MAX, 0));
     EXPECT_EQ(numbersAfter(INT32_MAX, false), Numbers(0, 0));
     EXPECT_EQ(numbersAfter(41, true), Numbers(1, 2)); // no extension has a number yet
+    EXPECT_EQ(numbersAfter(41, true, 7), Numbers(8, 9));
+    EXPECT_EQ(numbersAfter(41, true, INT32_MAX), Numbers(0, 0));
 }

@@ -104,6 +104,9 @@ TEST(Operations, RefuseWhatCannotBeDone)
             --*mark;
         }
     }
+    const void* end = reinterpret_cast<const void*>(UINTPTR_MAX);
+    EXPECT_EQ(ixAdd(&job.file.tree, 20, "N", 1, end, 2), IX_BAD_ARGUMENT);
+    EXPECT_EQ(ixNext(&job.file.tree, 20, const_cast<void*>(end), 2), IX_BAD_ARGUMENT);
     EXPECT_TRUE(fileBytes(job.path) == before);
     job.layout[1].type = 'X';
     for (size_t i = WITH_INDEX + 1; i < WITH_INDEX + 4; ++i) {
@@ -268,7 +271,8 @@ TEST(Records, AreFoundAndSteppedToInEveryMode)
             {MATCH_AFTER, "0/2 0/1 0/1 -1/-1 -1/-1 "},
             {MATCH_AT_OR_AFTER, "2/2 0/2 2/1 0/1 -1/-1 "},
             {MATCH_BEFORE, "-1/-1 -1/-1 0/2 0/2 0/1 "},
-            {MATCH_AT_OR_BEFORE, "-1/-1 0/2 3/2 0/1 3/1 "}};
+            {MATCH_AT_OR_BEFORE, "-1/-1 0/2 3/2 0/1 3/1 "},
+            {9, "2/2 1/-1 2/1 1/-1 -1/-1 "}}; // what the search for number 0 answers
         for (const auto& [match, expected] : modes) {
             std::string found;
             for (const char* key : {"A", "B", "C", "D", "E"}) {
@@ -276,6 +280,10 @@ TEST(Records, AreFoundAndSteppedToInEveryMode)
             }
             EXPECT_EQ(found, expected) << match;
         }
+        // No program gives a record this number.
+        ASSERT_EQ(ixAdd(&job.file.tree, 5, "C", 0, nullptr, 0), IX_OK);
+        EXPECT_EQ(reached(job, recordFind(&job.file, 5, "C", MATCH_EXACT)), "0/0 ");
+        ASSERT_EQ(ixDelete(&job.file.tree, 5, "C", 0), IX_OK);
         std::string steps;
         for (int step :
              {STEP_FIRST, STEP_NEXT, STEP_NEXT, STEP_LAST, STEP_PREVIOUS, 9, STEP_PREVIOUS}) {
@@ -467,6 +475,36 @@ TEST(DamagedTree, EndsEveryOperationAndWalk)
         }
         EXPECT_LE(stepsToTheEnd(job, ixFindFirst, ixNext, 1), 92U);
         EXPECT_LE(stepsToTheEnd(job, ixFindLast, ixPrevious, -1), 92U);
+    }
+}
+
+// A leaf older than its split still has what stands in its right half as well.
+TEST(TornLeaf, IsCutWhereItWasSplitBeforeAnEntryIsChanged)
+{
+    auto leaf = [](const std::string& keys, int next, int previous) {
+        std::string entries;
+        for (char key : keys) {
+            entries += rawEntry(3, {key}, 1, std::string(120, 'x'));
+        }
+        return rawPage(0, static_cast<int>(keys.size()), entries, next, previous, 0);
+    };
+    const std::string large = rawEntry(3, "a", 1, std::string(240, 'x'));
+    const std::string header = rawJob({large, large, large, large, large}).substr(0, 1024);
+    const std::string root = rawPage(1, 1, rawEntry(3, "d", 1, rawNumber(1, 2)), -1, -1, 0);
+    // The right half, and how many entries there are afterwards: none is changed when that is
+    // none of this leaf.
+    for (const auto& [half, left] : {std::pair(leaf("efghij", -1, 0), 9),
+                                     {leaf("", -1, 0), 3},
+                                     {leaf("efgh", 0, 0), 0},
+                                     {leaf("efgh", -1, 1), 0},
+                                     {leaf("defg", -1, 0), 0}}) {
+        Job job(header + leaf("abcdefg", -1, -1) + half + root);
+        const std::string before = fileBytes(job.path);
+        EXPECT_EQ(ixDelete(&job.file.tree, 3, "b", 1), left > 0 ? IX_OK : IX_DESCENT_FAILED);
+        EXPECT_EQ(fileBytes(job.path) == before, left == 0);
+        if (left == 0) continue;
+        EXPECT_EQ(checkTreeFile(job.path).complaints, std::vector<std::string>());
+        EXPECT_EQ(checkTreeFile(job.path).entries, left);
     }
 }
 

@@ -118,6 +118,7 @@ INSTANTIATE_TEST_SUITE_P(InOneProcess, Openers, testing::Bool());
 TEST_P(Openers, ShareBytesForReadingAndHoldThemAloneForWriting)
 {
     ASSERT_EQ(other("S"), "1 writes");
+    EXPECT_EQ(lockRange(descriptor, 3, FILE_LOCK_BYTE, 1), 0);
     for (uint32_t offset : {OPEN_PROBE_BYTE, FILE_LOCK_BYTE, USER_SLOT_BASE + 127}) {
         std::string byte = std::to_string(offset);
         // What is asked for here, and what the other one could have then.

@@ -256,6 +256,31 @@ TEST(PageCache, ForgetsPagesThatAreWritten)
     osFaults = {};
 }
 
+// Pages of one update more than there is room for, and those of another file.
+TEST(PageCache, WritesChangedPagesWhenThereAreNoOthers)
+{
+    Files files = openFiles(CACHE_BLOCKS + 1);
+    const std::string bytes = pageOfVersion(1);
+    auto write = [&](size_t file, int number) {
+        files[file].openMode = OPEN_SHARED;
+        files[file].sharing.exclusively = true;
+        return cachedPageWrite(&files[file], reinterpret_cast<const uint8_t*>(&bytes[0]), number);
+    };
+    osFaults = {.call = OS_CALL_ALLOCATE, .first = 1, .lasting = true};
+    for (int number = 0; number < CACHE_BLOCKS; ++number) {
+        ASSERT_EQ(write(0, number), IX_OK);
+    }
+    EXPECT_TRUE(osFaults.transfers.empty());
+    NodeView view = {};
+    EXPECT_EQ(cachedPageView(&files[1], &view, 0) + write(1, 0), 2 * IX_PAGE_IO);
+    osFaults = {.call = OS_CALL_WRITE, .first = 2}; // behind the header
+    EXPECT_EQ(write(0, CACHE_BLOCKS), IX_PAGE_IO);
+    EXPECT_EQ(write(0, CACHE_BLOCKS), IX_OK);
+    EXPECT_EQ(osFaults.transfers.size(), 2U + CACHE_BLOCKS);
+    closeFiles(files);
+    osFaults = {};
+}
+
 // Reads every record; answers how many pages came into the cache.
 uint64_t pagesBrought(IndexFile* file)
 {
@@ -291,6 +316,27 @@ TEST(PageCache, ReadsEveryPageAgainWhenAnotherHasWritten)
     EXPECT_EQ(ixNext(&files[0], 20, &data, 1), IX_OK);
     EXPECT_EQ(data, 'N');
     EXPECT_EQ(ixClose(&files[0]) + ixClose(&files[1]), IX_OK);
+}
+
+// As long as the lock is not held others may write at any time.
+TEST(PageCache, AsksForTheHeaderBeforeAPageOutsideTheFileLock)
+{
+    const std::string path = freshJob("tiny");
+    IndexFile file = {};
+    ASSERT_EQ(ixOpen(&file, path.c_str(), OPEN_SHARED), IX_OK);
+    auto transfers = [&] {
+        osFaults.transfers.clear();
+        NodeView view = {};
+        EXPECT_EQ(cachedPageView(&file.file, &view, file.file.header.rootPage), IX_OK);
+        return osFaults.transfers.size();
+    };
+    EXPECT_EQ(transfers(), 1U);
+    poke32(path, 36, 1000); // change counter
+    EXPECT_EQ(transfers(), 2U);
+    EXPECT_EQ(transfers(), 1U);
+    osFaults = {.call = OS_CALL_READ, .first = 1};
+    EXPECT_EQ(transfers(), 2U);
+    EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
 } // namespace

@@ -19,8 +19,9 @@
 // Starts a copy of this process that does the work and ends with its result.
 static Process forkChild(const std::function<int()>& work)
 {
+    fflush(stdout);
     pid_t child = fork();
-    if (child == 0) _exit(work());
+    if (child == 0) exit(work());
     return child;
 }
 

@@ -117,8 +117,10 @@ TEST(JobFileTable, IsAfterEachCommandAsItShouldBe)
         }
     }
     EXPECT_EQ(jobFileCommand(nullptr, nullptr, nullptr), JOB_FILE_REFUSED);
-    EXPECT_EQ(copyContextFromCogo(-1), JOB_FILE_REFUSED);
-    EXPECT_EQ(swapContextWithCogo(JOB_FILE_SLOTS), JOB_FILE_REFUSED);
+    for (auto move : {copyContextFromCogo, copyContextToCogo, swapContextWithCogo}) {
+        EXPECT_EQ(move(-1) + move(JOB_FILE_SLOTS), 2 * JOB_FILE_REFUSED);
+        EXPECT_EQ(move(COGO_SLOT), JOB_FILE_DONE);
+    }
     recordsState = {};
 }
 

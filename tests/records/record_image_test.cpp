@@ -39,7 +39,7 @@ TEST(RecordImage, HasExactlyTheseBytes)
 {
     Record record;
     EXPECT_EQ(record.packed(23), WITH_NUMBER);
-    EXPECT_EQ(record.packed(22), "");
+    EXPECT_EQ(record.packed(22) + record.packed(6), "");
     record.number = -0.0;
     EXPECT_EQ(record.packed(), WITHOUT_NUMBER);
     record.number = std::nan(""); // is something, and an empty key is stored all the same
@@ -67,6 +67,10 @@ TEST(RecordImage, IsReadOnlyWithItsSignatureAndChecksum)
     EXPECT_EQ(record.unpack(damaged), IX_OK);
     EXPECT_STREQ(record.text, "xb");
     EXPECT_EQ(record.number, 2.5);
+    record.layout[0].length = 0; // has no room for anything
+    EXPECT_EQ(record.unpack(damaged), IX_OK);
+    EXPECT_STREQ(record.text, "");
+    EXPECT_EQ(record.unpack("\7"), IX_DAMAGED_IMAGE);
 }
 
 // Empty fields are left out; a block is not empty while it has a length.
@@ -110,6 +114,7 @@ TEST(Layout, IsRefusedByTheFirstRuleThatItBreaks)
         {{'S', 'U', 'X', 41, 1, text, 41}, IX_LAYOUT_KEY_FLAG},
         {{'S', 'S', 'S', -1, 1, text, 41}, IX_LAYOUT_DUPLICATES},
         {{'B', 'N', 'N', 10241, 16, text, 41}, IX_LAYOUT_LENGTH},
+        {{'B', 'N', 'N', -1, 16, text, 41}, IX_LAYOUT_LENGTH},
         {{'S', 'S', 'U', 3, 16, text, 41}, IX_TEXT_TOO_LONG},
         {{'S', 'S', 'U', 41, 16, text, 41}, IX_LAYOUT_INDEX}};
     for (const auto& [entry, expected] : rules) {

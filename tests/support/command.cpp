@@ -35,11 +35,13 @@ CommandResult runCommand(const std::vector<std::string>& words)
     return {status, fileBytes(paths[1]), fileBytes(paths[2])};
 }
 
-// Removed with what is in them when the test program ends.
+// Removed with what is in them when the test program ends, not when a copy of it does.
 static struct TestDirectories {
+    const int owner = getpid();
     std::vector<fs::path> paths;
     ~TestDirectories()
     {
+        if (getpid() != owner) return;
         std::error_code ignored;
         for (const fs::path& path : paths) {
             // Nobody removes a read-only file on Windows.

@@ -46,6 +46,8 @@ int osClose(int descriptor)
     return fails(OS_CALL_CLOSE) ? OS_FAILED : result;
 }
 
+static int failedTransfer() { return osFaults.seeking ? OS_SEEK_FAILED : OS_FAILED; }
+
 int osReadAt(int descriptor, int64_t offset, void* buffer, int length)
 {
     osFaults.transfers.push_back({OS_CALL_READ, descriptor, offset});
@@ -54,7 +56,7 @@ int osReadAt(int descriptor, int64_t offset, void* buffer, int length)
         --osFaults.failures;
         ++osFaults.failuresAhead;
     }
-    if (failed && !osFaults.shortened) return OS_FAILED;
+    if (failed && !osFaults.shortened) return failedTransfer();
     return realOsReadAt(descriptor, offset, buffer, failed ? length / 2 : length);
 }
 
@@ -63,13 +65,14 @@ int osWriteAt(int descriptor, int64_t offset, const void* buffer, int length)
     osFaults.transfers.push_back({OS_CALL_WRITE, descriptor, offset});
     bool failed = fails(OS_CALL_WRITE);
     bool dead = osFaults.kills && osFaults.failures > 1;
-    if (offset >= osFaults.diskEnd || (failed && !osFaults.shortened) || dead) return OS_FAILED;
+    if (failed && !osFaults.shortened) return failedTransfer();
+    if (offset >= osFaults.diskEnd || dead) return OS_FAILED;
     return realOsWriteAt(descriptor, offset, buffer, failed ? length / 2 : length);
 }
 
 int osLock(int descriptor, OsLockKind kind, OsLockWait wait, const OsLockRange* range)
 {
-    ++osFaults.locks;
+    if (++osFaults.locks == osFaults.lockWaitedFor) osFaults.meanwhile();
     return fails(OS_CALL_LOCK) ? OS_REFUSED : realOsLock(descriptor, kind, wait, range);
 }
 

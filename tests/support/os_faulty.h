@@ -6,6 +6,7 @@
 #include "platform/os.h"
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -34,6 +35,7 @@ struct OsFaults {
     int first = 0;
     bool lasting = false;
     bool shortened = false; // transfers: half of the bytes instead of none
+    bool seeking = false;   // transfers: the place in the file cannot be reached
     bool refusing = false;  // opening: the file may only be read
 
     // The process is killed at write number `first`: nothing of it reaches the file, or its
@@ -43,6 +45,10 @@ struct OsFaults {
     int64_t diskEnd = INT64_MAX; // nothing can be written behind this offset
     uint32_t time = 0;           // milliseconds that the clock shows, unless 0
     uint32_t quietTime = 0;      // what osQuietTime answers then
+
+    // What another process does before this lock call is made.
+    int lockWaitedFor = 0;
+    std::function<void()> meanwhile = {};
 
     int failures = 0;      // calls that have failed, but for
     int failuresAhead = 0; // readings of several pages, of which one alone is needed

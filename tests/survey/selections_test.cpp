@@ -40,8 +40,9 @@ TEST(Selections, AreCountedByGroupAndWalkedInOrder)
     EXPECT_EQ(select("NUMRUNINDEX"), Answer(0, 1));
     EXPECT_EQ(selected(13).size(), 40U);
     EXPECT_EQ(selected(4) + selected(14) + selected(0) + selected(18), "");
-    EXPECT_EQ(setSurveyKey(7, ""), 0);
+    EXPECT_EQ(setSurveyKey(7, "") + setSurveyKey(7, ""), 0);
     EXPECT_EQ(select("NUMPOINTINDEX").second, 2);
+    EXPECT_EQ(select("NUMBER"), Answer(0, UNTOUCHED));
     EXPECT_EQ(select("GETFIRSTINDEX"), Answer(0, 5));
     for (int number : {8, 9, 12, 13}) {
         EXPECT_EQ(select("GETNEXTINDEX"), Answer(0, number));

@@ -42,6 +42,37 @@ TEST(NewFile, ReplacesNothingThatItMayNotAndNoDevice)
     }
 }
 
+#if !defined(_WIN32)
+// With the directory as the current one.
+TEST(NewFile, ComesToBeWhereLinksLeadAndNowhereElse)
+{
+    const std::string directory = freshDirectory();
+    const fs::path former = fs::current_path();
+    fs::current_path(directory);
+    fs::create_directory("folder");
+    fs::create_symlink("folder/first", "relative");
+    fs::create_symlink(directory + "/folder/second", "folder/absolute");
+    fs::create_symlink("loop", "loop");
+    NewFile file;
+    for (const auto& [path, place] : {std::pair("new", "new"),
+                                      {"relative", "folder/first"},
+                                      {"folder/absolute", "folder/second"}}) {
+        ASSERT_EQ(beginNewFile(&file, path, false), NEW_FILE_DONE) << path;
+        EXPECT_EQ(writeNewFile(&file, path, 3), NEW_FILE_DONE);
+        EXPECT_EQ(finishNewFile(&file), NEW_FILE_DONE);
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(place)));
+        EXPECT_EQ(fileBytes(place), std::string(path, 3));
+    }
+    for (const char* path : {"folder", "none/x", "new/x", "loop"}) {
+        EXPECT_EQ(beginNewFile(&file, path, true), NEW_FILE_FAILED) << path;
+    }
+    ASSERT_EQ(beginNewFile(&file, "folder/third", false), NEW_FILE_DONE);
+    fs::remove_all("folder");
+    EXPECT_EQ(finishNewFile(&file), NEW_FILE_FAILED);
+    fs::current_path(former);
+}
+#endif
+
 TEST(TemporaryFile, IsGoneOnceItsProgramIs)
 {
     NewFile file;
