@@ -60,8 +60,8 @@ void writeFullRecords(JobWriter* job)
     // A line has the first eleven characters of its points' names, its extension the rest.
     ExtensionResult extension = {};
     fill({{extension.secondaryCode, 24}, {extension.noteText, 256}});
-    strcpy(extension.longText, "LMN1");
-    strcpy(extension.shortText, "LMN1");
+    strcpy(extension.longText, "LMN1\n");
+    strcpy(extension.shortText, "LMN1\t ");
     LineResult line = {};
     LONGEST_POINT.copy(line.beginPointName, 11);
     LONGEST_POINT.copy(line.endPointName, 11);

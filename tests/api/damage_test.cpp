@@ -115,12 +115,13 @@ std::string recordKey(const std::string& tag, const std::string& name = "X")
 // Whether the curve or the profile named X can be read when these entries are its data.
 bool isReadable(uint32_t kind, const std::vector<std::string>& data)
 {
-    std::vector<std::string> entries = {rawEntry(1, recordKey("CUR"), 1),
-                                        rawEntry(1, recordKey("PD2"), 1),
-                                        rawEntry(1, recordKey("PH2"), 2)};
+    std::vector<std::string> entries = {
+        rawEntry(1, recordKey("CHA"), 1), rawEntry(1, recordKey("CUR"), 1),
+        rawEntry(1, recordKey("PD2"), 1), rawEntry(1, recordKey("PH2"), 2)};
     entries.insert(entries.end(), data.begin(), data.end());
-    return tells(factsOfJob(writeJob(rawJob(entries))),
-                 kind == ELEMENT_CURVE ? "curve X" : "profile X");
+    const Facts facts = factsOfJob(writeJob(rawJob(entries)));
+    EXPECT_FALSE(tells(facts, "chain X")); // has a layout of neither kind of chain
+    return tells(facts, kind == ELEMENT_CURVE ? "curve X" : "profile X");
 }
 
 // The entries of record 1, cut into segments.

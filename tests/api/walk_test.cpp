@@ -34,6 +34,7 @@ static void expectWalk(IdxConnection* job, uint32_t kind)
         std::string reached = read(job, kind, step);
         EXPECT_EQ(reached, read(job, kind, name + PADDING)) << name;
         EXPECT_EQ(read(job, kind, "MISSPELT5"), UNREADABLE);
+        EXPECT_EQ(read(job, kind, std::string(300, 'M')), UNREADABLE);
         EXPECT_TRUE(reached == UNREADABLE || reached == name.substr(0, ELEMENT_NAME_LIMIT)) << name;
         if (!moved) read(job, otherKind, others[++at * 7 % others.size()]);
         step = NEXT;
