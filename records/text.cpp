@@ -4,7 +4,6 @@ static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 int64_t parseInt64(const char* text)
 {
-    if (text == nullptr) return 0;
     text += std::strspn(text, " \t\n");
     const bool negative = *text == '-';
     if (*text == '-' || *text == '+') ++text;

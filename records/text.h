@@ -18,10 +18,10 @@ inline void copyText(char* to, size_t room, const char* from)
     std::memset(to + length, 0, room - length);
 }
 
-// Copies the text, cut to room - 1 characters, to where room bytes are zero. from may be null.
+// Copies the text, cut to room - 1 characters, to where room bytes are zero.
 inline void fillText(char* to, size_t room, const char* from)
 {
-    if (from != nullptr) std::memcpy(to, from, strnlen(from, room - 1));
+    std::memcpy(to, from, strnlen(from, room - 1));
 }
 
 // Takes trailing blanks, tabs and newlines off the text.
