@@ -307,6 +307,11 @@ TEST(Records, AreFoundAndSteppedToInEveryMode)
             job.text[0] = number[2];
             EXPECT_EQ(reached(job, recordAdd(&job.file, job.layout)), number);
         }
+        // But not in the update that has released them.
+        ASSERT_EQ(ixBeginUpdate(&job.file.tree.file), IX_OK);
+        EXPECT_EQ(recordDeleteCurrent(&job.file, job.layout), IX_OK);
+        EXPECT_EQ(reached(job, recordAdd(&job.file, job.layout)), "0/5 ");
+        ASSERT_EQ(ixEndUpdate(&job.file.tree.file), IX_OK);
         EXPECT_EQ(checkTreeFile(job.path).complaints, std::vector<std::string>());
     }
 }
