@@ -139,28 +139,26 @@ TEST(PublicCalls, WriteNothingThatAnotherProcessHasWrittenMeanwhile)
 {
     for (const auto& [kind, name] : {std::pair(ELEMENT_LINE, "NOEXT1"), {ELEMENT_CHAIN, "OLD1"}}) {
         const std::string path = freshJob("mixed");
-        const std::string before = fileBytes(path);
+        std::vector<std::string> states = {fileBytes(path)}; // before, written, gone
         std::optional<Connection> job(path);
         EXPECT_TRUE(Element(*job, kind, name));
         const Facts facts = factsOf(kind, Element(*job, kind, name).element);
-        const std::string written = fileBytes(path);
-        RecordFile* records = slotContext();
-        ASSERT_EQ((kind == ELEMENT_LINE ? findLine : findChain)(records, name), COGO_OK);
-        EXPECT_EQ(ixDelete(&records->tree, RECORD_KEY_INDEX, keyAtPosition(records, 1),
-                           records->currentRecordNumber),
-                  IX_OK);
-        const std::string gone = fileBytes(path);
-        for (const std::string& meanwhile : {written, gone}) {
+        states.push_back(fileBytes(path));
+        IndexFile* tree = &slotContext()->tree;
+        ASSERT_EQ((kind == ELEMENT_LINE ? findLine : findChain)(slotContext(), name), COGO_OK);
+        EXPECT_EQ(ixDelete(tree, 1, foundKey(*tree).c_str(), tree->found.number), IX_OK);
+        states.push_back(fileBytes(path));
+        for (size_t state : {1, 2}) {
             job.reset();
-            writeBytes(path, before);
+            writeBytes(path, states[0]);
             job.emplace(path);
             osFaults = {.lockWaitedFor = 2};
-            osFaults.meanwhile = [&] { writeBytes(path, meanwhile); };
+            osFaults.meanwhile = [&] { writeBytes(path, states[state]); };
             Element element(*job, kind, name);
             osFaults = {};
-            EXPECT_EQ(bool(element), meanwhile == written);
+            EXPECT_EQ(bool(element), state == 1);
             EXPECT_TRUE(!element || factsOf(kind, element.element) == facts);
-            EXPECT_TRUE(fileBytes(path) == meanwhile);
+            EXPECT_TRUE(fileBytes(path) == states[state]);
         }
     }
 }
