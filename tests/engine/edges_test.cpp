@@ -370,6 +370,12 @@ TEST(DamagedEntries, LockNothingAndEndNoDeletion)
         EXPECT_EQ(ixFindFirst(&job.file.tree, 5, nullptr, 0), IX_OK);
         EXPECT_EQ(ixLockRecord(&job.file.tree, 5), IX_OK);
     }
+    // A record without a last segment ends where another one goes on.
+    for (const auto& [key, number] : {std::pair("A", 2), {"B", 1}}) {
+        Job job(rawJob({rawEntry(3, "A", 1, "data", 0), rawEntry(3, key, number, "data", 129)}));
+        EXPECT_EQ(ixDelete(&job.file.tree, 3, "A", 1), IX_OK);
+        EXPECT_EQ(checkTreeFile(job.path).entries, 1);
+    }
     // Segments without a last one, in leaves that follow each other in a circle.
     std::string bytes = emptyJob(1).replace(18, 2, rawNumber(2, 2)).substr(0, 1024) +
                         rawPage(0, 1, rawEntry(19, "", 1, "data", 0), 1, -1, 0) +
