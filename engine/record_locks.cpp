@@ -78,7 +78,8 @@ static int probeLockEntry(IndexFile* tree, const LockKey* lock)
         return IX_NOT_LOCKED;
     }
     if (result != IX_OK) return result;
-    if (slot == tree->file.sharing.userSlot) return IX_LOCKED_HERE;
+    // A slot that the file holds may be any number.
+    if (slot != NO_SLOT && slot == tree->file.sharing.userSlot) return IX_LOCKED_HERE;
     if (isAlive(tree, slot)) return IX_LOCKED_BY_OTHER;
     if (tree->file.readOnly) return IX_NOT_LOCKED;
     result = deleteLockEntry(tree, lock);

@@ -64,10 +64,10 @@ int flushAndFreeFile(OpenFile* file)
     return makeDurable();
 }
 
-// The height changes with the root.
 static bool rootHasMoved(const OpenFile* file)
 {
-    return file->header.rootPage != file->headerInFile.rootPage;
+    return file->header.rootPage != file->headerInFile.rootPage ||
+           file->header.height != file->headerInFile.height;
 }
 
 // True when others would miss something without a header write: a new change counter, or what

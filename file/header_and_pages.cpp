@@ -23,7 +23,7 @@ int failWith(int code)
 bool mayWrite(const OpenFile* file)
 {
     if (file->readOnly) return false;
-    return isExclusive(file) || file->sharing.exclusively;
+    return isExclusive(file) || (file->sharing.fileLock == LOCKED && file->sharing.exclusively);
 }
 
 // -- Header ------------------------------------------------------------------
