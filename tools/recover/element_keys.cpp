@@ -71,7 +71,7 @@ ElementPart elementPartOf(const std::string& key)
 static std::string otherName(const std::string& name, int attempt, size_t limit, bool isPoint)
 {
     if (isPoint) return std::string(static_cast<size_t>(attempt) + 1, 'X') + name;
-    std::string suffix = "~" + std::to_string(attempt + 2);
+    std::string suffix = std::to_string(attempt + 2).insert(0, 1, '~');
     return name.substr(0, limit - suffix.size()) + suffix;
 }
 
