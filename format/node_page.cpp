@@ -1,5 +1,7 @@
 #include "format/node_page.h"
 
+#include "format/key_order.h"
+
 bool entryIsSound(const uint8_t* entry, int room, bool branch)
 {
     int size = entrySize(entry);
@@ -33,6 +35,20 @@ static void passEntry(NodeMarks* marks, int ordinal, int offset)
     marks->offsets[marks->count++] = static_cast<uint16_t>(offset);
 }
 
+// Where an entry is less than the one before it, which only damage makes, a mark would hide from a
+// search what stands before it: a node like that has none.
+static void dropMarksWithoutOrder(NodeMarks* marks, const uint8_t* page, int count)
+{
+    const uint8_t* entry = firstEntry(page);
+    for (int i = 1; i < count; ++i) {
+        const uint8_t* next = nextEntry(entry);
+        SoughtKey before = {reinterpret_cast<const char*>(entry + ENTRY_KEY), entryNumber(entry),
+                            entrySegment(entry)};
+        if (compareWithSegments(next, &before) < 0) marks->count = 0;
+        entry = next;
+    }
+}
+
 bool nodeIsSound(const uint8_t* page)
 {
     NodeMarks marks;
@@ -47,6 +63,7 @@ NodeMarks markEntries(const uint8_t* page)
     for (int i = 0; i < count; ++i, entry = nextEntry(entry)) {
         passEntry(&marks, i, static_cast<int>(entry - page));
     }
+    dropMarksWithoutOrder(&marks, page, count);
     return marks;
 }
 
@@ -67,6 +84,7 @@ bool nodeIsSound(const uint8_t* page, NodeMarks* marks)
         used += entrySize(entry);
     }
     if (nodeFree(page) != NODE_ENTRY_AREA - used) return false;
+    dropMarksWithoutOrder(marks, page, count);
 
     // A walk by end marker is to see the same entries as one by count.
     return used == NODE_ENTRY_AREA || page[NODE_ENTRIES + used] == 0;

@@ -112,7 +112,7 @@ bool entryIsSound(const uint8_t* entry, int room, bool branch);
 bool nodeIsSound(const uint8_t* page);
 
 // Where entries of a sound node begin, one in every few, so that a search need not pass all that
-// stand before what it is for.
+// stand before what it is for. A node whose entries do not ascend has none.
 constexpr int MOST_MARKS = 7;
 
 struct NodeMarks {
