@@ -245,7 +245,9 @@ TEST(PageCache, ForgetsPagesThatAreWritten)
 
     std::string ours = pageOfVersion(2);
     view(0, 10);
+    fileState.lastIoError = IX_PAGE_IO; // of an earlier page
     view(0, 11);
+    EXPECT_EQ(lastIoError(), IX_OK);
     files[0].openMode = OPEN_EXCLUSIVE;
     EXPECT_EQ(cachedPageWrite(&files[0], reinterpret_cast<uint8_t*>(ours.data()), 12), IX_OK);
     for (int number = 0; number < 2 * CACHE_BLOCKS; ++number) {
