@@ -128,6 +128,7 @@ static bool descendToLeaf(OpenFile* file, const SoughtKey* sought, Descent* way)
         way->boundOffset = child.boundOffset;
         page = child.page;
         --level;
+        if (level == 0) expectPage(file, page);
         if (viewNode(file, page, level, view) != IX_OK) return false;
         way->following = child.following;
         way->followed = nodeNextPage(view->node) == child.following;

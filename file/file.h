@@ -74,6 +74,9 @@ struct NodeView {
 
 // 0, an I/O code, or IX_DESCENT_FAILED for a page that is not sound.
 int cachedPageView(OpenFile* file, NodeView* view, int pageNumber);
+// Lets the processor fetch a page of the cache, all of it at once, before it is viewed. Nothing
+// depends on it.
+void expectPage(const OpenFile* file, int pageNumber);
 // False when the page viewed or written last has another content or may have been changed.
 bool lastPageIfContent(const OpenFile* file, NodeView* view, uint64_t content);
 // The page as it is now, without moving it in the order of use. Results as of a view.

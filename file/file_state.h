@@ -7,39 +7,44 @@
 
 #include <cstdint>
 
-// One page in memory. A block is found by (descriptor, pageNumber). It stands in the
-// list of all blocks in order of use; in the list of its hash and in that of its file
-// or else in that of free blocks; and while it is dirty in that of dirty blocks. What finding
-// a page looks at comes first.
+// One page in memory. A block is found by (descriptor, pageNumber). It stands in the list of its
+// hash and in that of its file or else in that of free blocks; and while it is dirty in that of
+// dirty blocks. What finding a page and an entry in it looks at lies together.
 struct CacheBlock {
     int32_t descriptor; // -1: free
     int32_t pageNumber;
     CacheBlock* bucketNext;
-    uint8_t* page;        // CACHE_PAGE_ROOM bytes; a zero ends the entries of a full page
-    uint64_t content;     // no other content of any block has had this number
-    uint64_t seen;        // the page was like this in the file when contents had this number
-    CacheBlock* next;     // used less recently, or null
-    CacheBlock* previous; // used more recently, or null
+    uint64_t content; // no other content of any block has had this number
+    uint64_t seen;    // the page was like this in the file when contents had this number
+    uint64_t used;    // uses of all blocks up to the last one of this
     NodeMarks marks;
+    uint8_t page[NODE_PAGE_SIZE + 8]; // zeros behind it end the entries of a full one
     CacheBlock* fileNext;
     CacheBlock* filePrevious;
     bool dirty;            // the page differs from the file
     bool fresh;            // dirty, and nothing in the file refers to the page
     uint64_t firstChange;  // while dirty: the content that its first change has made
-    CacheBlock* dirtyNext; // used less recently, or null
+    CacheBlock* dirtyNext; // dirty for longer, or null
     CacheBlock* dirtyPrevious;
 };
 
 // Blocks come in pieces: one that is always there, and those added as pages come in for which
 // there is no block. With all of them the cache holds every page of the largest file.
-constexpr int CACHE_PAGE_ROOM = NODE_PAGE_SIZE + 8; // zeros behind the page; keeps its alignment
 constexpr int MOST_ADDED_PIECES = MAX_PAGES_IN_FILE / CACHE_BLOCKS;
 constexpr int MOST_CACHE_BLOCKS = (1 + MOST_ADDED_PIECES) * CACHE_BLOCKS;
 static_assert(MOST_CACHE_BLOCKS >= MAX_PAGES_IN_FILE);
 
 struct CachePiece {
     CacheBlock blocks[CACHE_BLOCKS];
-    uint8_t pages[CACHE_BLOCKS][CACHE_PAGE_ROOM];
+};
+
+// All blocks, the least recently used first, as they were when somebody had to give way. Those
+// used since then come behind all others.
+struct OrderOfUse {
+    CacheBlock* blocks[MOST_CACHE_BLOCKS];
+    int32_t count;
+    int32_t next;  // those before it were dirty, or have been used since
+    uint64_t uses; // of blocks before the order was made
 };
 
 // Powers of two: about a bucket for each block, and more lists of files than a host opens.
@@ -50,12 +55,13 @@ struct PageCache {
     CachePiece kept;
     CachePiece* added[MOST_ADDED_PIECES]; // null from the first that was not needed so far
     bool refused;          // there was no memory for another one; until all pages have left
-    int32_t blocks;        // in the list of use; those behind them have held no page yet
+    int32_t blocks;        // in use or free; those behind them have held no page yet
     int32_t pages;         // blocks that are not free
-    CacheBlock* head;      // most recently used
-    CacheBlock* tail;      // the next victim
-    CacheBlock* dirtyHead; // most recently used of the dirty ones
+    uint64_t uses;         // of blocks so far
+    CacheBlock* last;      // used last, or null
+    CacheBlock* dirtyHead; // the last one that became dirty
     CacheBlock* freeHead;  // freed last
+    OrderOfUse order;
     CacheBlock* buckets[CACHE_BUCKETS];
     CacheBlock* files[CACHE_FILES];         // by descriptor
     uint64_t contents;                      // contents numbered so far
@@ -91,3 +97,12 @@ struct FileState {
 };
 
 extern FileState fileState;
+
+// The block with the number, of those below cache.blocks.
+inline CacheBlock* blockAt(int number)
+{
+    PageCache* cache = &fileState.cache;
+    CachePiece* piece =
+        number < CACHE_BLOCKS ? &cache->kept : cache->added[number / CACHE_BLOCKS - 1];
+    return &piece->blocks[number % CACHE_BLOCKS];
+}

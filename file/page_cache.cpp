@@ -1,8 +1,9 @@
-// The page cache: pages of all open databases in order of use, as many as the files have, at
-// least CACHE_BLOCKS. In shared mode the pages that an update changed wait here until its end.
+// The page cache: pages of all open databases, as many as the files have, at least CACHE_BLOCKS.
+// Without room for more, the page used least recently gives way. In shared mode those that an
+// update changed wait here until its end.
 //
 // Invariants, asserted in the debug build
-//   1. Every block that has held a page stands once in the list of use, free blocks included.
+//   1. Of two blocks the one with the greater `used` was used later, free blocks included.
 //   2. A block stands in the lists of its hash and of its file exactly while
 //      descriptor != -1, and in the list of dirty blocks exactly while it is dirty; a
 //      free block is never dirty.
@@ -18,6 +19,7 @@
 #include "file/flush.h"
 #include "file/header_and_pages.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 
@@ -36,41 +38,28 @@ static void pushFree(CacheBlock* block)
 
 // -- Pieces ------------------------------------------------------------------
 
-// The piece that holds the next new block, or null when there is none and no memory for it.
-static CachePiece* pieceForNewBlock()
+// True when the piece of the next new block is there, or there is memory for it.
+static bool hasPieceForNewBlock()
 {
     PageCache* cache = &fileState.cache;
     int number = cache->blocks / CACHE_BLOCKS;
-    if (number == 0) return &cache->kept;
-    if (number > MOST_ADDED_PIECES) return nullptr;
+    if (number == 0) return true;
+    if (number > MOST_ADDED_PIECES) return false;
     CachePiece** piece = &cache->added[number - 1];
     if (*piece == nullptr && !cache->refused) {
         *piece = static_cast<CachePiece*>(allocateZeroed(1, sizeof(CachePiece)));
         cache->refused = *piece == nullptr;
     }
-    return *piece;
+    return *piece != nullptr;
 }
 
-// Adds a block to the list of use, as the one used last, and to the free ones. Without memory
-// for one nothing happens.
+// Adds a block to the free ones. Without memory for one nothing happens.
 static void addBlock()
 {
-    PageCache* cache = &fileState.cache;
-    CachePiece* piece = pieceForNewBlock();
-    if (piece == nullptr) return;
-    int place = cache->blocks % CACHE_BLOCKS;
-    CacheBlock* block = &piece->blocks[place];
+    if (!hasPieceForNewBlock()) return;
+    CacheBlock* block = blockAt(fileState.cache.blocks++);
     *block = {};
     block->descriptor = -1;
-    block->page = piece->pages[place];
-    block->next = cache->head;
-    if (cache->head != nullptr) {
-        cache->head->previous = block;
-    } else {
-        cache->tail = block;
-    }
-    cache->head = block;
-    ++cache->blocks;
     pushFree(block);
 }
 
@@ -84,9 +73,10 @@ void giveBackPieces()
     }
     cache->refused = false;
     cache->blocks = 0;
-    cache->head = nullptr;
-    cache->tail = nullptr;
+    cache->last = nullptr;
     cache->freeHead = nullptr;
+    cache->order.count = 0;
+    cache->order.next = 0;
 }
 
 // -- Lists -------------------------------------------------------------------
@@ -111,6 +101,8 @@ void setClean(CacheBlock* block)
     if (!block->dirty) return;
     block->dirty = false;
     block->fresh = false;
+    OrderOfUse* order = &fileState.cache.order;
+    if (block->used <= order->uses) order->next = 0; // it may have been passed over
     if (block->dirtyNext != nullptr) block->dirtyNext->dirtyPrevious = block->dirtyPrevious;
     if (block->dirtyPrevious != nullptr) {
         block->dirtyPrevious->dirtyNext = block->dirtyNext;
@@ -131,25 +123,22 @@ static void setDirty(CacheBlock* block)
 }
 
 #if !defined(NDEBUG)
-// Asserts invariants 1, 2, 4 and 5 over all blocks.
+// Asserts invariants 2, 4 and 5 over all blocks.
 void assertCacheInvariants()
 {
     const PageCache* cache = &fileState.cache;
-    int blocks = 0;
     int freeBlocks = 0;
     int dirtyBlocks = 0;
-    const CacheBlock* before = nullptr;
-    for (const CacheBlock* block = cache->head; block != nullptr; block = block->next) {
-        assert(block->previous == before && ++blocks <= cache->blocks);
+    for (int number = 0; number < cache->blocks; ++number) {
+        const CacheBlock* block = blockAt(number);
         bool isFree = block->descriptor == -1;
         freeBlocks += isFree ? 1 : 0;
         assert(!isFree || !block->dirty);
         assert(isFree || findBlock(block->descriptor, block->pageNumber) == block);
+        assert(block->used <= cache->uses);
         dirtyBlocks += block->dirty ? 1 : 0;
-        before = block;
     }
-    assert(before == cache->tail && blocks == cache->blocks);
-    assert(blocks - freeBlocks == cache->pages);
+    assert(cache->blocks - freeBlocks == cache->pages);
     for (const CacheBlock* block = cache->dirtyHead; block != nullptr; block = block->dirtyNext) {
         assert(block->dirty && --dirtyBlocks >= 0);
     }
@@ -207,44 +196,53 @@ static void bindBlock(CacheBlock* block, int descriptor, int pageNumber)
     *list = block;
 }
 
-static void moveToHead(CacheBlock* block)
+// -- Order of use ------------------------------------------------------------
+
+static void useBlock(CacheBlock* block)
 {
     PageCache* cache = &fileState.cache;
-    if (block == cache->head) return;
-    block->previous->next = block->next;
-    if (block->next != nullptr) {
-        block->next->previous = block->previous;
-    } else {
-        cache->tail = block->previous;
-    }
-    block->previous = nullptr;
-    block->next = cache->head;
-    cache->head->previous = block;
-    cache->head = block;
+    block->used = ++cache->uses;
+    cache->last = block;
 }
 
-// A page access outside the file lock, which no operation makes: whatever another
-// process has written meanwhile is to be seen.
-static void checkHeaderOutsideLock(OpenFile* file)
+static bool wasUsedBefore(const CacheBlock* block, const CacheBlock* other)
 {
-    if (isExclusive(file) || file->sharing.fileLock == LOCKED) return;
-    uint8_t record[HEADER_SIZE];
-    if (readHeader(file, record) == IX_OK) {
-        acceptChangeCounter(file, record);
-    } else {
-        dropFile(file->descriptor);
+    return block->used < other->used;
+}
+
+static void putInOrder()
+{
+    PageCache* cache = &fileState.cache;
+    OrderOfUse* order = &cache->order;
+    for (int number = 0; number < cache->blocks; ++number) {
+        order->blocks[number] = blockAt(number);
     }
+    order->count = cache->blocks;
+    order->next = 0;
+    order->uses = cache->uses;
+    std::sort(order->blocks, order->blocks + order->count, wasUsedBefore);
+}
+
+// The next block in the order that is clean and has not been used since, or null.
+static CacheBlock* nextInOrder()
+{
+    OrderOfUse* order = &fileState.cache.order;
+    while (order->next < order->count) {
+        CacheBlock* block = order->blocks[order->next];
+        if (!block->dirty && block->used <= order->uses) return block;
+        ++order->next;
+    }
+    return nullptr;
 }
 
 // The block to give up for another page: the least recently used one that is clean. Dirty
 // ones are written in the order of their file, not for want of room; null when all are.
 static CacheBlock* findVictim()
 {
-    CacheBlock* block = fileState.cache.tail;
-    while (block != nullptr && block->dirty) {
-        block = block->previous;
-    }
-    return block;
+    CacheBlock* block = nextInOrder();
+    if (block != nullptr) return block;
+    putInOrder();
+    return nextInOrder();
 }
 
 // Frees a block. 0 or the error of writing pages of the file, which is done when all are dirty.
@@ -261,8 +259,8 @@ static int makeRoom(OpenFile* file)
     return IX_OK;
 }
 
-// Makes a free block the one used last; another page may have to be given up for it. 0 or the
-// error of writing pages to make room.
+// Uses a free block; another page may have to be given up for it. 0 or the error of writing pages
+// to make room.
 static int takeFreeBlock(OpenFile* file, CacheBlock** block)
 {
     if (fileState.cache.freeHead == nullptr) addBlock();
@@ -271,8 +269,23 @@ static int takeFreeBlock(OpenFile* file, CacheBlock** block)
         if (result != IX_OK) return result;
     }
     *block = fileState.cache.freeHead;
-    moveToHead(*block);
+    useBlock(*block);
     return IX_OK;
+}
+
+// -- Pages -------------------------------------------------------------------
+
+// A page access outside the file lock, which no operation makes: whatever another
+// process has written meanwhile is to be seen.
+static void checkHeaderOutsideLock(OpenFile* file)
+{
+    if (isExclusive(file) || file->sharing.fileLock == LOCKED) return;
+    uint8_t record[HEADER_SIZE];
+    if (readHeader(file, record) == IX_OK) {
+        acceptChangeCounter(file, record);
+    } else {
+        dropFile(file->descriptor);
+    }
 }
 
 // Reads a page that is in no block. 0, an I/O code, or IX_DESCENT_FAILED for a page that is not
@@ -320,10 +333,22 @@ static NodeView viewOf(const CacheBlock* block)
 
 bool lastPageIfContent(const OpenFile* file, NodeView* view, uint64_t content)
 {
-    const CacheBlock* block = fileState.cache.head;
+    const CacheBlock* block = fileState.cache.last;
     if (block == nullptr || block->content != content || isDoubted(file, block)) return false;
     *view = viewOf(block);
     return true;
+}
+
+void expectPage(const OpenFile* file, int pageNumber)
+{
+    constexpr size_t NEAR_BYTES = offsetof(CacheBlock, page) + NODE_PAGE_SIZE;
+    constexpr size_t LINE = 64; // of the processor's caches
+    const CacheBlock* block = *bucketOf(file->descriptor, pageNumber);
+    if (block == nullptr) return;
+    const uint8_t* bytes = reinterpret_cast<const uint8_t*>(block);
+    for (size_t at = 0; at < NEAR_BYTES; at += LINE) {
+        __builtin_prefetch(bytes + at);
+    }
 }
 
 int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
@@ -334,7 +359,7 @@ int cachedPageView(OpenFile* file, NodeView* view, int pageNumber)
     if (block == nullptr) {
         result = bringPage(file, pageNumber, &block);
     } else {
-        moveToHead(block);
+        useBlock(block);
         if (isDoubted(file, block)) result = refreshBlock(file, block);
     }
     if (result != IX_OK) return result;
@@ -361,7 +386,7 @@ int cachedPageWrite(OpenFile* file, const uint8_t* page, int pageNumber)
     file->pending.headerDirty = true;
     CacheBlock* block = findBlock(file->descriptor, pageNumber);
     if (block != nullptr) {
-        moveToHead(block);
+        useBlock(block);
     } else {
         int result = takeFreeBlock(file, &block);
         if (result != IX_OK) return result;

@@ -16,6 +16,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
+
 namespace
 {
 
@@ -130,12 +133,16 @@ std::vector<int> workAndListPages(const std::string& path, WorkKind work)
     IdxConnection* job = nullptr;
     orvIdx_connectToOrvaneOrvFile(&job, path.c_str(), 0);
     carryOut(job, work);
-    std::vector<int> pages;
-    const CacheBlock* block = fileState.cache.head;
-    for (; block != nullptr; block = block->next) {
+    std::map<uint64_t, int, std::greater<>> byUse;
+    for (int number = 0; number < fileState.cache.blocks; ++number) {
+        const CacheBlock* block = blockAt(number);
         if (block->descriptor == fileOf(slotContext())->descriptor) {
-            pages.push_back(block->pageNumber);
+            byUse[block->used] = block->pageNumber;
         }
+    }
+    std::vector<int> pages;
+    for (const auto& [used, page] : byUse) {
+        pages.push_back(page);
     }
     ixAbandon(&slotContext()->tree);
     startUpFloors();
