@@ -41,7 +41,7 @@ struct Build {
     ProfileResult* profile;
     const ProfileEntry* entries;
     int count;
-    ProfilePoint* current;
+    ProfilePoint current;
 };
 
 // -- Segments ----------------------------------------------------------------
@@ -111,18 +111,18 @@ static ProfilePoint pointOf(const ProfileEntry& entry)
 // To the end of what was just appended. Such a point has no code.
 static void moveTo(Build* build, double station, double elevation)
 {
-    *build->current = {0, station, elevation};
+    build->current = {0, station, elevation};
 }
 
 static bool liesAhead(const Build* build, double station)
 {
-    return station - build->current->station > TOLERANCE;
+    return station - build->current.station > TOLERANCE;
 }
 
 // A straight segment from the current point, with the grade between the two.
 static int emitTangentTo(Build* build, const ProfilePoint& end)
 {
-    const ProfilePoint& begin = *build->current;
+    const ProfilePoint& begin = build->current;
     return appendStraight(build->profile, begin, end,
                           (end.elevation - begin.elevation) / (end.station - begin.station));
 }
@@ -156,9 +156,9 @@ static bool isNearVerticalStep(const ProfilePoint& begin, const ProfilePoint& en
 static int takePoint(Build* build, int i)
 {
     ProfilePoint end = pointOf(build->entries[i]);
-    bool steps = isNearVerticalStep(*build->current, end);
+    bool steps = isNearVerticalStep(build->current, end);
     if (!steps && !liesAhead(build, end.station)) {
-        *build->current = end;
+        build->current = end;
         return 1;
     }
     if (steps) end.station += STEP_LENGTH;
@@ -279,7 +279,7 @@ static double approachGrade(const ProfilePoint& before, const VerticalCurve& cur
 static int takeIntersectionCurve(Build* build, int i)
 {
     if (isCutShort(build, i, CURVE_ENTRIES)) return BLOCK_ENDS;
-    const ProfilePoint& before = *build->current;
+    const ProfilePoint& before = build->current;
     VerticalCurve curve = intersectionCurve(&build->entries[i], before);
     if (liesAhead(build, curve.beginStation) || i == 1) {
         ProfilePoint begin = {0, curve.beginStation, curve.beginElevation};
@@ -388,20 +388,20 @@ static int beginProfile(Build* build)
     bool hasHeader = build->entries[0].code == CODE_HEADER;
     build->profile->headerValue = hasHeader ? headerValueOf(build->entries[0].first) : 1;
     int taken = hasHeader ? 2 : 1;
-    if (taken <= build->count) *build->current = pointOf(build->entries[taken - 1]);
+    if (taken <= build->count) build->current = pointOf(build->entries[taken - 1]);
     return taken;
 }
 
 int buildSegments(ProfileResult* profile, ProfilePoint* current, const ProfileEntry* entries,
                   int count)
 {
-    Build build = {profile, entries, count, current};
+    Build build = {profile, entries, count, *current};
     int i = profile->firstSegment == nullptr && count > 0 ? beginProfile(&build) : 0;
-    while (i < count) {
-        int taken = takeEntry(&build, i);
-        if (taken == NO_MEMORY) return COGO_FAILED;
-        if (taken == BLOCK_ENDS) return COGO_OK;
+    int taken = 1;
+    while (i < count && taken != BLOCK_ENDS && taken != NO_MEMORY) {
+        taken = takeEntry(&build, i);
         i += taken;
     }
-    return COGO_OK;
+    *current = build.current;
+    return taken == NO_MEMORY ? COGO_FAILED : COGO_OK;
 }

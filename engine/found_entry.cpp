@@ -3,7 +3,7 @@
 void takeEntry(IndexFile* tree, const uint8_t* entry)
 {
     int keyLength = entryKeyLength(entry);
-    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
+    const uint8_t* tail = entryTail(entry, keyLength);
     FoundEntry* found = &tree->found;
     memcpy(found->key, entryKey(entry), static_cast<size_t>(keyLength) + 1);
     found->number = loadInt32(tail);

@@ -30,11 +30,11 @@ SoughtKey keyBehindPosition(const Position* position, char* text)
 
 void standOn(Position* position, const uint8_t* entry)
 {
-    size_t keyLength = strlen(entryKey(entry));
-    const uint8_t* tail = entry + ENTRY_KEY + keyLength + 1;
+    int keyLength = entryKeyLength(entry);
+    const uint8_t* tail = entryTail(entry, keyLength);
     position->index = entryIndex(entry);
     // The zero byte takes the place of the index byte.
-    memcpy(position->key, entryKey(entry) + 1, keyLength);
+    memcpy(position->key, entryKey(entry) + 1, static_cast<size_t>(keyLength));
     position->number = loadInt32(tail);
     position->segment = tail[4];
     position->place.leafContent = 0;

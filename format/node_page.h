@@ -74,10 +74,11 @@ inline const char* entryKey(const uint8_t* entry)
 }
 inline int entryIndex(const uint8_t* entry) { return entry[ENTRY_KEY]; }
 
-// Length of the key, index byte included.
+// Length of the key, index byte included. The keys of records have no more.
 inline int entryKeyLength(const uint8_t* entry)
 {
-    return static_cast<int>(strlen(entryKey(entry)));
+    const char* key = entryKey(entry);
+    return key[1] == 0 ? 1 : static_cast<int>(strlen(key));
 }
 
 // What follows the key's zero byte: number, segment byte, data.
