@@ -58,8 +58,7 @@ static void addBlock()
 {
     if (!hasPieceForNewBlock()) return;
     CacheBlock* block = blockAt(fileState.cache.blocks++);
-    *block = {};
-    block->descriptor = -1;
+    block->descriptor = -1; // the rest is zero, or as freeBlock has left it
     pushFree(block);
 }
 
