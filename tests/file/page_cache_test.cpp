@@ -13,6 +13,7 @@
 #include <list>
 #include <map>
 #include <random>
+#include <set>
 
 namespace
 {
@@ -254,6 +255,35 @@ TEST(PageCache, ForgetsPagesThatAreWritten)
         view(1, number);
     }
     EXPECT_EQ(view(0, 12), ours);
+    closeFiles(files);
+    osFaults = {};
+}
+
+TEST(PageCache, GivesUpAPageByItsLastUseOnceItIsWritten)
+{
+    Files files = openFiles(CACHE_BLOCKS + 3);
+    osFaults = {.call = OS_CALL_ALLOCATE, .first = 1, .lasting = true};
+    auto view = [&](int first, int behind) {
+        NodeView page = {};
+        for (int number = first; number < behind; ++number) {
+            EXPECT_EQ(cachedPageView(&files[0], &page, number), IX_OK);
+        }
+    };
+    auto inCache = [] {
+        std::set<int> pages;
+        for (int number = 0; number < CACHE_BLOCKS; ++number) {
+            pages.insert(blockAt(number)->pageNumber);
+        }
+        return pages;
+    };
+    files[0].sharing.exclusively = true;
+    std::string ours = pageOfVersion(1);
+    EXPECT_EQ(cachedPageWrite(&files[0], reinterpret_cast<uint8_t*>(ours.data()), 0), IX_OK);
+    view(1, CACHE_BLOCKS + 2); // 1 and 2 give way
+    EXPECT_EQ(*inCache().begin(), 0);
+    EXPECT_EQ(flushFile(&files[0]), IX_OK);
+    view(CACHE_BLOCKS + 2, CACHE_BLOCKS + 3);
+    EXPECT_EQ(*inCache().begin(), 3);
     closeFiles(files);
     osFaults = {};
 }
