@@ -3,10 +3,11 @@
 //   writer_wait [SECONDS]
 //
 // For 0, 1, 2, 4 and 8 readers, each a process, some seconds each (5 unless given): readers read
-// points by name, one call right after the other, or list the names of all points; the writer, a
-// process as well, counts the element numbers up and rests five milliseconds, again and again,
-// every tenth time connecting anew. Printed are the waits of its updates and connects, the
-// longest of which may be one that had not ended, and what the readers did meanwhile.
+// points by name, one call right after the other, or a chain of 100 members again and again, or
+// list the names of all points; the writer, a process as well, counts the element numbers up and
+// rests five milliseconds, again and again, every tenth time connecting anew. Printed are the waits
+// of its updates and connects, the longest of which may be one that had not ended, and what the
+// readers did meanwhile.
 //
 // Works on a sample job that it makes in the temporary folder. For POSIX systems.
 #include "api/orvIdx.h"
@@ -32,6 +33,7 @@
 using Clock = std::chrono::steady_clock;
 
 constexpr int SAMPLE_POINTS = 1000;
+constexpr char LONG_CHAIN[] = "EDGE"; // of the sample job
 constexpr int MOST_WAITS = 100000;
 constexpr int CONNECT_EVERY = 10;
 constexpr std::chrono::milliseconds REST(5);
@@ -83,6 +85,17 @@ static void readPoints(const std::string& path, Tally* tally)
         const char* name = names[i * 7919 % names.size()].c_str();
         must(orvIdx_readElementbyName(job, ELEMENT_POINT, name, &point) == IDX_OK);
         orvIdx_freeElement(ELEMENT_POINT, &point);
+        ++tally->reads;
+    }
+}
+
+static void readChain(const std::string& path, Tally* tally)
+{
+    IdxConnection* job = connectTo(path);
+    for (;;) {
+        void* chain = nullptr;
+        must(orvIdx_readElementbyName(job, ELEMENT_CHAIN, LONG_CHAIN, &chain) == IDX_OK);
+        orvIdx_freeElement(ELEMENT_CHAIN, &chain);
         ++tally->reads;
     }
 }
@@ -139,7 +152,8 @@ static pid_t start(Work* work, const std::string& path, Tally* tally)
 static void report(const char* work, int readers, int seconds, const Tally* tally)
 {
     std::vector<int64_t> waits(tally->nanoseconds, tally->nanoseconds + tally->waits);
-    if (tally->waitingSince != 0) waits.push_back(now() - tally->waitingSince);
+    const int64_t waitingSince = tally->waitingSince;
+    if (waitingSince != 0) waits.push_back(now() - waitingSince);
     std::sort(waits.begin(), waits.end());
     auto milliseconds = [&](size_t hundredths) {
         return static_cast<double>(waits[(waits.size() - 1) * hundredths / 100]) / 1e6;
@@ -181,6 +195,9 @@ static void runAll(int seconds)
     std::printf("reads  readers   waits  median ms     90%% ms longest ms  reads/s\n");
     for (int readers : {0, 1, 2, 4, 8}) {
         run("point", readPoints, readers, seconds, job);
+    }
+    for (int readers : {1, 2, 4, 8}) {
+        run("chain", readChain, readers, seconds, job);
     }
     for (int readers : {1, 2, 4, 8}) {
         run("list", listPoints, readers, seconds, job);

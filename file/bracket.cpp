@@ -4,6 +4,7 @@
 #include "file/bracket.h"
 
 #include "file/file.h"
+#include "file/file_state.h"
 #include "file/header_and_pages.h"
 #include "file/lock_bytes.h"
 #include "platform/platform.h"
@@ -110,14 +111,16 @@ static bool isTimeToPause(OpenFile* file)
     return osProbe(file->descriptor, &ALL_SLOTS) != OS_DONE;
 }
 
-// Short reads look at the clock now and then: it takes a while to read.
+// Reads look at the clock now and then, for it takes a while to read: after as many pages as a few
+// points need. A chain has used more, and no quiet time passes unseen behind it.
 static bool looksAtClock(OpenFile* file)
 {
-    constexpr uint32_t READS_BETWEEN_LOOKS = 3;
-    uint32_t* left = &file->sharing.readsToLook;
-    bool looks = *left == 0;
-    *left = looks ? READS_BETWEEN_LOOKS : *left - 1;
-    return looks;
+    constexpr uint64_t PAGES_BETWEEN_LOOKS = 40;
+    uint64_t used = fileState.cache.uses;
+    uint64_t* atLook = &file->sharing.usedAtLook;
+    if (used - *atLook < PAGES_BETWEEN_LOOKS) return false;
+    *atLook = used;
+    return true;
 }
 
 // Until the quiet time is over. Expects that the file lock is not held.
@@ -181,7 +184,6 @@ int ixYieldRead(OpenFile* file, ReadPiece* piece)
     if (!looks) return IX_OK;
     uint32_t now = osMilliseconds();
     if (first) piece->since = now;
-    file->sharing.readsToLook = 0; // such reads are not short
     uint32_t age = now - piece->since;
     bool pauses = age >= UNDIVIDED_MILLISECONDS && isTimeToPause(file);
     if (!pauses && age < PIECE_MILLISECONDS) return IX_OK;

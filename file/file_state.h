@@ -55,7 +55,7 @@ struct PageCache {
     CachePiece kept;
     CachePiece* added[MOST_ADDED_PIECES]; // null from the first that was not needed so far
     bool refused;          // there was no memory for another one; until all pages have left
-    int32_t blocks;        // in use or free; those behind them have held no page yet
+    int32_t blocks;        // in use or free; those behind them hold nothing
     int32_t pages;         // blocks that are not free
     uint64_t uses;         // of blocks so far
     CacheBlock* last;      // used last, or null

@@ -40,9 +40,9 @@ struct Sharing {
     bool exclusively; // that it holds it exclusively: else nothing may be written
     uint8_t readNesting;
     uint8_t updateNesting;
-    uint32_t updates;     // outermost updates begun so far
-    uint32_t readsToLook; // outermost reads that begin without a look at the clock
-    uint32_t quietTime;   // the last one that was looked into
+    uint32_t updates;    // outermost updates begun so far
+    uint32_t quietTime;  // the last one that was looked into
+    uint64_t usedAtLook; // pages that this process had used when a read looked at the clock
 };
 
 // So many pages are passed in about a quarter of a second. Behind a bulk update that was killed

@@ -2,7 +2,7 @@
 // Without room for more, the page used least recently gives way. In shared mode those that an
 // update changed wait here until its end.
 //
-// Invariants, asserted in the debug build
+// Invariants; the debug build asserts 2, 3 and 5
 //   1. Of two blocks the one with the greater `used` was used later, free blocks included.
 //   2. A block stands in the lists of its hash and of its file exactly while
 //      descriptor != -1, and in the list of dirty blocks exactly while it is dirty; a
@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstddef>
 #include <cstring>
 
 static CacheBlock** bucketOf(int descriptor, int pageNumber)
@@ -122,7 +123,7 @@ static void setDirty(CacheBlock* block)
 }
 
 #if !defined(NDEBUG)
-// Asserts invariants 2, 4 and 5 over all blocks.
+// Asserts invariants 2, 3 and 5 over all blocks.
 void assertCacheInvariants()
 {
     const PageCache* cache = &fileState.cache;
@@ -157,7 +158,7 @@ static void numberContent(CacheBlock* block)
     block->seen = block->content;
 }
 
-// Makes the block free; its place in the list of use stays.
+// Makes the block free; when it was used last stays.
 static void freeBlock(CacheBlock* block)
 {
     setClean(block);

@@ -74,7 +74,7 @@ inline const char* entryKey(const uint8_t* entry)
 }
 inline int entryIndex(const uint8_t* entry) { return entry[ENTRY_KEY]; }
 
-// Length of the key, index byte included. The keys of records have no more.
+// Length of the key, index byte included. Entries with record data have no more.
 inline int entryKeyLength(const uint8_t* entry)
 {
     const char* key = entryKey(entry);

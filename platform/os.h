@@ -61,8 +61,8 @@ uint32_t osForkCount();
 // Milliseconds of a clock that is never set back; it runs over after 49 days.
 uint32_t osMilliseconds();
 
-// In half a millisecond of every 16, the same for all processes, a number that the last such time
-// did not have; else 0. Always 0 where the system itself serves those who wait for a lock.
+// In one of every 16 milliseconds, the same for all processes, a number that the last such one did
+// not have; else 0. Always 0 where the system itself serves those who wait for a lock.
 uint32_t osQuietTime();
 
 // Waits so long that one who waits for a lock just released can take it.

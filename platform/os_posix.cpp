@@ -164,29 +164,18 @@ int osUnlock(int descriptor, const OsLockRange* range)
     return request(descriptor, F_OFD_SETLK, F_UNLCK, range);
 }
 
-constexpr long NANOSECONDS_OF_MILLISECOND = 1000000;
-
-static uint32_t millisecondsOf(const timespec& time)
-{
-    return static_cast<uint32_t>(time.tv_sec) * 1000U +
-           static_cast<uint32_t>(time.tv_nsec / NANOSECONDS_OF_MILLISECOND);
-}
-
 uint32_t osMilliseconds()
 {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return millisecondsOf(now);
+    return static_cast<uint32_t>(now.tv_sec) * 1000U + static_cast<uint32_t>(now.tv_nsec / 1000000);
 }
 
 uint32_t osQuietTime()
 {
-    constexpr uint32_t PERIOD = 16; // milliseconds; a power of two, for the clock runs over
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    uint32_t milliseconds = millisecondsOf(now);
-    bool firstHalf = now.tv_nsec % NANOSECONDS_OF_MILLISECOND < NANOSECONDS_OF_MILLISECOND / 2;
-    return firstHalf && milliseconds % PERIOD == 0 ? milliseconds + 1 : 0;
+    constexpr uint32_t PERIOD = 16; // a power of two, for the clock runs over
+    uint32_t now = osMilliseconds();
+    return now % PERIOD == 0 ? now + 1 : 0;
 }
 
 void osGiveWay()

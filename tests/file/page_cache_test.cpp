@@ -368,6 +368,7 @@ TEST(PageCache, AsksForTheHeaderBeforeAPageOutsideTheFileLock)
     EXPECT_EQ(transfers(), 1U);
     osFaults = {.call = OS_CALL_READ, .first = 1};
     EXPECT_EQ(transfers(), 2U);
+    osFaults = {};
     EXPECT_EQ(ixClose(&file), IX_OK);
 }
 
