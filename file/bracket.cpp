@@ -123,12 +123,17 @@ static bool looksAtClock(OpenFile* file)
     return true;
 }
 
-// Until the quiet time is over. Expects that the file lock is not held.
+// Until the quiet time is over, or nobody has had the file lock for so long that no writer can be
+// waiting for it. Expects that this context does not hold it.
 static void pauseForWriters(const OpenFile* file)
 {
     constexpr int MOST_PAUSES = 10; // of a tenth of a millisecond at least
+    constexpr int ENOUGH_UNHELD = 2;
+    int unheld = 0;
     for (int i = 0; i < MOST_PAUSES && osQuietTime() == file->sharing.quietTime; ++i) {
         osGiveWay();
+        unheld = probeByte(file->descriptor, FILE_LOCK_BYTE) == IX_OK ? unheld + 1 : 0;
+        if (unheld == ENOUGH_UNHELD) return;
     }
 }
 
